@@ -1,0 +1,63 @@
+// The engine's path tags used by the route-map library, by node.
+#pragma once
+
+#include "framework/vox/Types.h"
+
+namespace RibRouteMap::Tag {
+
+inline constexpr U32 globalPolicy = 256;  // global policy options of the VRF
+inline constexpr U32 policyRoot = 512;    // first entry of every other path
+inline constexpr U32 prefixListKey = 515;
+inline constexpr U32 prefixListEntry = 516;
+inline constexpr U32 stdAcl = 517;
+inline constexpr U32 stdAclEntry = 518;
+inline constexpr U32 commSetStandard = 524;
+inline constexpr U32 commSetStandardKey = 525;
+inline constexpr U32 commSetExtended = 526;
+inline constexpr U32 commSetExtendedKey = 527;
+inline constexpr U32 commLists = 528;
+inline constexpr U32 commListKey = 529;
+inline constexpr U32 commListEntries = 530;
+inline constexpr U32 commListEntryKey = 531;
+inline constexpr U32 asPathLists = 534;
+inline constexpr U32 asPathListKey = 535;
+inline constexpr U32 asPathEntries = 536;
+inline constexpr U32 asPathEntryKey = 537;
+inline constexpr U32 matchProtocol = 575;
+inline constexpr U32 routeMap = 576;
+inline constexpr U32 routeMapSeqs = 577;
+inline constexpr U32 routeMapSeq = 578;
+inline constexpr U32 matchCommList = 585;
+inline constexpr U32 matchPrefixList = 587;
+inline constexpr U32 matchAccessList = 588;
+inline constexpr U32 matchInterface = 591;
+inline constexpr U32 matchInterfaceEntry = 592;
+inline constexpr U32 matchGateway = 593;
+inline constexpr U32 matchGatewayEntry = 594;
+inline constexpr U32 matchNextHop = 595;
+inline constexpr U32 matchNextHopEntry = 596;
+inline constexpr U32 setActions = 601;
+inline constexpr U32 stdAcls = 602;
+inline constexpr U32 prefixLists = 603;
+inline constexpr U32 matchMetricType = 613;
+inline constexpr U32 matchNextHopPrefixList = 619;
+inline constexpr U32 matchResolvedNextHopPrefixList = 620;
+inline constexpr U32 subRouteMap = 622;
+inline constexpr U32 matchAsRange = 623;
+inline constexpr U32 matchRouteType = 624;
+inline constexpr U32 matchCommInstances = 625;
+inline constexpr U32 matchDynamicPrefixList = 626;
+inline constexpr U32 dynamicPrefixLists = 627;
+inline constexpr U32 dynamicPrefixList = 628;
+inline constexpr U32 matchExtCommList = 629;
+inline constexpr U32 matchAsPathLength = 630;
+inline constexpr U32 commSetLarge = 631;
+inline constexpr U32 commSetLargeKey = 632;
+inline constexpr U32 matchLargeCommList = 634;
+inline constexpr U32 matchContribAggAttr = 635;
+
+// Scalars set on an operation.
+inline constexpr U32 scalarAsPathRegexMode = 16;
+inline constexpr U32 scalarRouteMapOpMode = 18;
+
+}  // namespace RibRouteMap::Tag

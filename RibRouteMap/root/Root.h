@@ -1,0 +1,141 @@
+// The library's entry point and its per-VRF state.
+//
+// The agent creates the Root with `rootFactory`, gives it the VRF name and the configuration
+// entities to watch, and the Root builds one VrfStatusSm as soon as all inputs are present;
+// clearing any input deletes it with everything it owns, and setting it again rebuilds it
+// (whose start-up sends the whole configuration again). The Root also owns the VRF's
+// community-list user tracking and is reachable library-wide as `rmRoot`.
+#pragma once
+
+#include "RibRouteMap/community/CommListUsers.h"
+#include "framework/config/AclListConfig.h"
+#include "framework/config/DynamicPrefixListConfig.h"
+#include "framework/config/PolicyMap.h"
+#include "framework/config/RouteMapConfig.h"
+#include "framework/l3/VrfName.h"
+#include "framework/vox/Entity.h"
+#include "framework/vox/Reactor.h"
+
+namespace RibRouteMap {
+
+class RouteMapConfigSm;
+
+using RouteMapConfigPtr = Vox::Ptr<Routing::RouteMap::Config const>;
+using PeerFilterConfigPtr = Vox::Ptr<Routing::RouteMap::PeerFilterConfig const>;
+using AclListConfigPtr = Vox::Ptr<Acl::AclListConfig const>;
+using AclConfigPtr = Vox::Ptr<Acl::Config const>;
+using DynPfxListConfigPtr = Vox::Ptr<Routing::DynamicPrefixList::Config const>;
+using PolicyMapPtr = Vox::Ptr<RoutingPolicyMap::PolicyMap>;
+
+// The per-VRF state: owns the configuration state machines of one VRF. It exists exactly
+// while all of the Root's inputs are set.
+class VrfStatusSm : public Vox::Reactor {
+ public:
+  VrfStatusSm(L3::VrfName vrfName, RouteMapConfigPtr routeMapConfig,
+              PeerFilterConfigPtr peerFilterConfig, AclListConfigPtr aclListConfig,
+              AclConfigPtr aclConfig, DynPfxListConfigPtr dynPfxListConfig,
+              PolicyMapPtr policyMap);
+  ~VrfStatusSm() override;
+
+  const L3::VrfName& vrfName() const { return vrfName_; }
+  const RouteMapConfigPtr& routeMapConfig() const { return routeMapConfig_; }
+  const PeerFilterConfigPtr& peerFilterConfig() const { return peerFilterConfig_; }
+  const AclListConfigPtr& aclListConfig() const { return aclListConfig_; }
+  const AclConfigPtr& aclConfig() const { return aclConfig_; }
+  const DynPfxListConfigPtr& dynPfxListConfig() const { return dynPfxListConfig_; }
+  const PolicyMapPtr& policyMap() const { return policyMap_; }
+  // Whether this state was built from exactly these inputs.
+  bool sameInputs(const L3::VrfName& vrfName, const RouteMapConfigPtr& routeMapConfig,
+                  const PeerFilterConfigPtr& peerFilterConfig,
+                  const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
+                  const DynPfxListConfigPtr& dynPfxListConfig,
+                  const PolicyMapPtr& policyMap) const;
+
+  void handleInitialized();
+
+ private:
+  L3::VrfName vrfName_;
+  RouteMapConfigPtr routeMapConfig_;
+  PeerFilterConfigPtr peerFilterConfig_;
+  AclListConfigPtr aclListConfig_;
+  AclConfigPtr aclConfig_;
+  DynPfxListConfigPtr dynPfxListConfig_;
+  PolicyMapPtr policyMap_;
+};
+
+class Root : public Vox::PtrInterface {
+ public:
+  class Notifiee : public Vox::NotifieeBase<Root, Notifiee> {
+   public:
+    virtual void onVrfName() {}
+    virtual void onRouteMapConfig() {}
+    virtual void onPeerFilterConfig() {}
+    virtual void onAclListConfig() {}
+    virtual void onAclConfig() {}
+    virtual void onCommListUsers() {}
+    virtual void onDynPfxListConfig() {}
+    virtual void onPolicyMap() {}
+    virtual void onVrfStatusSm() {}
+  };
+  VOX_NOTIFIER_LIST(Notifiee)
+
+  explicit Root(Vox::Name name);
+  ~Root() override;
+
+  const Vox::Name& name() const { return name_; }
+  const L3::VrfName& vrfName() const { return vrfName_; }
+  const RouteMapConfigPtr& routeMapConfig() const { return routeMapConfig_; }
+  const PeerFilterConfigPtr& peerFilterConfig() const { return peerFilterConfig_; }
+  const AclListConfigPtr& aclListConfig() const { return aclListConfig_; }
+  const AclConfigPtr& aclConfig() const { return aclConfig_; }
+  const Vox::Ptr<CommListUsers>& commListUsers() const { return commListUsers_; }
+  const DynPfxListConfigPtr& dynPfxListConfig() const { return dynPfxListConfig_; }
+  const PolicyMapPtr& policyMap() const { return policyMap_; }
+  const Vox::Ptr<VrfStatusSm>& vrfStatusSm() const { return vrfStatusSm_; }
+  bool initialized() const { return initialized_; }
+
+  // Each is a no-op when the value is already in force. A configuration setter stores the
+  // value, then re-examines whether the VRF state can be built, then notifies.
+  void vrfNameIs(const L3::VrfName& v);
+  void routeMapConfigIs(const RouteMapConfigPtr& v);
+  void peerFilterConfigIs(const PeerFilterConfigPtr& v);
+  void aclListConfigIs(const AclListConfigPtr& v);
+  void aclConfigIs(const AclConfigPtr& v);
+  void dynPfxListConfigIs(const DynPfxListConfigPtr& v);
+  void policyMapIs(const PolicyMapPtr& v);
+  void commListUsersIs(const Vox::Name& name);
+  void commListUsersDel();
+
+  void vrfStatusSmIs(const L3::VrfName& vrfName, const RouteMapConfigPtr& routeMapConfig,
+                     const PeerFilterConfigPtr& peerFilterConfig,
+                     const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
+                     const DynPfxListConfigPtr& dynPfxListConfig, const PolicyMapPtr& policyMap);
+  void vrfStatusSmDel();
+  void initializedIs(bool v) { initialized_ = v; }
+
+  void handleInitialized();
+  void handleStatusSmCtorArg();
+
+ private:
+  template <class T>
+  void configIs(T& member, const T& value, void (Notifiee::*on)());
+
+  Vox::Name name_;
+  L3::VrfName vrfName_;
+  RouteMapConfigPtr routeMapConfig_;
+  PeerFilterConfigPtr peerFilterConfig_;
+  AclListConfigPtr aclListConfig_;
+  AclConfigPtr aclConfig_;
+  Vox::Ptr<CommListUsers> commListUsers_;
+  DynPfxListConfigPtr dynPfxListConfig_;
+  PolicyMapPtr policyMap_;
+  Vox::Ptr<VrfStatusSm> vrfStatusSm_;
+  bool initialized_ = false;
+};
+
+// The library-wide root: empty until a root has started, then the latest one.
+extern Vox::Ptr<Root> rmRoot;
+
+Vox::Ptr<Root> rootFactory(const Vox::Name& name);
+
+}  // namespace RibRouteMap

@@ -1,0 +1,133 @@
+// The routing engine's command library: paths, value lists, operations and commits.
+//
+// An operation names one node of the engine's policy tree by a path of numeric tags (each
+// alone, or with a string or 32-bit key), carries a list of tagged values and optional scalars
+// set on the operation itself, and is either a set or a delete. `MioOp::doExecute` hands it to
+// the engine at once; changes take effect at the next commit.
+//
+// There is no engine here: executed operations and commits go to the process's current
+// MioSink (see MioSink.h), which the agent chooses. With no sink set they are dropped.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "framework/vela/Address.h"
+#include "framework/vox/Ptr.h"
+#include "framework/vox/Types.h"
+
+namespace Rib {
+
+// One entry of a path: a tag alone, or a tag with a string or a 32-bit key.
+struct PathEntry {
+  enum class Kind : std::uint8_t { none, string, u32 };
+  U32 tag = 0;
+  Kind kind = Kind::none;
+  U32 u32 = 0;
+  std::string str;
+
+  friend bool operator==(const PathEntry&, const PathEntry&) = default;
+  // Tag first, then key: numbers numerically, strings byte-wise.
+  friend bool operator<(const PathEntry& a, const PathEntry& b);
+};
+
+class MioTagArray : public Vox::PtrInterface {
+ public:
+  void doPushPath(U32 tag) { entries_.push_back({tag, PathEntry::Kind::none, 0, {}}); }
+  void doPushString(U32 tag, std::string_view key) {
+    entries_.push_back({tag, PathEntry::Kind::string, 0, std::string(key)});
+  }
+  void doPushU32(U32 tag, U32 key) { entries_.push_back({tag, PathEntry::Kind::u32, key, {}}); }
+  const std::vector<PathEntry>& entries() const { return entries_; }
+
+ private:
+  std::vector<PathEntry> entries_;
+};
+
+// Clears the value of its tag (doPushReset).
+struct Reset {
+  friend bool operator==(Reset, Reset) = default;
+};
+
+// The typed payload of one value; the alternative's index is its type.
+using ValueData =
+    std::variant<U32, U8, std::string, bool, Vela::IpAddr, Vela::Ip6Addr, std::vector<U32>, Reset>;
+
+enum class ValueType : std::uint8_t { u32, u8, str, flag, ipv4, ipv6, words, reset };
+inline ValueType typeOf(const ValueData& d) { return static_cast<ValueType>(d.index()); }
+// "u32", "u8", "str", "flag", "ipv4", "ipv6", "words", "reset".
+const char* typeName(ValueType t);
+
+struct TaggedValue {
+  U32 tag = 0;
+  ValueData data;
+  friend bool operator==(const TaggedValue&, const TaggedValue&) = default;
+};
+
+class MioValueTagArray : public Vox::PtrInterface {
+ public:
+  void doPushU32(U32 tag, U32 v) { values_.push_back({tag, v}); }
+  void doPushU8(U32 tag, U8 v) { values_.push_back({tag, v}); }
+  void doPushString(U32 tag, std::string_view v) { values_.push_back({tag, std::string(v)}); }
+  void doPushFlag(U32 tag, bool v) { values_.push_back({tag, v}); }
+  void doPushIpAddr(U32 tag, Vela::IpAddr v) { values_.push_back({tag, v}); }
+  void doPushIp6Addr(U32 tag, const Vela::Ip6Addr& v) { values_.push_back({tag, v}); }
+  void doPushScalar(U32 tag, U32 count, const U32* words) {
+    values_.push_back({tag, std::vector<U32>(words, words + count)});
+  }
+  void doPushReset(U32 tag) { values_.push_back({tag, Reset{}}); }
+  const std::vector<TaggedValue>& values() const { return values_; }
+  bool empty() const { return values_.empty(); }
+
+ private:
+  std::vector<TaggedValue> values_;
+};
+
+// A scalar set directly on an operation (doSetU32).
+struct OpScalar {
+  U32 tag = 0;
+  U32 value = 0;
+  friend bool operator==(const OpScalar&, const OpScalar&) = default;
+};
+
+class MioOp : public Vox::PtrInterface {
+ public:
+  MioOp(std::string_view name, Vox::Ptr<MioTagArray> path)
+      : name_(name), path_(std::move(path)), value_(Vox::make<MioValueTagArray>()) {}
+
+  const std::string& name() const { return name_; }
+  const Vox::Ptr<MioTagArray>& path() const { return path_; }
+  const Vox::Ptr<MioValueTagArray>& value() const { return value_; }
+  void valueIs(Vox::Ptr<MioValueTagArray> v) {
+    if (v != value_) value_ = std::move(v);
+  }
+  bool deleteFlag() const { return delete_; }
+  void deleteFlagIs(bool d) { delete_ = d; }
+  const std::vector<OpScalar>& scalars() const { return scalars_; }
+  // The third argument is the engine library's option word; this system always passes 0.
+  void doSetU32(U32 tag, U32 value, U32 /*options*/) { scalars_.push_back({tag, value}); }
+
+  // Hands the operation to the engine (the current sink).
+  void doExecute() const;
+  // Commits everything executed so far through this operation.
+  void doCommit() const;
+
+ private:
+  std::string name_;
+  Vox::Ptr<MioTagArray> path_;
+  Vox::Ptr<MioValueTagArray> value_;
+  std::vector<OpScalar> scalars_;
+  bool delete_ = false;
+};
+
+class MioCommit {
+ public:
+  // Commits everything executed so far.
+  static void doCommit();
+};
+
+}  // namespace Rib

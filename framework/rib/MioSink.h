@@ -1,0 +1,180 @@
+// Where executed operations and commits go.
+//
+// The agent installs one MioSink for the process with `sinkIs`; every `MioOp::doExecute`,
+// `MioOp::doCommit` and `MioCommit::doCommit` reaches it synchronously, in order. Four sinks
+// are provided: a Recorder (operations and commits in order, for tests), the EngineModel (a
+// model of the engine's committed policy tree), a JsonLinesWriter (one JSON object a line) and
+// a CountingSink (counts only, for benchmarks); a TeeSink sends to several at once.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "framework/rib/Mio.h"
+
+namespace Rib {
+
+enum class CommitKind : std::uint8_t {
+  engine,     // MioCommit::doCommit
+  operation,  // MioOp::doCommit (the sync commit)
+};
+
+// A self-contained copy of one executed operation.
+struct OpRecord {
+  std::string name;
+  std::vector<PathEntry> path;
+  std::vector<TaggedValue> values;
+  std::vector<OpScalar> scalars;
+  bool del = false;
+
+  static OpRecord of(const MioOp& op);
+  friend bool operator==(const OpRecord&, const OpRecord&) = default;
+};
+
+class MioSink {
+ public:
+  virtual ~MioSink() = default;
+  virtual void execute(const MioOp& op) = 0;
+  virtual void commit(CommitKind kind) = 0;
+};
+
+// Installs the process's sink (null: operations are dropped). Returns the previous one.
+MioSink* sinkIs(MioSink* sink);
+MioSink* sink();
+
+// Installs a sink for the lifetime of the guard and restores the previous one after.
+class ScopedSink {
+ public:
+  explicit ScopedSink(MioSink* s) : previous_(sinkIs(s)) {}
+  ~ScopedSink() { sinkIs(previous_); }
+  ScopedSink(const ScopedSink&) = delete;
+  ScopedSink& operator=(const ScopedSink&) = delete;
+
+ private:
+  MioSink* previous_;
+};
+
+// Compact one-line text of an operation, for people and for golden tests:
+//   routeMapSeq 512/576="RM1"/577/578=10 {0:u32=10 1:flag=true}
+//   RouteMapSetOpMode 256 scalars{18:u32=0}
+//   deleteRouteMap 512/576="RM1" del
+// Strings are quoted, with bytes outside printable ASCII (and '"', '\') as \xHH.
+std::string pathText(const std::vector<PathEntry>& path);
+std::string valueText(const TaggedValue& v);
+std::string opText(const OpRecord& op);
+
+class Recorder : public MioSink {
+ public:
+  struct Entry {
+    bool isCommit = false;
+    CommitKind commit = CommitKind::engine;
+    OpRecord op;
+  };
+
+  void execute(const MioOp& op) override;
+  void commit(CommitKind kind) override;
+
+  const std::vector<Entry>& entries() const { return entries_; }
+  // One line per entry: opText for operations, "commit" and "commit op" for commits.
+  std::vector<std::string> lines() const;
+  // The operations alone, without commits.
+  std::vector<OpRecord> ops() const;
+  void clear() { entries_.clear(); }
+
+ private:
+  std::vector<Entry> entries_;
+};
+
+class CountingSink : public MioSink {
+ public:
+  void execute(const MioOp& op) override {
+    ++ops_;
+    values_ += op.value()->values().size();
+  }
+  void commit(CommitKind) override { ++commits_; }
+  std::size_t ops() const { return ops_; }
+  std::size_t values() const { return values_; }
+  std::size_t commits() const { return commits_; }
+
+ private:
+  std::size_t ops_ = 0;
+  std::size_t values_ = 0;
+  std::size_t commits_ = 0;
+};
+
+class TeeSink : public MioSink {
+ public:
+  explicit TeeSink(std::vector<MioSink*> sinks) : sinks_(std::move(sinks)) {}
+  void execute(const MioOp& op) override {
+    for (MioSink* s : sinks_) s->execute(op);
+  }
+  void commit(CommitKind kind) override {
+    for (MioSink* s : sinks_) s->commit(kind);
+  }
+
+ private:
+  std::vector<MioSink*> sinks_;
+};
+
+// Writes every operation and commit as one JSON object a line:
+//   {"op":"routeMap","path":[[512],[576,"RM1"]],"values":[[0,"str","RM1"]]}
+//   {"op":"RouteMapSetOpMode","path":[[256]],"scalars":[[18,"u32",0]]}
+//   {"op":"deleteRouteMap","path":[[512],[576,"RM1"]],"del":true}
+//   {"commit":"engine"}   {"commit":"op"}
+// "values", "scalars" and "del" appear only when present. In strings, '"' and '\' are
+// escaped and every byte outside 0x20..0x7e is written as \u00XX, one escape per byte, so
+// packed binary strings survive exactly.
+class JsonLinesWriter : public MioSink {
+ public:
+  explicit JsonLinesWriter(std::ostream& out) : out_(out) {}
+  void execute(const MioOp& op) override;
+  void commit(CommitKind kind) override;
+
+  static std::string opLine(const OpRecord& op);
+  static std::string commitLine(CommitKind kind);
+  static void appendJsonString(std::string& out, std::string_view s);
+
+ private:
+  std::ostream& out_;
+};
+
+// A model of the engine's policy tree. Executed operations are staged; a commit applies the
+// staged operations in order to the committed tree:
+//  - a set creates every missing node on its path, then applies its values and scalars to
+//    the last node in order (a value replaces the earlier value of its tag; a reset removes
+//    the tag); a set whose name begins with "add" or "doAdd" first clears the last node's
+//    values (its children stay);
+//  - a delete removes the node at its path with everything below it (nothing if absent).
+// A node with neither values nor children carries no meaning and is left out of comparisons.
+class EngineModel : public MioSink {
+ public:
+  struct Node {
+    std::map<PathEntry, Node> children;
+    std::map<U32, ValueData> values;  // values and scalars alike, by tag
+
+    // Whether the node or anything below it holds a value.
+    bool meaningful() const;
+  };
+
+  void execute(const MioOp& op) override;
+  void commit(CommitKind kind) override;
+
+  const Node& committed() const { return root_; }
+  std::size_t staged() const { return staged_.size(); }
+  // Applies one operation to a tree (used by commit; exposed for tests).
+  static void apply(Node& root, const OpRecord& op);
+  // Equal when both trees hold the same meaningful nodes and values.
+  static bool equivalent(const Node& a, const Node& b);
+  // The differences between two trees, one line each ("only in left: 512/603/515=\"PL\"",
+  // "values differ at ...: {..} vs {..}"), in tree order; empty when equivalent.
+  static std::vector<std::string> differences(const Node& left, const Node& right);
+
+ private:
+  Node root_;
+  std::vector<OpRecord> staged_;
+};
+
+}  // namespace Rib

@@ -1,0 +1,51 @@
+// Helpers shared by the configuration entities: the notifiee list member and keyed lookups.
+//
+// An entity stores its attributes, and each mutator that changes an attribute stores the new
+// value first and then notifies every registered notifiee (see Notifier.h for the reentrancy
+// contract). Setting an attribute to the value it already has notifies nobody.
+#pragma once
+
+#include <map>
+
+#include "framework/vox/Notifier.h"
+#include "framework/vox/Ptr.h"
+
+// Declares the notifiee list of an entity whose Notifiee class is `NotifieeType`.
+#define VOX_NOTIFIER_LIST(NotifieeType)                                                    \
+ public:                                                                                   \
+  ::Vox::NotifierList<NotifieeType>& notifiees() const { return notifiees_; }              \
+  template <class F>                                                                       \
+  void notify(F&& f) const {                                                               \
+    notifiees_.notify(f);                                                                  \
+  }                                                                                        \
+                                                                                           \
+ private:                                                                                  \
+  mutable ::Vox::NotifierList<NotifieeType> notifiees_;                                    \
+                                                                                           \
+ public:
+
+namespace Vox {
+
+// The entity under `key`, or null.
+template <class K, class V, class Q>
+Ptr<V const> lookup(const std::map<K, Ptr<V>, std::less<>>& m, const Q& key) {
+  auto it = m.find(key);
+  return it == m.end() ? Ptr<V const>() : Ptr<V const>(it->second);
+}
+template <class K, class V, class Q>
+Ptr<V const> lookup(const std::map<K, Ptr<V>>& m, const Q& key) {
+  auto it = m.find(key);
+  return it == m.end() ? Ptr<V const>() : Ptr<V const>(it->second);
+}
+
+// Stores `v` under `key` and reports whether anything changed (a different entity).
+template <class M, class K, class V>
+bool storeEntity(M& m, const K& key, const V& v) {
+  auto [it, inserted] = m.try_emplace(key, v);
+  if (inserted) return true;
+  if (it->second == v) return false;
+  it->second = v;
+  return true;
+}
+
+}  // namespace Vox

@@ -1,0 +1,97 @@
+// Per-attribute change notification of configuration entities.
+//
+// An entity keeps the list of notifiees that watch it and calls them synchronously, on the
+// caller's thread, from inside the mutator that changed the attribute, after the new value
+// is stored. A notifiee registers by pointing `notifierIs` at the entity and unregisters by
+// pointing it elsewhere (or at null) or by being destroyed.
+//
+// Reentrancy contract of `NotifierList::notify`:
+//  - A notifiee may unregister itself or any other notifiee during a callback. A notifiee
+//    that is unregistered before its turn in the current round is not called.
+//  - A notifiee registered during a round is not called in that round; it is called from the
+//    next notification on.
+//  - A callback may change attributes of the same or another entity; the nested notification
+//    runs to its end before the outer round continues (notifications nest, never queue).
+//  - The list is compacted when the outermost round ends, so removal stays O(1) during one.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+#include "framework/vox/Ptr.h"
+
+namespace Vox {
+
+template <class Notifiee>
+class NotifierList {
+ public:
+  void add(Notifiee* n) { list_.push_back(n); }
+  void remove(Notifiee* n) {
+    auto it = std::find(list_.begin(), list_.end(), n);
+    if (it == list_.end()) return;
+    if (depth_ > 0) {
+      *it = nullptr;
+      dirty_ = true;
+    } else {
+      list_.erase(it);
+    }
+  }
+  std::size_t size() const {
+    return static_cast<std::size_t>(std::count_if(list_.begin(), list_.end(),
+                                                  [](Notifiee* n) { return n != nullptr; }));
+  }
+
+  // Calls f(notifiee) for every notifiee registered when the round began.
+  template <class F>
+  void notify(F&& f) {
+    const std::size_t n = list_.size();
+    ++depth_;
+    for (std::size_t i = 0; i < n; ++i) {
+      if (Notifiee* p = list_[i]) f(*p);
+    }
+    if (--depth_ == 0 && dirty_) {
+      list_.erase(std::remove(list_.begin(), list_.end(), nullptr), list_.end());
+      dirty_ = false;
+    }
+  }
+
+ private:
+  std::vector<Notifiee*> list_;
+  int depth_ = 0;
+  bool dirty_ = false;
+};
+
+// Base of every entity's Notifiee class: holds the watched entity through a const pointer and
+// keeps the registration in step with it. `Self` is the entity's own Notifiee class.
+template <class Entity, class Self>
+class NotifieeBase {
+ public:
+  using NotifierPtr = Ptr<Entity const>;
+
+  NotifieeBase() = default;
+  NotifieeBase(const NotifieeBase&) = delete;
+  NotifieeBase& operator=(const NotifieeBase&) = delete;
+  virtual ~NotifieeBase() {
+    if (notifier_) notifier_->notifiees().remove(static_cast<Self*>(this));
+  }
+
+  const NotifierPtr& notifier() const { return notifier_; }
+
+  // Watches `n` instead of the current entity; a no-op when it is the same entity.
+  void notifierIs(const NotifierPtr& n) {
+    if (n == notifier_) return;
+    if (notifier_) notifier_->notifiees().remove(static_cast<Self*>(this));
+    notifier_ = n;
+    if (notifier_) notifier_->notifiees().add(static_cast<Self*>(this));
+    onNotifier();
+  }
+
+  // Called after the watched entity changed through notifierIs.
+  virtual void onNotifier() {}
+
+ private:
+  NotifierPtr notifier_;
+};
+
+}  // namespace Vox

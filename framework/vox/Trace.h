@@ -1,0 +1,84 @@
+// Leveled tracing.
+//
+// One TraceHandle per namespace ("RouteMap", "RibDynamicPrefixList"), each with a threshold:
+// a message of level L is written when L is at most the handle's level. Levels in use: 0 for
+// errors, 1 for deletions of whole objects, 7 for engine commands, 8 for handler entry,
+// start-up and path building, 9 for per-entry detail. A handle is off (level -1) unless the
+// environment variable RIBPOLICY_TRACE names it ("RouteMap=8,RibDynamicPrefixList=9") or
+// `traceLevelIs` switches it on.
+//
+// `TraceHelper::createIfEnabled` returns an empty optional when the level is off, and the
+// RIB_TRACE macro evaluates its message only when it is not, so a disabled trace costs one
+// comparison and formats nothing.
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace Vox {
+
+class TraceHandle {
+ public:
+  // `enabled` switches the handle on at level 9 from the start; the environment and
+  // traceLevelIs may change it later.
+  TraceHandle(std::string name, bool enabled);
+  TraceHandle(const TraceHandle&) = delete;
+  TraceHandle& operator=(const TraceHandle&) = delete;
+  ~TraceHandle();
+
+  const std::string& name() const { return name_; }
+  int level() const { return level_; }
+  void levelIs(int level) { level_ = level; }
+  bool enabled(int level) const { return level <= level_; }
+
+ private:
+  std::string name_;
+  int level_ = -1;
+};
+
+// Sets the level of the named handle, now and for a handle of that name created later.
+void traceLevelIs(std::string_view handleName, int level);
+// Parses "Name=level,Name=level"; returns false (changing nothing) on a malformed spec.
+bool traceSpecIs(std::string_view spec);
+// Where trace lines go (standard error unless set); null restores standard error.
+void traceOutputIs(std::ostream* out);
+
+class TraceHelper {
+ public:
+  static std::optional<TraceHelper> createIfEnabled(const TraceHandle& handle, int level) {
+    if (!handle.enabled(level)) return std::nullopt;
+    return std::optional<TraceHelper>(std::in_place, handle, level);
+  }
+  static void trace(const TraceHandle& handle, int level, std::string_view message) {
+    if (auto t = createIfEnabled(handle, level)) *t << message;
+  }
+
+  TraceHelper(const TraceHandle& handle, int level);
+  TraceHelper(TraceHelper&& o) noexcept : line_(std::move(o.line_)) { o.live_ = false; }
+  TraceHelper& operator=(TraceHelper&&) = delete;
+  ~TraceHelper();
+
+  template <class T>
+  TraceHelper& operator<<(const T& v) {
+    line_ << v;
+    return *this;
+  }
+
+ private:
+  std::ostringstream line_;
+  bool live_ = true;
+};
+
+}  // namespace Vox
+
+// Writes one trace line; `message` is a chain of `<<` operands, evaluated only when enabled.
+#define RIB_TRACE(handle, level, message)                                          \
+  do {                                                                             \
+    if (auto ribTraceLine = ::Vox::TraceHelper::createIfEnabled(handle, level)) { \
+      *ribTraceLine << message;                                                    \
+    }                                                                              \
+  } while (0)

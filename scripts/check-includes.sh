@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# The library folders may include only the standard library and each other: any quoted
+# include must name a file of the library, and any angle include a standard header.
+set -u
+root=${1:-.}
+cd "$root" || exit 2
+bad=0
+while IFS= read -r line; do
+  file=${line%%:*}
+  inc=$(sed -E 's/.*#include[[:space:]]*([<"][^>"]+[>"]).*/\1/' <<<"$line")
+  case "$inc" in
+    \"framework/*|\"RibRouteMap/*|\"RibDynamicPrefixList/*|\"RoutingPolicyMap/*) ;;
+    \<*\>)
+      name=${inc#<}; name=${name%>}
+      # Standard headers have no extension and no directory (bar the C compat ones).
+      if [[ "$name" == */* || "$name" == *.* ]]; then echo "$file: non-standard include $inc"; bad=1; fi ;;
+    *) echo "$file: include outside the library: $inc"; bad=1 ;;
+  esac
+done < <(grep -rnE '^[[:space:]]*#[[:space:]]*include' framework RibRouteMap RibDynamicPrefixList RoutingPolicyMap --include='*.h' --include='*.cpp' | sed -E 's/^([^:]+):[0-9]+:/\1:/')
+if [ "$bad" -ne 0 ]; then exit 1; fi
+echo "library includes: standard library and library headers only"
