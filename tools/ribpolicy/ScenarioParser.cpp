@@ -1,0 +1,1224 @@
+#include "tools/ribpolicy/ScenarioParser.h"
+
+#include <yaml-cpp/yaml.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <initializer_list>
+#include <limits>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "framework/l3/VrfName.h"
+#include "framework/vela/Address.h"
+
+namespace ribpolicy {
+
+std::string InputError::format(std::string_view file) const {
+  return std::string(file) + ':' + std::to_string(line_) + ':' + std::to_string(column_) +
+         ": error: " + what();
+}
+
+namespace {
+
+using Routing::RouteMap::CommunitySet;
+using Routing::RouteMap::LargeCommunity;
+using Routing::RouteMap::MatchOption;
+using Routing::RouteMap::MatchRule;
+using Routing::RouteMap::SetClauses;
+using Routing::RouteMap::SetFlagBit;
+
+// --- Positions and messages ------------------------------------------------------------
+
+// The 1-based position of a node; a node without a position (an empty document) is at 1:1.
+std::pair<int, int> positionOf(const YAML::Node& n) {
+  const YAML::Mark m = n.Mark();
+  if (m.is_null()) return {1, 1};
+  return {m.line + 1, m.column + 1};
+}
+
+[[noreturn]] void fail(const YAML::Node& at, const std::string& message) {
+  const auto [line, column] = positionOf(at);
+  throw InputError(line, column, message);
+}
+
+// A value as it appears in a message: quoted, with control bytes escaped so that the message
+// stays on one line, and shortened when long.
+std::string quote(std::string_view s) {
+  constexpr std::size_t kMax = 60;
+  std::string out = "'";
+  for (std::size_t i = 0; i < s.size() && i < kMax; ++i) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    if (c < 0x20 || c == 0x7f) {
+      char buf[5];
+      std::snprintf(buf, sizeof buf, "\\x%02x", c);
+      out += buf;
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  if (s.size() > kMax) out += "...";
+  return out + "'";
+}
+
+std::string describe(const YAML::Node& n) {
+  switch (n.Type()) {
+    case YAML::NodeType::Scalar:
+      return quote(n.Scalar());
+    case YAML::NodeType::Sequence:
+      return "a list";
+    case YAML::NodeType::Map:
+      return "a mapping";
+    case YAML::NodeType::Null:
+    case YAML::NodeType::Undefined:
+      return "nothing";
+  }
+  return "nothing";
+}
+
+[[noreturn]] void expected(const YAML::Node& at, std::string_view key, std::string_view what) {
+  fail(at, std::string(key) + ": expected " + std::string(what) + ", got " + describe(at));
+}
+
+std::string joinKeys(const std::vector<std::string_view>& keys) {
+  std::string out;
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (i) out += i + 1 == keys.size() ? " or " : ", ";
+    out += keys[i];
+  }
+  return out;
+}
+
+// --- Mappings with a fixed set of keys --------------------------------------------------
+
+// The members of one mapping, checked against the keys its context allows: an unknown or a
+// repeated key is an error at the key itself.
+class Fields {
+ public:
+  Fields(const YAML::Node& node, std::string what, std::vector<std::string_view> allowed)
+      : node_(node), what_(std::move(what)), allowed_(std::move(allowed)) {
+    if (node.IsNull()) return;
+    if (!node.IsMap()) expected(node, what_, "a mapping");
+    for (auto it = node.begin(); it != node.end(); ++it) {
+      const YAML::Node key = it->first;
+      if (!key.IsScalar()) expected(key, what_, "a key name");
+      const std::string& name = key.Scalar();
+      if (std::find(allowed_.begin(), allowed_.end(), name) == allowed_.end()) {
+        fail(key, "unknown key " + quote(name) + " in " + what_ + " (expected " +
+                      joinKeys(allowed_) + ")");
+      }
+      for (const Member& m : members_) {
+        if (m.name == name) {
+          fail(key, "duplicate key " + quote(name) + " in " + what_ + " (first at line " +
+                        std::to_string(positionOf(m.key).first) + ")");
+        }
+      }
+      members_.push_back({name, key, it->second});
+    }
+  }
+
+  const YAML::Node& node() const { return node_; }
+  const std::string& what() const { return what_; }
+
+  const YAML::Node* get(std::string_view name) const {
+    for (const Member& m : members_) {
+      if (m.name == name) return &m.value;
+    }
+    return nullptr;
+  }
+  const YAML::Node& need(std::string_view name) const {
+    if (const YAML::Node* v = get(name)) return *v;
+    fail(node_, what_ + ": missing key " + quote(name));
+  }
+  // Refuses every present key outside `allowed`: the keys that belong to another form of
+  // the same mapping (another match option, another kind of community entry).
+  void restrict(const std::vector<std::string_view>& allowed, const std::string& context) const {
+    for (const Member& m : members_) {
+      if (std::find(allowed.begin(), allowed.end(), m.name) == allowed.end()) {
+        fail(m.key, "key " + quote(m.name) + " does not apply to " + context + " (expected " +
+                        joinKeys(allowed) + ")");
+      }
+    }
+  }
+
+ private:
+  struct Member {
+    std::string name;
+    YAML::Node key;
+    YAML::Node value;
+  };
+  YAML::Node node_;
+  std::string what_;
+  std::vector<std::string_view> allowed_;
+  std::vector<Member> members_;
+};
+
+// --- Scalars ------------------------------------------------------------------------------
+
+std::optional<std::uint64_t> parseUnsigned(std::string_view s) {
+  unsigned base = 10;
+  if (s.size() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
+    base = 16;
+    s.remove_prefix(2);
+  }
+  if (s.empty()) return std::nullopt;
+  std::uint64_t v = 0;
+  for (char c : s) {
+    unsigned d;
+    if (c >= '0' && c <= '9') {
+      d = static_cast<unsigned>(c - '0');
+    } else if (base == 16 && c >= 'a' && c <= 'f') {
+      d = static_cast<unsigned>(c - 'a' + 10);
+    } else if (base == 16 && c >= 'A' && c <= 'F') {
+      d = static_cast<unsigned>(c - 'A' + 10);
+    } else {
+      return std::nullopt;
+    }
+    if (v > (std::numeric_limits<std::uint64_t>::max() - d) / base) return std::nullopt;
+    v = v * base + d;
+  }
+  return v;
+}
+
+std::optional<std::int64_t> parseSigned(std::string_view s) {
+  bool negative = false;
+  if (!s.empty() && (s[0] == '-' || s[0] == '+')) {
+    negative = s[0] == '-';
+    s.remove_prefix(1);
+  }
+  const auto magnitude = parseUnsigned(s);
+  if (!magnitude) return std::nullopt;
+  constexpr std::uint64_t kMax = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  if (negative) {
+    if (*magnitude > kMax + 1) return std::nullopt;
+    if (*magnitude == kMax + 1) return std::numeric_limits<std::int64_t>::min();
+    return -static_cast<std::int64_t>(*magnitude);
+  }
+  if (*magnitude > kMax) return std::nullopt;
+  return static_cast<std::int64_t>(*magnitude);
+}
+
+const std::string& scalar(const YAML::Node& n, std::string_view key, std::string_view what) {
+  if (!n.IsScalar()) expected(n, key, what);
+  return n.Scalar();
+}
+
+std::string text(const YAML::Node& n, std::string_view key) { return scalar(n, key, "a string"); }
+
+// A name of a configured object: any non-empty string.
+std::string name(const YAML::Node& n, std::string_view key) {
+  const std::string& s = scalar(n, key, "a name");
+  if (s.empty()) expected(n, key, "a non-empty name");
+  return s;
+}
+
+U32 u32(const YAML::Node& n, std::string_view key, U32 lo = 0,
+        U32 hi = std::numeric_limits<U32>::max(), std::string_view what = {}) {
+  const std::string range = what.empty() ? "a number from " + std::to_string(lo) + " to " +
+                                               std::to_string(hi)
+                                         : std::string(what);
+  const auto v = parseUnsigned(scalar(n, key, range));
+  if (!v || *v < lo || *v > hi) expected(n, key, range);
+  return static_cast<U32>(*v);
+}
+
+S64 s64(const YAML::Node& n, std::string_view key) {
+  constexpr std::string_view kWhat = "a signed 64-bit number";
+  const auto v = parseSigned(scalar(n, key, kWhat));
+  if (!v) expected(n, key, kWhat);
+  return *v;
+}
+
+bool boolean(const YAML::Node& n, std::string_view key) {
+  const std::string& s = scalar(n, key, "true or false");
+  if (s == "true" || s == "True" || s == "TRUE") return true;
+  if (s == "false" || s == "False" || s == "FALSE") return false;
+  expected(n, key, "true or false");
+}
+
+bool optionalBool(const Fields& f, std::string_view key, bool fallback) {
+  const YAML::Node* v = f.get(key);
+  return v ? boolean(*v, key) : fallback;
+}
+
+const YAML::Node& sequence(const YAML::Node& n, std::string_view key, std::string_view what) {
+  if (!n.IsSequence()) expected(n, key, what);
+  return n;
+}
+
+Acl::MatchPermit action(const YAML::Node& n) {
+  constexpr std::string_view kWhat = "permit or deny";
+  const std::string& s = scalar(n, "action", kWhat);
+  if (s == "permit" || s == "0") return Acl::permit;
+  if (s == "deny" || s == "1") return Acl::deny;
+  expected(n, "action", kWhat);
+}
+
+// --- Addresses ----------------------------------------------------------------------------
+
+Vela::IpAddr ipv4(const YAML::Node& n, std::string_view key) {
+  const auto a = Vela::IpAddr::parse(scalar(n, key, "an IPv4 address"));
+  if (!a) expected(n, key, "an IPv4 address A.B.C.D");
+  return *a;
+}
+
+Vela::Ip6Addr ipv6(const YAML::Node& n, std::string_view key) {
+  const auto a = Vela::Ip6Addr::parse(scalar(n, key, "an IPv6 address"));
+  if (!a) expected(n, key, "an IPv6 address");
+  return *a;
+}
+
+// Splits "ADDRESS/LENGTH" and checks the length against `maxLength`; the address part is
+// left to the caller.
+std::pair<std::string_view, U32> splitPrefix(const YAML::Node& n, std::string_view key,
+                                              std::string_view what, U32 maxLength) {
+  const std::string& s = scalar(n, key, what);
+  const std::size_t slash = s.find('/');
+  if (slash == std::string::npos) expected(n, key, what);
+  const auto len = parseUnsigned(std::string_view(s).substr(slash + 1));
+  if (!len || std::string_view(s).substr(slash + 1).starts_with("0x")) expected(n, key, what);
+  if (*len > maxLength) {
+    fail(n, std::string(key) + ": prefix length " + std::to_string(*len) +
+                " out of range (expected 0 to " + std::to_string(maxLength) + ") in " +
+                quote(s));
+  }
+  return {std::string_view(s).substr(0, slash), static_cast<U32>(*len)};
+}
+
+Vela::Prefix ipv4Prefix(const YAML::Node& n, std::string_view key) {
+  constexpr std::string_view kWhat = "an IPv4 prefix A.B.C.D/N";
+  const auto [addr, len] = splitPrefix(n, key, kWhat, 32);
+  const auto a = Vela::IpAddr::parse(addr);
+  if (!a) fail(n, std::string(key) + ": bad IPv4 address " + quote(addr) + " in " + describe(n));
+  return Vela::Prefix(*a, len);
+}
+
+Vela::Ip6Prefix ipv6Prefix(const YAML::Node& n, std::string_view key) {
+  constexpr std::string_view kWhat = "an IPv6 prefix ADDRESS/N";
+  const auto [addr, len] = splitPrefix(n, key, kWhat, 128);
+  const auto a = Vela::Ip6Addr::parse(addr);
+  if (!a) fail(n, std::string(key) + ": bad IPv6 address " + quote(addr) + " in " + describe(n));
+  return Vela::Ip6Prefix(*a, len);
+}
+
+// "A.B.C.D/M.M.M.M" or "A.B.C.D/N".
+Vela::IpAddrWithFullMask addressWithMask(const YAML::Node& n, std::string_view key) {
+  constexpr std::string_view kWhat = "an IPv4 address with a mask, A.B.C.D/M.M.M.M or A.B.C.D/N";
+  const std::string& s = scalar(n, key, kWhat);
+  const std::size_t slash = s.find('/');
+  if (slash == std::string::npos) expected(n, key, kWhat);
+  const std::string_view addr = std::string_view(s).substr(0, slash);
+  const std::string_view mask = std::string_view(s).substr(slash + 1);
+  const auto a = Vela::IpAddr::parse(addr);
+  if (!a) fail(n, std::string(key) + ": bad IPv4 address " + quote(addr) + " in " + quote(s));
+  if (mask.find('.') != std::string_view::npos) {
+    const auto m = Vela::IpAddr::parse(mask);
+    if (!m) fail(n, std::string(key) + ": bad mask " + quote(mask) + " in " + quote(s));
+    return Vela::IpAddrWithFullMask(*a, m->value());
+  }
+  const auto len = parseUnsigned(mask);
+  if (!len || mask.starts_with("0x")) expected(n, key, kWhat);
+  if (*len > 32) {
+    fail(n, std::string(key) + ": prefix length " + std::to_string(*len) +
+                " out of range (expected 0 to 32) in " + quote(s));
+  }
+  const U32 bits = *len == 0 ? 0u : ~0u << (32 - *len);
+  return Vela::IpAddrWithFullMask(*a, bits);
+}
+
+// --- Communities --------------------------------------------------------------------------
+
+std::vector<std::string_view> splitColons(std::string_view s) {
+  std::vector<std::string_view> out;
+  std::size_t start = 0;
+  for (;;) {
+    const std::size_t at = s.find(':', start);
+    out.push_back(s.substr(start, at == std::string_view::npos ? std::string_view::npos
+                                                               : at - start));
+    if (at == std::string_view::npos) return out;
+    start = at + 1;
+  }
+}
+
+U32 standardCommunity(const YAML::Node& n, std::string_view key) {
+  constexpr std::string_view kWhat = "a standard community AA:NN or a 32-bit number";
+  const std::string& s = scalar(n, key, kWhat);
+  const auto parts = splitColons(s);
+  if (parts.size() == 1) {
+    const auto v = parseUnsigned(s);
+    if (!v || *v > 0xffffffffu) expected(n, key, kWhat);
+    return static_cast<U32>(*v);
+  }
+  if (parts.size() != 2) expected(n, key, kWhat);
+  const auto hi = parseUnsigned(parts[0]);
+  const auto lo = parseUnsigned(parts[1]);
+  if (!hi || !lo || *hi > 0xffff || *lo > 0xffff) expected(n, key, kWhat);
+  return static_cast<U32>((*hi << 16) | *lo);
+}
+
+std::uint64_t extendedCommunity(const YAML::Node& n, std::string_view key) {
+  constexpr std::string_view kWhat = "an extended community as a 64-bit number";
+  const auto v = parseUnsigned(scalar(n, key, kWhat));
+  if (!v) expected(n, key, kWhat);
+  return *v;
+}
+
+LargeCommunity largeCommunity(const YAML::Node& n, std::string_view key) {
+  constexpr std::string_view kWhat = "a large community G:L1:L2";
+  const auto parts = splitColons(scalar(n, key, kWhat));
+  if (parts.size() != 3) expected(n, key, kWhat);
+  U32 words[3];
+  for (std::size_t i = 0; i < 3; ++i) {
+    const auto v = parseUnsigned(parts[i]);
+    if (!v || *v > 0xffffffffu) expected(n, key, kWhat);
+    words[i] = static_cast<U32>(*v);
+  }
+  return {words[0], words[1], words[2]};
+}
+
+// --- Lists of entries ---------------------------------------------------------------------
+
+// A list written either as a sequence of entries or as a mapping holding them.
+struct ListForm {
+  std::optional<U32> version;
+  std::string source;
+  std::vector<YAML::Node> entries;
+};
+
+ListForm listForm(const YAML::Node& n, const std::string& what, bool versioned, bool sourced) {
+  ListForm out;
+  if (n.IsNull()) return out;
+  if (n.IsSequence()) {
+    for (const YAML::Node& e : n) out.entries.push_back(e);
+    return out;
+  }
+  if (!n.IsMap()) {
+    expected(n, what, versioned ? "a list of entries or a mapping {version, entries}"
+                                : "a list of entries or a mapping {entries}");
+  }
+  std::vector<std::string_view> keys = {"entries"};
+  if (versioned) keys.push_back("version");
+  if (sourced) keys.push_back("source");
+  Fields f(n, what, keys);
+  if (const YAML::Node* v = f.get("version")) out.version = u32(*v, "version");
+  if (const YAML::Node* s = f.get("source")) out.source = text(*s, "source");
+  if (const YAML::Node* e = f.get("entries")) {
+    if (!e->IsNull()) {
+      for (const YAML::Node& x : sequence(*e, "entries", "a list of entries")) {
+        out.entries.push_back(x);
+      }
+    }
+  }
+  return out;
+}
+
+// Parses the entries of one list: each is a mapping with a unique `seq` among `keys`;
+// `body` reads the rest of it.
+template <class T, class Body>
+std::map<U32, T> parseEntries(const std::vector<YAML::Node>& nodes, const std::string& what,
+                              std::vector<std::string_view> keys, Body body) {
+  std::map<U32, T> out;
+  std::map<U32, int> firstLine;
+  for (const YAML::Node& node : nodes) {
+    Fields f(node, "entry of " + what, keys);
+    if (node.IsNull()) expected(node, "entry of " + what, "a mapping");
+    const YAML::Node& seqNode = f.need("seq");
+    const U32 seq = u32(seqNode, "seq");
+    if (auto it = firstLine.find(seq); it != firstLine.end()) {
+      fail(seqNode, "duplicate sequence number " + std::to_string(seq) + " in " + what +
+                        " (first at line " + std::to_string(it->second) + ")");
+    }
+    firstLine.emplace(seq, positionOf(seqNode).first);
+    out.emplace(seq, body(f, seq));
+  }
+  return out;
+}
+
+// Calls `f(name, value)` for each member of a section that maps names to objects.
+template <class F>
+void forEachNamed(const YAML::Node* section, std::string_view sectionName, F&& f) {
+  if (!section || section->IsNull()) return;
+  if (!section->IsMap()) expected(*section, sectionName, "a mapping from names to definitions");
+  std::map<std::string, int> firstLine;
+  for (auto it = section->begin(); it != section->end(); ++it) {
+    const std::string n = name(it->first, sectionName);
+    if (auto at = firstLine.find(n); at != firstLine.end()) {
+      fail(it->first, "duplicate name " + quote(n) + " in " + std::string(sectionName) +
+                          " (first at line " + std::to_string(at->second) + ")");
+    }
+    firstLine.emplace(n, positionOf(it->first).first);
+    f(n, it->second);
+  }
+}
+
+std::set<std::string> nameList(const YAML::Node& n, std::string_view key) {
+  std::set<std::string> out;
+  if (n.IsNull()) return out;
+  for (const YAML::Node& x : sequence(n, key, "a list of names")) {
+    if (!out.insert(name(x, key)).second) {
+      fail(x, std::string(key) + ": duplicate name " + quote(x.Scalar()));
+    }
+  }
+  return out;
+}
+
+// --- Prefix, AS-path, community and access lists -----------------------------------------
+
+template <class Entry, class PrefixParser>
+PrefixListSpec<Entry> parsePrefixList(const YAML::Node& n, const std::string& what, U32 maxLength,
+                                      PrefixParser prefix) {
+  const ListForm form = listForm(n, what, true, false);
+  PrefixListSpec<Entry> spec;
+  spec.version = form.version;
+  spec.entries = parseEntries<Entry>(
+      form.entries, what, {"seq", "action", "prefix", "ge", "le"}, [&](const Fields& f, U32 seq) {
+        Entry e;
+        e.seqno = seq;
+        e.permit = action(f.need("action"));
+        e.prefix = prefix(f.need("prefix"), "prefix");
+        if (const YAML::Node* v = f.get("ge")) e.ge = u32(*v, "ge", 0, maxLength);
+        if (const YAML::Node* v = f.get("le")) e.le = u32(*v, "le", 0, maxLength);
+        return e;
+      });
+  return spec;
+}
+
+AsPathListSpec parseAsPathList(const YAML::Node& n, const std::string& what) {
+  const ListForm form = listForm(n, what, true, true);
+  AsPathListSpec spec;
+  spec.version = form.version;
+  spec.source = form.source;
+  spec.entries = parseEntries<Acl::AsPathEntry>(
+      form.entries, what, {"seq", "action", "regex", "origin", "valid"},
+      [&](const Fields& f, U32 seq) {
+        Acl::AsPathEntry e;
+        e.seqno = seq;
+        e.permit = action(f.need("action"));
+        e.regex = text(f.need("regex"), "regex");
+        e.origin = 0xffffffffu;  // any origin
+        if (const YAML::Node* o = f.get("origin")) {
+          if (!(o->IsScalar() && o->Scalar() == "any")) {
+            e.origin = u32(*o, "origin", 0, 0xffffffffu, "0, 1, 2 or any");
+          }
+        }
+        e.validMode0 = true;
+        e.validMode1 = true;
+        if (const YAML::Node* v = f.get("valid")) {
+          constexpr std::string_view kWhat = "a pair [valid in mode 0, valid in mode 1]";
+          if (!v->IsSequence() || v->size() != 2) expected(*v, "valid", kWhat);
+          e.validMode0 = boolean((*v)[0], "valid");
+          e.validMode1 = boolean((*v)[1], "valid");
+        }
+        return e;
+      });
+  return spec;
+}
+
+struct CommunityTypeName {
+  std::string_view name;
+  Acl::CommunityListType type;
+};
+constexpr CommunityTypeName kCommunityTypes[] = {
+    {"standard", Acl::standardValues}, {"standard-regex", Acl::standardRegex},
+    {"extended", Acl::extendedValues}, {"extended-regex", Acl::extendedRegex},
+    {"large", Acl::largeValues},       {"large-regex", Acl::largeRegex},
+};
+
+Acl::CommunityListType communityListType(const YAML::Node& n) {
+  constexpr std::string_view kWhat =
+      "standard, standard-regex, extended, extended-regex, large, large-regex or 0 to 5";
+  const std::string& s = scalar(n, "type", kWhat);
+  for (const CommunityTypeName& t : kCommunityTypes) {
+    if (s == t.name) return t.type;
+  }
+  return static_cast<Acl::CommunityListType>(u32(n, "type", 0, 5, kWhat));
+}
+
+bool isRegexType(Acl::CommunityListType t) {
+  switch (t) {
+    case Acl::standardRegex:
+    case Acl::extendedRegex:
+    case Acl::largeRegex:
+      return true;
+    case Acl::standardValues:
+    case Acl::extendedValues:
+    case Acl::largeValues:
+      return false;
+  }
+  return false;
+}
+
+std::string_view typeName(Acl::CommunityListType t) {
+  for (const CommunityTypeName& n : kCommunityTypes) {
+    if (n.type == t) return n.name;
+  }
+  return "unknown";
+}
+
+Acl::CommunityValue communityValue(const YAML::Node& n, Acl::CommunityListType t) {
+  switch (t) {
+    case Acl::standardValues:
+    case Acl::standardRegex:
+      return Acl::CommunityValue::standard(standardCommunity(n, "communities"));
+    case Acl::extendedValues:
+    case Acl::extendedRegex:
+      return Acl::CommunityValue::extended(extendedCommunity(n, "communities"));
+    case Acl::largeValues:
+    case Acl::largeRegex: {
+      const LargeCommunity l = largeCommunity(n, "communities");
+      return Acl::CommunityValue::large(l.global, l.local1, l.local2);
+    }
+  }
+  return {};
+}
+
+CommunityListSpec parseCommunityList(const YAML::Node& n, const std::string& what) {
+  const ListForm form = listForm(n, what, false, false);
+  CommunityListSpec spec;
+  spec.entries = parseEntries<CommunityEntrySpec>(
+      form.entries, what, {"seq", "action", "type", "communities", "regex", "version"},
+      [&](const Fields& f, U32) {
+        CommunityEntrySpec e;
+        e.permit = action(f.need("action"));
+        e.type = communityListType(f.need("type"));
+        if (const YAML::Node* v = f.get("version")) e.version = u32(*v, "version");
+        const std::string context = "a community entry of type " + std::string(typeName(e.type));
+        if (isRegexType(e.type)) {
+          f.restrict({"seq", "action", "type", "regex", "version"}, context);
+          e.regex = text(f.need("regex"), "regex");
+        } else {
+          f.restrict({"seq", "action", "type", "communities", "version"}, context);
+          const YAML::Node& values = f.need("communities");
+          if (!values.IsNull()) {
+            for (const YAML::Node& v : sequence(values, "communities", "a list of communities")) {
+              e.communities.insert(communityValue(v, e.type));
+            }
+          }
+        }
+        return e;
+      });
+  return spec;
+}
+
+AccessListSpec parseAccessList(const YAML::Node& n, const std::string& what) {
+  const ListForm form = listForm(n, what, false, false);
+  AccessListSpec spec;
+  spec.rules = parseEntries<Acl::RuleConfig>(
+      form.entries, what, {"seq", "action", "source"}, [&](const Fields& f, U32) {
+        Acl::RuleConfig r;
+        r.action = action(f.need("action"));
+        r.filter = Acl::IpFilter(addressWithMask(f.need("source"), "source"));
+        return r;
+      });
+  return spec;
+}
+
+// --- Route maps: match rules --------------------------------------------------------------
+
+// How a match option takes its value.
+enum class OptionForm : std::uint8_t {
+  listName,        // value: a list or map name
+  ipv4Address,     // value: an IPv4 address
+  ipv6Address,     // value: an IPv6 address
+  communityLists,  // lists: [names], exact
+  text,            // value: a string
+  optionalText,    // value: a string, may be left out
+  metricType,      // value: 1 or 2
+  protocol,        // value: 1 to 9
+  routeType,       // value: 1 to 4
+  range,           // value and upper
+  pair,            // pair: [first, second]
+  integer,         // value: a 32-bit number
+  passThrough,     // an option the library does not know: value and upper as given
+};
+
+struct OptionName {
+  std::string_view name;
+  MatchOption option;
+};
+constexpr OptionName kOptionNames[] = {
+    {"access-list", Routing::RouteMap::matchAccessList},
+    {"prefix-list", Routing::RouteMap::matchPrefixList},
+    {"ipv6-prefix-list", Routing::RouteMap::matchIpv6PrefixList},
+    {"gateway", Routing::RouteMap::matchGateway},
+    {"next-hop", Routing::RouteMap::matchNextHop},
+    {"ipv6-next-hop", Routing::RouteMap::matchIpv6NextHop},
+    {"next-hop-prefix-list", Routing::RouteMap::matchNextHopPrefixList},
+    {"ipv6-next-hop-prefix-list", Routing::RouteMap::matchIpv6NextHopPrefixList},
+    {"resolved-next-hop-prefix-list", Routing::RouteMap::matchResolvedNextHopPrefixList},
+    {"ipv6-resolved-next-hop-prefix-list",
+     Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList},
+    {"community", Routing::RouteMap::matchCommunity},
+    {"extended-community", Routing::RouteMap::matchExtCommunity},
+    {"large-community", Routing::RouteMap::matchLargeCommunity},
+    {"interface", Routing::RouteMap::matchInterface},
+    {"metric-type", Routing::RouteMap::matchMetricType},
+    {"protocol", Routing::RouteMap::matchProtocol},
+    {"as-range", Routing::RouteMap::matchAsRange},
+    {"route-type", Routing::RouteMap::matchRouteType},
+    {"dynamic-prefix-list", Routing::RouteMap::matchDynamicPrefixList},
+    {"ipv6-dynamic-prefix-list", Routing::RouteMap::matchIpv6DynamicPrefixList},
+    {"community-instances", Routing::RouteMap::matchCommInstances},
+    {"as-path-length", Routing::RouteMap::matchAsPathLength},
+    {"contributing-aggregate", Routing::RouteMap::matchContribAggAttr},
+};
+
+OptionForm optionForm(MatchOption option) {
+  switch (option) {
+    case 1:
+    case 2:
+    case 14:
+    case 15:
+    case 116:
+    case 118:
+    case 119:
+    case 123:
+    case 124:
+      return OptionForm::listName;
+    case 5:
+    case 12:
+      return OptionForm::ipv4Address;
+    case 117:
+      return OptionForm::ipv6Address;
+    case 103:
+    case 104:
+    case 127:
+      return OptionForm::communityLists;
+    case 101:
+    case 102:
+    case 107:
+    case 120:
+      return OptionForm::text;
+    case 128:
+      return OptionForm::optionalText;
+    case 112:
+      return OptionForm::metricType;
+    case 113:
+      return OptionForm::protocol;
+    case 122:
+      return OptionForm::routeType;
+    case 121:
+    case 125:
+      return OptionForm::range;
+    case 126:
+      return OptionForm::pair;
+    case 100:
+    case 105:
+    case 108:
+    case 109:
+    case 110:
+    case 111:
+    case 115:
+      return OptionForm::integer;
+    default:
+      return OptionForm::passThrough;
+  }
+}
+
+std::string optionLabel(MatchOption option) {
+  for (const OptionName& n : kOptionNames) {
+    if (n.option == option) return std::string(n.name);
+  }
+  return std::to_string(option);
+}
+
+MatchOption matchOption(const YAML::Node& n) {
+  constexpr std::string_view kWhat = "a match option name or number";
+  const std::string& s = scalar(n, "option", kWhat);
+  for (const OptionName& o : kOptionNames) {
+    if (s == o.name) return o.option;
+  }
+  const auto v = parseUnsigned(s);
+  if (!v || *v > 0xffffffffu) {
+    fail(n, "option: unknown match option " + quote(s) +
+                " (expected a name such as prefix-list or community, or a number)");
+  }
+  return static_cast<MatchOption>(*v);
+}
+
+MatchRule parseMatchRule(const YAML::Node& n) {
+  Fields f(n, "match rule", {"option", "value", "invert", "upper", "lists", "exact", "pair"});
+  if (n.IsNull()) expected(n, "match rule", "a mapping");
+  MatchRule r;
+  r.option = matchOption(f.need("option"));
+  r.invert = optionalBool(f, "invert", false);
+  const std::string context = "match option " + optionLabel(r.option);
+  switch (optionForm(r.option)) {
+    case OptionForm::listName:
+      f.restrict({"option", "value", "invert"}, context);
+      r.stringValue = name(f.need("value"), "value");
+      break;
+    case OptionForm::ipv4Address:
+      f.restrict({"option", "value", "invert"}, context);
+      r.ipAddr = ipv4(f.need("value"), "value");
+      break;
+    case OptionForm::ipv6Address:
+      f.restrict({"option", "value", "invert"}, context);
+      r.ip6Addr = ipv6(f.need("value"), "value");
+      break;
+    case OptionForm::communityLists: {
+      f.restrict({"option", "lists", "exact", "invert"}, context);
+      const YAML::Node& lists = f.need("lists");
+      std::set<std::string> names = nameList(lists, "lists");
+      if (names.empty()) expected(lists, "lists", "at least one community-list name");
+      r.commListSet = Routing::RouteMap::CommListSet(std::move(names));
+      r.stringValue = r.commListSet.stringValue();
+      r.exact = optionalBool(f, "exact", false);
+      break;
+    }
+    case OptionForm::text:
+      f.restrict({"option", "value", "invert"}, context);
+      r.stringValue = text(f.need("value"), "value");
+      break;
+    case OptionForm::optionalText:
+      f.restrict({"option", "value", "invert"}, context);
+      if (const YAML::Node* v = f.get("value")) r.stringValue = text(*v, "value");
+      break;
+    case OptionForm::metricType:
+      f.restrict({"option", "value", "invert"}, context);
+      r.intValue = u32(f.need("value"), "value", 1, 2, "a metric type, 1 or 2");
+      break;
+    case OptionForm::protocol:
+      f.restrict({"option", "value", "invert"}, context);
+      r.intValue = u32(f.need("value"), "value", 1, 9, "a protocol from 1 to 9");
+      break;
+    case OptionForm::routeType:
+      f.restrict({"option", "value", "invert"}, context);
+      r.intValue = u32(f.need("value"), "value", 1, 4, "a route type from 1 to 4");
+      break;
+    case OptionForm::range:
+      f.restrict({"option", "value", "upper", "invert"}, context);
+      r.intValue = u32(f.need("value"), "value");
+      r.upper = u32(f.need("upper"), "upper");
+      break;
+    case OptionForm::pair: {
+      f.restrict({"option", "pair", "invert"}, context);
+      const YAML::Node& p = f.need("pair");
+      if (!p.IsSequence() || p.size() != 2) expected(p, "pair", "a pair [first, second]");
+      r.asPathLength = {u32(p[0], "pair"), u32(p[1], "pair")};
+      break;
+    }
+    case OptionForm::integer:
+      f.restrict({"option", "value", "invert"}, context);
+      r.intValue = u32(f.need("value"), "value");
+      break;
+    case OptionForm::passThrough:
+      f.restrict({"option", "value", "upper", "invert"}, context);
+      if (const YAML::Node* v = f.get("value")) {
+        r.stringValue = text(*v, "value");
+        if (const auto x = parseUnsigned(r.stringValue); x && *x <= 0xffffffffu) {
+          r.intValue = static_cast<U32>(*x);
+        }
+      }
+      if (const YAML::Node* v = f.get("upper")) r.upper = u32(*v, "upper");
+      break;
+  }
+  return r;
+}
+
+// --- Route maps: set clauses --------------------------------------------------------------
+
+std::map<U32, U32> asList(const YAML::Node& n, std::string_view key) {
+  std::map<U32, U32> out;
+  U32 position = 0;
+  for (const YAML::Node& x : sequence(n, key, "a list of AS numbers")) {
+    out.emplace(position++, u32(x, key));
+  }
+  return out;
+}
+
+Acl::CommSetFlag commSetFlag(const YAML::Node& n, std::string_view key) {
+  constexpr std::string_view kWhat = "a community-set flag from 0 to 3";
+  const auto f = Acl::sequenceToValue(scalar(n, key, kWhat));
+  if (!f || static_cast<U32>(*f) > 3) expected(n, key, kWhat);
+  return *f;
+}
+
+struct LinkBandwidth {
+  Acl::ExtCommLinkBandwidthSetFlag option = Acl::lbwNone_;
+  float bandwidth = 0;
+};
+
+float bandwidth(const YAML::Node& n) {
+  constexpr std::string_view kWhat = "a bandwidth (a non-negative number)";
+  const std::string& s = scalar(n, "bandwidth", kWhat);
+  if (s.empty()) expected(n, "bandwidth", kWhat);
+  errno = 0;
+  char* end = nullptr;
+  const double v = std::strtod(s.c_str(), &end);
+  if (errno != 0 || end != s.c_str() + s.size() || !std::isfinite(v) || v < 0 ||
+      v > std::numeric_limits<float>::max()) {
+    expected(n, "bandwidth", kWhat);
+  }
+  return static_cast<float>(v);
+}
+
+// A community set clause: `kind` says which values it takes; `defaultFlag` is the flag when
+// none is given; `refuse(flag)` names a flag the clause cannot carry (or nothing).
+Vox::Ptr<CommunitySet const> parseCommunitySet(const YAML::Node& n, const std::string& key,
+                                               Acl::CommunityType kind, Acl::CommSetFlag defaultFlag,
+                                               LinkBandwidth* lbw) {
+  std::vector<std::string_view> keys = {"values", "lists", "flag"};
+  if (lbw) keys.push_back("link-bandwidth");
+  Fields f(n, key, keys);
+  if (n.IsNull()) expected(n, key, "a community set {values, lists, flag}");
+  auto set = Vox::make<CommunitySet>();
+  set->flag = defaultFlag;
+  if (const YAML::Node* v = f.get("flag")) {
+    set->flag = commSetFlag(*v, "flag");
+    if (key == "community" && set->flag == Acl::commSetDelete_) {
+      fail(*v, "flag: community cannot carry flag 1 (delete); expected 0, 2 or 3, or use "
+               "community-delete");
+    }
+    if (key == "community-delete" && set->flag != Acl::commSetDelete_) {
+      expected(*v, "flag", "1 (community-delete always deletes)");
+    }
+  }
+  if (const YAML::Node* v = f.get("values")) {
+    if (!v->IsNull()) {
+      for (const YAML::Node& x : sequence(*v, "values", "a list of communities")) {
+        switch (kind) {
+          case Acl::communityStandard:
+            set->standard.push_back(standardCommunity(x, "values"));
+            break;
+          case Acl::communityExtended:
+            set->extended.push_back(extendedCommunity(x, "values"));
+            break;
+          case Acl::communityLarge:
+            set->large.push_back(largeCommunity(x, "values"));
+            break;
+        }
+      }
+    }
+  }
+  if (const YAML::Node* v = f.get("lists")) {
+    set->useCL = true;
+    set->communityListName = nameList(*v, "lists");
+  }
+  if (lbw) {
+    if (const YAML::Node* v = f.get("link-bandwidth")) {
+      Fields l(*v, "link-bandwidth", {"option", "bandwidth"});
+      if (v->IsNull()) expected(*v, "link-bandwidth", "a mapping {option, bandwidth}");
+      lbw->option = static_cast<Acl::ExtCommLinkBandwidthSetFlag>(
+          u32(l.need("option"), "option", 0, 4, "a link-bandwidth option from 0 to 4"));
+      if (const YAML::Node* b = l.get("bandwidth")) lbw->bandwidth = bandwidth(*b);
+    }
+  }
+  return set;
+}
+
+SetClauses parseSetClauses(const YAML::Node& n) {
+  using namespace Routing::RouteMap;
+  Fields f(n, "set",
+           {"as-path-prepend",
+            "next-hop",
+            "ipv6-next-hop",
+            "origin",
+            "action-19",
+            "metric",
+            "ospf-metric-type",
+            "isis-level",
+            "action-2",
+            "community",
+            "community-delete",
+            "extended-community",
+            "action-3",
+            "action-25",
+            "action-26",
+            "next-hop-peer-address",
+            "ipv6-next-hop-peer-address",
+            "next-hop-unchanged",
+            "ipv6-next-hop-unchanged",
+            "as-path-prepend-last-as",
+            "as-path-replace",
+            "action-35",
+            "large-community"});
+  SetClauses s;
+  auto on = [&](SetFlagBit bit) { s.flags |= 1u << bit; };
+  if (const YAML::Node* v = f.get("as-path-prepend")) {
+    s.asPathPrepend = asList(*v, "as-path-prepend");
+    on(setAsPathPrepend);
+  }
+  if (const YAML::Node* v = f.get("next-hop")) {
+    s.nextHop = ipv4(*v, "next-hop");
+    on(setNextHop);
+  }
+  if (const YAML::Node* v = f.get("ipv6-next-hop")) {
+    s.ipv6NextHop = ipv6(*v, "ipv6-next-hop");
+    on(setIpv6NextHop);
+  }
+  if (const YAML::Node* v = f.get("origin")) {
+    s.origin = u32(*v, "origin", 1, 3, "an origin of 1, 2 or 3");
+    on(setOrigin);
+  }
+  if (const YAML::Node* v = f.get("action-19")) {
+    s.action19 = s64(*v, "action-19");
+    on(setAction19);
+  }
+  if (const YAML::Node* v = f.get("metric")) {
+    Fields m(*v, "metric", {"value", "med-type"});
+    if (v->IsNull()) expected(*v, "metric", "a mapping {value, med-type}");
+    s.metric = s64(m.need("value"), "value");
+    if (const YAML::Node* t = m.get("med-type")) {
+      s.medType = u32(*t, "med-type", 0, 8, "a med type from 0 to 8");
+    }
+    on(setMetric);
+  }
+  if (const YAML::Node* v = f.get("ospf-metric-type")) {
+    s.ospfMetricType = u32(*v, "ospf-metric-type", 1, 2, "an OSPF metric type, 1 or 2");
+    on(setOspfMetricType);
+  }
+  if (const YAML::Node* v = f.get("isis-level")) {
+    s.isisLevel = u32(*v, "isis-level", 0, 2, "an IS-IS level, 0, 1 or 2");
+    on(setIsisLevel);
+  }
+  if (const YAML::Node* v = f.get("action-2")) {
+    s.action2 = u32(*v, "action-2");
+    on(setAction2);
+  }
+  if (const YAML::Node* v = f.get("community")) {
+    s.communityAddReplace =
+        parseCommunitySet(*v, "community", Acl::communityStandard, Acl::commSetNone_, nullptr);
+    on(setCommunityAddReplace);
+  }
+  if (const YAML::Node* v = f.get("community-delete")) {
+    s.communityDelete = parseCommunitySet(*v, "community-delete", Acl::communityStandard,
+                                          Acl::commSetDelete_, nullptr);
+    on(setCommunityDelete);
+  }
+  if (const YAML::Node* v = f.get("extended-community")) {
+    LinkBandwidth lbw;
+    s.extCommunity = parseCommunitySet(*v, "extended-community", Acl::communityExtended,
+                                       Acl::commSetNone_, &lbw);
+    s.extCommLbwFlag = lbw.option;
+    s.extCommLbwBandwidth = lbw.bandwidth;
+    on(setExtCommunity);
+  }
+  if (const YAML::Node* v = f.get("action-3")) {
+    s.action3 = s64(*v, "action-3");
+    on(setAction3);
+  }
+  if (const YAML::Node* v = f.get("action-25")) {
+    s.action25 = u32(*v, "action-25");
+    on(setAction25);
+  }
+  if (const YAML::Node* v = f.get("action-26")) {
+    s.action26 = s64(*v, "action-26");
+    on(setAction26);
+  }
+  if (const YAML::Node* v = f.get("next-hop-peer-address")) {
+    s.nextHopPeerAddr = boolean(*v, "next-hop-peer-address");
+    on(setNextHopPeerAddr);
+  }
+  if (const YAML::Node* v = f.get("ipv6-next-hop-peer-address")) {
+    s.ipv6NextHopPeerAddr = boolean(*v, "ipv6-next-hop-peer-address");
+    on(setIpv6NextHopPeerAddr);
+  }
+  if (const YAML::Node* v = f.get("next-hop-unchanged")) {
+    s.nextHopUnchanged = boolean(*v, "next-hop-unchanged");
+    on(setNextHopUnchanged);
+  }
+  if (const YAML::Node* v = f.get("ipv6-next-hop-unchanged")) {
+    s.ipv6NextHopUnchanged = boolean(*v, "ipv6-next-hop-unchanged");
+    on(setIpv6NextHopUnchanged);
+  }
+  if (const YAML::Node* v = f.get("as-path-prepend-last-as")) {
+    s.asPathPrependLastAs = static_cast<U8>(u32(*v, "as-path-prepend-last-as", 0, 255));
+    on(setAsPathPrependLastAs);
+  }
+  if (const YAML::Node* v = f.get("as-path-replace")) {
+    s.asPathReplace = asList(*v, "as-path-replace");
+    on(setAsPathReplace);
+  }
+  if (const YAML::Node* v = f.get("action-35")) {
+    s.action35 = s64(*v, "action-35");
+    on(setAction35);
+  }
+  if (const YAML::Node* v = f.get("large-community")) {
+    s.largeCommunity = parseCommunitySet(*v, "large-community", Acl::communityLarge,
+                                         Acl::commSetNone_, nullptr);
+    on(setLargeCommunity);
+  }
+  return s;
+}
+
+MapSpec parseMap(const YAML::Node& n, const std::string& what) {
+  const ListForm form = listForm(n, what, true, false);
+  MapSpec spec;
+  spec.version = form.version;
+  spec.entries = parseEntries<MapEntrySpec>(
+      form.entries, what, {"seq", "action", "match", "sub-route-map", "set"},
+      [&](const Fields& f, U32) {
+        MapEntrySpec e;
+        e.permit = action(f.need("action"));
+        if (const YAML::Node* m = f.get("match")) {
+          if (!m->IsNull()) {
+            std::map<MatchOption, int> firstLine;
+            for (const YAML::Node& r : sequence(*m, "match", "a list of match rules")) {
+              MatchRule rule = parseMatchRule(r);
+              if (auto it = firstLine.find(rule.option); it != firstLine.end()) {
+                fail(r, "match: option " + optionLabel(rule.option) +
+                            " given twice in one entry (first at line " +
+                            std::to_string(it->second) + ")");
+              }
+              firstLine.emplace(rule.option, positionOf(r).first);
+              e.match.emplace(rule.option, std::move(rule));
+            }
+          }
+        }
+        if (const YAML::Node* s = f.get("sub-route-map")) {
+          e.subRouteMap = text(*s, "sub-route-map");
+        }
+        if (const YAML::Node* s = f.get("set")) e.set = parseSetClauses(*s);
+        return e;
+      });
+  return spec;
+}
+
+// --- Sections, steps, scenario ------------------------------------------------------------
+
+DynamicPrefixListSpec parseDynamicPrefixList(const YAML::Node& n, const std::string& what) {
+  Fields f(n, what, {"match-map", "ipv4-prefix-list", "ipv6-prefix-list", "version"});
+  DynamicPrefixListSpec d;
+  if (const YAML::Node* v = f.get("match-map")) d.matchMap = text(*v, "match-map");
+  if (const YAML::Node* v = f.get("ipv4-prefix-list")) {
+    d.ipv4PrefixList = text(*v, "ipv4-prefix-list");
+  }
+  if (const YAML::Node* v = f.get("ipv6-prefix-list")) {
+    d.ipv6PrefixList = text(*v, "ipv6-prefix-list");
+  }
+  if (const YAML::Node* v = f.get("version")) d.version = u32(*v, "version");
+  return d;
+}
+
+ScenarioConfig parseConfig(const YAML::Node& n) {
+  Fields f(n, "config",
+           {"route-map-op-mode", "as-path-regex-mode", "prefix-lists", "ipv6-prefix-lists",
+            "as-path-lists", "community-lists", "access-lists", "route-maps", "peer-filters",
+            "dynamic-prefix-lists", "policy-map"});
+  ScenarioConfig c;
+  if (const YAML::Node* v = f.get("route-map-op-mode")) {
+    c.routeMapOpMode = u32(*v, "route-map-op-mode");
+  }
+  if (const YAML::Node* v = f.get("as-path-regex-mode")) {
+    c.asPathRegexMode = u32(*v, "as-path-regex-mode");
+  }
+  forEachNamed(f.get("prefix-lists"), "prefix-lists", [&](const std::string& nm, auto& v) {
+    c.prefixLists.emplace(nm, parsePrefixList<Acl::PrefixEntry>(v, "prefix list " + quote(nm),
+                                                                32, ipv4Prefix));
+  });
+  forEachNamed(f.get("ipv6-prefix-lists"), "ipv6-prefix-lists",
+               [&](const std::string& nm, auto& v) {
+                 c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(
+                                                   v, "IPv6 prefix list " + quote(nm), 128,
+                                                   ipv6Prefix));
+               });
+  forEachNamed(f.get("as-path-lists"), "as-path-lists", [&](const std::string& nm, auto& v) {
+    c.asPathLists.emplace(nm, parseAsPathList(v, "AS-path list " + quote(nm)));
+  });
+  forEachNamed(f.get("community-lists"), "community-lists", [&](const std::string& nm, auto& v) {
+    c.communityLists.emplace(nm, parseCommunityList(v, "community list " + quote(nm)));
+  });
+  forEachNamed(f.get("access-lists"), "access-lists", [&](const std::string& nm, auto& v) {
+    c.accessLists.emplace(nm, parseAccessList(v, "access list " + quote(nm)));
+  });
+  forEachNamed(f.get("route-maps"), "route-maps", [&](const std::string& nm, auto& v) {
+    c.routeMaps.emplace(nm, parseMap(v, "route map " + quote(nm)));
+  });
+  forEachNamed(f.get("peer-filters"), "peer-filters", [&](const std::string& nm, auto& v) {
+    c.peerFilters.emplace(nm, parseMap(v, "peer filter " + quote(nm)));
+  });
+  forEachNamed(f.get("dynamic-prefix-lists"), "dynamic-prefix-lists",
+               [&](const std::string& nm, auto& v) {
+                 c.dynamicPrefixLists.emplace(
+                     nm, parseDynamicPrefixList(v, "dynamic prefix list " + quote(nm)));
+               });
+  if (const YAML::Node* v = f.get("policy-map")) {
+    Fields p(*v, "policy-map", {"route-maps", "dynamic-prefix-lists"});
+    if (const YAML::Node* x = p.get("route-maps")) {
+      c.policyMap.routeMaps = nameList(*x, "route-maps");
+    }
+    if (const YAML::Node* x = p.get("dynamic-prefix-lists")) {
+      c.policyMap.dynamicPrefixLists = nameList(*x, "dynamic-prefix-lists");
+    }
+  }
+  return c;
+}
+
+InputSet parseInputs(const YAML::Node& n) {
+  InputSet set;
+  if (n.IsNull()) return set;
+  std::string names;
+  for (Input i : kAllInputs) {
+    if (!names.empty()) names += ", ";
+    names += inputName(i);
+  }
+  for (const YAML::Node& x : sequence(n, "inputs", "a list of input names")) {
+    const std::string& s = scalar(x, "inputs", "an input name");
+    bool found = false;
+    for (Input i : kAllInputs) {
+      if (s != inputName(i)) continue;
+      if (set.has(i)) fail(x, "inputs: " + quote(s) + " listed twice");
+      set.set(i, true);
+      found = true;
+    }
+    if (!found) fail(x, "inputs: unknown input " + quote(s) + " (expected one of " + names + ")");
+  }
+  return set;
+}
+
+Step parseStep(const YAML::Node& n, std::size_t number) {
+  const std::string what = "step " + std::to_string(number);
+  Fields f(n, what, {"name", "config", "inputs"});
+  if (n.IsNull()) expected(n, what, "a mapping {name, config, inputs}");
+  Step s;
+  if (const YAML::Node* v = f.get("name")) s.name = text(*v, "name");
+  s.config = parseConfig(f.need("config"));
+  if (const YAML::Node* v = f.get("inputs")) s.inputs = parseInputs(*v);
+  return s;
+}
+
+Scenario parseRoot(const YAML::Node& root) {
+  if (!root.IsMap()) expected(root, "scenario", "a mapping with 'steps'");
+  Fields f(root, "scenario", {"vrf", "steps"});
+  Scenario sc;
+  if (const YAML::Node* v = f.get("vrf")) {
+    sc.vrf = text(*v, "vrf");
+    if (sc.vrf.size() > L3::VrfName::maxLength) {
+      fail(*v, "vrf: expected a name of at most " + std::to_string(L3::VrfName::maxLength) +
+                   " bytes, got " + std::to_string(sc.vrf.size()) + " bytes");
+    }
+  }
+  const YAML::Node& steps = f.need("steps");
+  if (!steps.IsSequence() || steps.size() == 0) expected(steps, "steps", "a list of at least one step");
+  std::size_t number = 0;
+  for (const YAML::Node& s : steps) sc.steps.push_back(parseStep(s, ++number));
+  return sc;
+}
+
+}  // namespace
+
+Scenario parseScenario(std::string_view text) {
+  YAML::Node root;
+  try {
+    root = YAML::Load(std::string(text));
+  } catch (const YAML::Exception& e) {
+    throw InputError(e.mark.is_null() ? 1 : e.mark.line + 1,
+                     e.mark.is_null() ? 1 : e.mark.column + 1, "invalid YAML: " + e.msg);
+  }
+  try {
+    return parseRoot(root);
+  } catch (const YAML::Exception& e) {
+    // The reader checks node types before every access; this only keeps an unforeseen
+    // case a reported input error instead of an abort.
+    throw InputError(e.mark.is_null() ? 1 : e.mark.line + 1,
+                     e.mark.is_null() ? 1 : e.mark.column + 1, "invalid scenario: " + e.msg);
+  }
+}
+
+}  // namespace ribpolicy
