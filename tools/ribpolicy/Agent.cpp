@@ -1,0 +1,427 @@
+#include "tools/ribpolicy/Agent.h"
+
+#include <optional>
+#include <utility>
+
+#include "framework/l3/VrfName.h"
+
+namespace ribpolicy {
+
+namespace {
+
+using Routing::RouteMap::Map;
+using Routing::RouteMap::MapEntry;
+
+// Calls `f(key, before, after)` for every key of either map in ascending order; the side
+// that lacks the key passes null.
+template <class K, class V, class C, class F>
+void forEachKey(const std::map<K, V, C>& before, const std::map<K, V, C>& after, F&& f) {
+  auto b = before.begin();
+  auto a = after.begin();
+  while (b != before.end() || a != after.end()) {
+    if (a == after.end() || (b != before.end() && b->first < a->first)) {
+      f(b->first, &b->second, static_cast<const V*>(nullptr));
+      ++b;
+    } else if (b == before.end() || a->first < b->first) {
+      f(a->first, static_cast<const V*>(nullptr), &a->second);
+      ++a;
+    } else {
+      f(a->first, &b->second, &a->second);
+      ++b;
+      ++a;
+    }
+  }
+}
+
+// The objects of one named section: removals first, then additions and changes, each in
+// ascending name order.
+template <class Spec, class Remove, class Put>
+void syncNamed(const std::map<std::string, Spec>& before, const std::map<std::string, Spec>& after,
+               Remove&& remove, Put&& put) {
+  for (const auto& [name, spec] : before) {
+    if (!after.contains(name)) remove(name);
+  }
+  for (const auto& [name, spec] : after) {
+    auto it = before.find(name);
+    put(name, spec, it == before.end() ? nullptr : &it->second);
+  }
+}
+
+// The version an existing object takes after a step: the explicit one if the step gives one,
+// otherwise one more than now when the contents changed.
+U32 nextVersion(const std::optional<U32>& explicitVersion, U32 current, bool changed) {
+  if (explicitVersion) return *explicitVersion;
+  return changed ? current + 1 : current;
+}
+
+// --- Prefix lists of both families ---------------------------------------------------------
+
+template <class List, class Spec>
+void fillPrefixList(List& list, const Spec& spec) {
+  for (const auto& [seq, entry] : spec.entries) list.entryIs(entry);
+  list.versionIs(spec.version.value_or(1));
+}
+
+template <class List, class Spec>
+void updatePrefixList(List& list, const Spec& before, const Spec& after) {
+  bool changed = false;
+  forEachKey(before.entries, after.entries, [&](U32 seq, const auto* b, const auto* a) {
+    if (!a) {
+      list.entryDel(seq);
+      changed = true;
+    } else if (!b || !(*b == *a)) {
+      list.entryIs(*a);
+      changed = true;
+    }
+  });
+  list.versionIs(nextVersion(after.version, list.version(), changed));
+}
+
+// --- Route-map entries ----------------------------------------------------------------------
+
+Vox::Ptr<MapEntry> buildEntry(U32 seq, const MapEntrySpec& spec) {
+  auto e = Vox::make<MapEntry>(seq);
+  e->permitIs(spec.permit);
+  for (const auto& [option, rule] : spec.match) e->matchRuleIs(rule);
+  e->subRouteMapIs(spec.subRouteMap);
+  for (Routing::RouteMap::SetFlagBit bit : Routing::RouteMap::SetClauses::allBits()) {
+    e->setClauseIs(bit, spec.set);
+  }
+  return e;
+}
+
+// Changes an entry that stays, one attribute at a time, so that each change is notified.
+void updateEntry(MapEntry& e, const MapEntrySpec& before, const MapEntrySpec& after) {
+  forEachKey(before.match, after.match, [&](Routing::RouteMap::MatchOption option,
+                                            const auto* b, const auto* a) {
+    if (!a) {
+      e.matchRuleDel(option);
+    } else if (!b || !(*b == *a)) {
+      e.matchRuleIs(*a);
+    }
+  });
+  e.subRouteMapIs(after.subRouteMap);
+  e.permitIs(after.permit);
+  for (Routing::RouteMap::SetFlagBit bit : Routing::RouteMap::SetClauses::allBits()) {
+    e.setClauseIs(bit, after.set);
+  }
+}
+
+// --- Community-list entries -------------------------------------------------------------------
+
+void writeCommunityEntry(Acl::CommunityListEntry& e, const CommunityEntrySpec& spec) {
+  e.permitIs(spec.permit);
+  e.listTypeIs(spec.type);
+  e.communitiesIs(spec.communities);
+  e.regexIs(spec.regex);
+}
+
+Vox::Ptr<Acl::CommunityListEntry> buildCommunityEntry(U32 seq, const CommunityEntrySpec& spec) {
+  auto e = Vox::make<Acl::CommunityListEntry>(seq);
+  writeCommunityEntry(*e, spec);
+  e->versionIs(spec.version.value_or(1));
+  return e;
+}
+
+void writeDynamicPrefixList(Routing::DynamicPrefixList::DynamicPrefixListEntry& e,
+                            const DynamicPrefixListSpec& spec) {
+  e.matchMapIs(spec.matchMap);
+  e.ipv4PrefixListIs(spec.ipv4PrefixList);
+  e.ipv6PrefixListIs(spec.ipv6PrefixList);
+}
+
+}  // namespace
+
+RoutingPolicyMap::Requester externalReason() { return {0, 0, "external", "scenario"}; }
+
+Agent::Agent(std::string vrf)
+    : vrf_(std::move(vrf)),
+      routeMapConfig_(Vox::make<Routing::RouteMap::Config>()),
+      peerFilterConfig_(Vox::make<Routing::RouteMap::PeerFilterConfig>()),
+      aclListConfig_(Vox::make<Acl::AclListConfig>()),
+      aclConfig_(Vox::make<Acl::Config>()),
+      ipAclConfig_(Vox::make<Acl::AclTypeConfig>(Acl::aclTypeIp)),
+      dynPfxListConfig_(Vox::make<Routing::DynamicPrefixList::Config>()),
+      policyMap_(Vox::make<RoutingPolicyMap::PolicyMap>()) {
+  // The access-list configuration always holds the IP type, configured lists or not.
+  aclConfig_->configIs(ipAclConfig_);
+}
+
+Agent::~Agent() { teardown(); }
+
+void Agent::applyStep(const ScenarioConfig& config, const InputSet& inputs) {
+  applyConfig(current_, config);
+  current_ = config;
+  if (!root_) {
+    root_ = RibRouteMap::rootFactory("ribpolicy");
+    root_->vrfNameIs(L3::VrfName(vrf_));
+    for (Input i : kAllInputs) {
+      if (inputs.has(i)) attach(i, true);
+    }
+    return;
+  }
+  for (Input i : kAllInputs) {
+    if (attached_.has(i) && !inputs.has(i)) attach(i, false);
+  }
+  for (Input i : kAllInputs) {
+    if (!attached_.has(i) && inputs.has(i)) attach(i, true);
+  }
+}
+
+void Agent::teardown() {
+  if (!root_) return;
+  // The VRF state exists only while every input is set, so clearing one removes it.
+  for (Input i : kAllInputs) {
+    if (attached_.has(i)) {
+      attach(i, false);
+      break;
+    }
+  }
+  root_ = nullptr;
+}
+
+void Agent::attach(Input input, bool on) {
+  attached_.set(input, on);
+  switch (input) {
+    case Input::routeMapConfig:
+      root_->routeMapConfigIs(on ? RibRouteMap::RouteMapConfigPtr(routeMapConfig_) : nullptr);
+      return;
+    case Input::peerFilterConfig:
+      root_->peerFilterConfigIs(on ? RibRouteMap::PeerFilterConfigPtr(peerFilterConfig_)
+                                   : nullptr);
+      return;
+    case Input::aclListConfig:
+      root_->aclListConfigIs(on ? RibRouteMap::AclListConfigPtr(aclListConfig_) : nullptr);
+      return;
+    case Input::aclConfig:
+      root_->aclConfigIs(on ? RibRouteMap::AclConfigPtr(aclConfig_) : nullptr);
+      return;
+    case Input::dynPfxListConfig:
+      root_->dynPfxListConfigIs(on ? RibRouteMap::DynPfxListConfigPtr(dynPfxListConfig_)
+                                   : nullptr);
+      return;
+    case Input::policyMap:
+      root_->policyMapIs(on ? policyMap_ : nullptr);
+      return;
+  }
+}
+
+void Agent::applyConfig(const ScenarioConfig& from, const ScenarioConfig& to) {
+  aclListConfig_->regexModeIs(to.asPathRegexMode);
+  syncPrefixLists(from, to);
+  syncIpv6PrefixLists(from, to);
+  syncAsPathLists(from, to);
+  syncCommunityLists(from, to);
+  syncAccessLists(from, to);
+  syncDynamicPrefixLists(from, to);
+  syncMaps(from.routeMaps, to.routeMaps, false);
+  syncMaps(from.peerFilters, to.peerFilters, true);
+  routeMapConfig_->routeMapOpModeIs(to.routeMapOpMode);
+  syncPolicyMap(from.policyMap, to.policyMap);
+}
+
+void Agent::syncPrefixLists(const ScenarioConfig& from, const ScenarioConfig& to) {
+  syncNamed(
+      from.prefixLists, to.prefixLists,
+      [&](const std::string& name) { aclListConfig_->prefixListDel(name); },
+      [&](const std::string& name, const Ipv4PrefixListSpec& spec,
+          const Ipv4PrefixListSpec* before) {
+        if (!before) {
+          auto list = Vox::make<Acl::PrefixList>(name);
+          aclListConfig_->prefixListIs(list);
+          fillPrefixList(*list, spec);
+        } else {
+          updatePrefixList(*aclListConfig_->prefixList().at(name), *before, spec);
+        }
+      });
+}
+
+void Agent::syncIpv6PrefixLists(const ScenarioConfig& from, const ScenarioConfig& to) {
+  syncNamed(
+      from.ipv6PrefixLists, to.ipv6PrefixLists,
+      [&](const std::string& name) { aclListConfig_->ipv6PrefixListDel(name); },
+      [&](const std::string& name, const Ipv6PrefixListSpec& spec,
+          const Ipv6PrefixListSpec* before) {
+        if (!before) {
+          auto list = Vox::make<Acl::Ipv6PrefixList>(name);
+          aclListConfig_->ipv6PrefixListIs(list);
+          fillPrefixList(*list, spec);
+        } else {
+          updatePrefixList(*aclListConfig_->ipv6PrefixList().at(name), *before, spec);
+        }
+      });
+}
+
+void Agent::syncAsPathLists(const ScenarioConfig& from, const ScenarioConfig& to) {
+  syncNamed(
+      from.asPathLists, to.asPathLists,
+      [&](const std::string& name) { aclListConfig_->pathListDel(name); },
+      [&](const std::string& name, const AsPathListSpec& spec, const AsPathListSpec* before) {
+        if (!before) {
+          auto list = Vox::make<Acl::AsPathList>(name);
+          list->sourceIs(spec.source);
+          aclListConfig_->pathListIs(list);
+          for (const auto& [seq, entry] : spec.entries) list->pathEntryIs(entry);
+          list->versionIs(spec.version.value_or(1));
+          return;
+        }
+        Acl::AsPathList& list = *aclListConfig_->pathList().at(name);
+        bool changed = spec.source != before->source;
+        list.sourceIs(spec.source);
+        forEachKey(before->entries, spec.entries, [&](U32 seq, const auto* b, const auto* a) {
+          if (!a) {
+            list.pathEntryDel(seq);
+            changed = true;
+          } else if (!b || !(*b == *a)) {
+            list.pathEntryIs(*a);
+            changed = true;
+          }
+        });
+        list.versionIs(nextVersion(spec.version, list.version(), changed));
+      });
+}
+
+void Agent::syncCommunityLists(const ScenarioConfig& from, const ScenarioConfig& to) {
+  syncNamed(
+      from.communityLists, to.communityLists,
+      [&](const std::string& name) { aclListConfig_->communityListDel(name); },
+      [&](const std::string& name, const CommunityListSpec& spec,
+          const CommunityListSpec* before) {
+        if (!before) {
+          auto list = Vox::make<Acl::CommunityList>(name);
+          aclListConfig_->communityListIs(list);
+          for (const auto& [seq, entry] : spec.entries) {
+            list->communityListEntryIs(buildCommunityEntry(seq, entry));
+          }
+          return;
+        }
+        Acl::CommunityList& list = *aclListConfig_->communityList().at(name);
+        forEachKey(before->entries, spec.entries, [&](U32 seq, const auto* b, const auto* a) {
+          if (!a) {
+            list.communityListEntryDel(seq);
+          } else if (!b) {
+            list.communityListEntryIs(buildCommunityEntry(seq, *a));
+          } else {
+            Acl::CommunityListEntry& e = *list.communityListEntry().at(seq);
+            const bool changed = !b->sameContents(*a);
+            if (changed) writeCommunityEntry(e, *a);
+            e.versionIs(nextVersion(a->version, e.version(), changed));
+          }
+        });
+      });
+}
+
+Vox::Ptr<Acl::RuleSet const> Agent::ruleSet(const AccessListSpec& spec) {
+  auto set = Vox::make<Acl::RuleSet>();
+  for (const auto& [seq, rule] : spec.rules) {
+    const Acl::UniqueId id = nextRuleId_++;
+    set->rules.emplace(seq, id);
+    set->ruleConfig.emplace(id, rule);
+  }
+  return set;
+}
+
+void Agent::syncAccessLists(const ScenarioConfig& from, const ScenarioConfig& to) {
+  syncNamed(
+      from.accessLists, to.accessLists,
+      [&](const std::string& name) { ipAclConfig_->aclDel(name); },
+      [&](const std::string& name, const AccessListSpec& spec, const AccessListSpec* before) {
+        if (!before) {
+          auto acl = Vox::make<Acl::AclConfig>(name);
+          acl->standardIs(true);
+          acl->currCfgIs(ruleSet(spec));
+          ipAclConfig_->aclIs(acl);
+        } else if (!(*before == spec)) {
+          ipAclConfig_->acl().at(name)->currCfgIs(ruleSet(spec));
+        }
+      });
+}
+
+void Agent::syncDynamicPrefixLists(const ScenarioConfig& from, const ScenarioConfig& to) {
+  syncNamed(
+      from.dynamicPrefixLists, to.dynamicPrefixLists,
+      [&](const std::string& name) { dynPfxListConfig_->dynamicPrefixListDel(name); },
+      [&](const std::string& name, const DynamicPrefixListSpec& spec,
+          const DynamicPrefixListSpec* before) {
+        if (!before) {
+          auto e = Vox::make<Routing::DynamicPrefixList::DynamicPrefixListEntry>(name);
+          writeDynamicPrefixList(*e, spec);
+          e->versionIs(spec.version.value_or(1));
+          dynPfxListConfig_->dynamicPrefixListIs(e);
+          return;
+        }
+        auto& e = *dynPfxListConfig_->dynamicPrefixList().at(name);
+        const bool changed = !before->sameFields(spec);
+        if (changed) writeDynamicPrefixList(e, spec);
+        e.versionIs(nextVersion(spec.version, e.version(), changed));
+      });
+}
+
+void Agent::syncMaps(const std::map<std::string, MapSpec>& from,
+                     const std::map<std::string, MapSpec>& to, bool peerFilters) {
+  syncNamed(
+      from, to,
+      [&](const std::string& name) {
+        if (peerFilters) {
+          peerFilterConfig_->peerFilterDel(name);
+        } else {
+          routeMapConfig_->routeMapDel(name);
+        }
+      },
+      [&](const std::string& name, const MapSpec& spec, const MapSpec* before) {
+        if (!before) {
+          auto map = Vox::make<Map>(name);
+          if (peerFilters) {
+            peerFilterConfig_->peerFilterIs(map);
+          } else {
+            routeMapConfig_->routeMapIs(map);
+          }
+          for (const auto& [seq, entry] : spec.entries) map->mapEntryIs(buildEntry(seq, entry));
+          map->versionIs(spec.version.value_or(1));
+          return;
+        }
+        Map& map = peerFilters ? *peerFilterConfig_->peerFilter().at(name)
+                               : *routeMapConfig_->routeMap().at(name);
+        bool changed = false;
+        forEachKey(before->entries, spec.entries, [&](U32 seq, const auto* b, const auto* a) {
+          if (!a) {
+            map.mapEntryDel(seq);
+            changed = true;
+          } else if (!b) {
+            map.mapEntryIs(buildEntry(seq, *a));
+            changed = true;
+          } else if (!b->sameAs(*a)) {
+            updateEntry(*map.mapEntry().at(seq), *b, *a);
+            changed = true;
+          }
+        });
+        map.versionIs(nextVersion(spec.version, map.version(), changed));
+      });
+}
+
+void Agent::syncPolicyMap(const PolicyMapSpec& from, const PolicyMapSpec& to) {
+  const RoutingPolicyMap::Requester reason = externalReason();
+  RoutingPolicyMap::PolicyMap& pm = *policyMap_;
+  // The library may hold reasons of its own for the same name; the entity goes only when
+  // no reason is left.
+  for (const std::string& name : from.routeMaps) {
+    if (to.routeMaps.contains(name)) continue;
+    if (auto r = pm.routeMap(name)) {
+      r->reasonDel(reason);
+      if (r->empty()) pm.routeMapDel(name);
+    }
+  }
+  for (const std::string& name : from.dynamicPrefixLists) {
+    if (to.dynamicPrefixLists.contains(name)) continue;
+    if (auto r = pm.dynamicPrefixList(name)) {
+      r->reasonDel(reason);
+      if (r->empty()) pm.dynamicPrefixListDel(name);
+    }
+  }
+  for (const std::string& name : to.routeMaps) pm.routeMapIs(name)->reasonIs(reason, true);
+  for (const std::string& name : to.dynamicPrefixLists) {
+    pm.dynamicPrefixListIs(name)->reasonIs(reason, true);
+  }
+}
+
+}  // namespace ribpolicy
