@@ -1,6 +1,5 @@
-#include <cstdio>
+#include <iostream>
 
-int main() {
-  std::puts("ribpolicy: scenarios are not wired up yet");
-  return 0;
-}
+#include "tools/ribpolicy/Cli.h"
+
+int main(int argc, char** argv) { return ribpolicy::runCli(argc, argv, std::cout, std::cerr); }

@@ -1,0 +1,36 @@
+// The printed engine state: the committed policy tree and the policy-reference map as one
+// JSON object, members in a fixed order so that two runs print the same text.
+//
+// Engine strings are byte strings (packed AS paths hold any byte), while JSON strings are
+// text. Each byte is therefore carried as the code point of the same number and printed
+// ASCII-only, so every byte outside printable ASCII comes out as one \u00XX escape, the same
+// as in the operation stream.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "framework/config/PolicyMap.h"
+#include "framework/rib/MioSink.h"
+
+namespace ribpolicy {
+
+using Json = nlohmann::ordered_json;
+
+// The JSON string value that carries the bytes of `bytes` one code point each.
+std::string jsonBytes(std::string_view bytes);
+// The member name of a child node: "512", "576=\"RM1\"", "578=10".
+std::string nodeName(const Rib::PathEntry& entry);
+// [TYPE, VALUE] of one engine value.
+Json valueJson(const Rib::ValueData& value);
+// The committed tree: children by path entry, values under "="; meaningless nodes left out.
+Json engineJson(const Rib::EngineModel::Node& node);
+// {"route-maps": {...}, "dynamic-prefix-lists": {...}, "redistributed-dynamic-prefix-lists"}
+Json policyMapJson(const RoutingPolicyMap::PolicyMap& map);
+Json stateJson(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map);
+
+// Compact (one line) or indented text, ASCII only.
+std::string jsonText(const Json& json, bool indented);
+
+}  // namespace ribpolicy

@@ -1,0 +1,79 @@
+#include "tools/ribpolicy/TextWriter.h"
+
+namespace ribpolicy {
+
+namespace {
+
+constexpr std::size_t kNameWidth = 28;
+constexpr std::size_t kPathWidth = 44;
+
+// `s` padded to `width`, or followed by one blank when it is wider.
+std::string column(const std::string& s, std::size_t width) {
+  if (s.size() >= width) return s + ' ';
+  return s + std::string(width - s.size(), ' ');
+}
+
+}  // namespace
+
+std::string TextWriter::opLine(const Rib::OpRecord& op) {
+  std::string line = op.del ? "  DEL  " : "       ";
+  line += column(op.name, kNameWidth);
+  line += column(Rib::pathText(op.path), kPathWidth);
+  std::string rest;
+  if (!op.values.empty()) {
+    rest += '{';
+    for (std::size_t i = 0; i < op.values.size(); ++i) {
+      if (i) rest += ' ';
+      rest += Rib::valueText(op.values[i]);
+    }
+    rest += '}';
+  }
+  if (!op.scalars.empty()) {
+    if (!rest.empty()) rest += ' ';
+    rest += "scalars{";
+    for (std::size_t i = 0; i < op.scalars.size(); ++i) {
+      if (i) rest += ' ';
+      rest += std::to_string(op.scalars[i].tag) + ":u32=" + std::to_string(op.scalars[i].value);
+    }
+    rest += '}';
+  }
+  line += rest;
+  while (!line.empty() && line.back() == ' ') line.pop_back();
+  return line;
+}
+
+std::string TextWriter::commitLine(Rib::CommitKind kind) {
+  switch (kind) {
+    case Rib::CommitKind::engine:
+      return "  ---- commit";
+    case Rib::CommitKind::operation:
+      return "  ---- commit (op)";
+  }
+  return "  ---- commit";
+}
+
+void TextWriter::execute(const Rib::MioOp& op) {
+  out_ << opLine(Rib::OpRecord::of(op)) << '\n';
+  ++lines_;
+}
+
+void TextWriter::commit(Rib::CommitKind kind) {
+  out_ << commitLine(kind) << '\n';
+  ++lines_;
+}
+
+void TextWriter::stepIs(std::size_t number, std::string_view name, std::string_view note) {
+  if (number > 1) out_ << '\n';
+  out_ << "step " << number;
+  if (!name.empty()) out_ << ": " << name;
+  if (!note.empty()) out_ << "  [" << note << ']';
+  out_ << '\n';
+  lines_ = 0;
+}
+
+void TextWriter::stepDone() {
+  if (lines_ == 0) out_ << "       (no operations)\n";
+  out_.flush();
+}
+
+}  // namespace ribpolicy

@@ -1,0 +1,35 @@
+// Checks the incremental run against fresh starts: after every step where all inputs are
+// attached, a new set of entities, a new root and a new engine model start on that step's
+// configuration, and their committed engine tree and policy-reference map must equal the
+// ones the incremental run reached.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "framework/config/PolicyMap.h"
+#include "framework/rib/MioSink.h"
+#include "tools/ribpolicy/Scenario.h"
+
+namespace ribpolicy {
+
+struct StepVerdict {
+  std::size_t step = 0;  // 1-based
+  bool skipped = false;  // some input was detached after the step
+  std::vector<std::string> differences;
+};
+
+// Runs the scenario and compares after every step.
+std::vector<StepVerdict> verifyScenario(const Scenario& scenario);
+
+// The differences between the incremental state (left) and a fresh start on `config` (right).
+std::vector<std::string> compareWithFreshStart(const std::string& vrf, const ScenarioConfig& config,
+                                               const Rib::EngineModel::Node& engine,
+                                               const RoutingPolicyMap::PolicyMap& policyMap);
+
+// The differences between two policy-reference maps, one line each, in name order.
+std::vector<std::string> policyMapDifferences(const RoutingPolicyMap::PolicyMap& left,
+                                              const RoutingPolicyMap::PolicyMap& right);
+
+}  // namespace ribpolicy
