@@ -40,8 +40,21 @@ bool VrfStatusSm::sameInputs(const L3::VrfName& vrfName, const RouteMapConfigPtr
 
 void VrfStatusSm::handleInitialized() {
   RM_TRACE(traceHandler, "void RibRouteMap::VrfStatusSm::handleInitialized()");
+  // Children take the root's VRF name, so every command channel of this VRF passes the
+  // root's check.
+  const L3::VrfName vrf = rmRoot ? rmRoot->vrfName() : vrfName_;
+  routeMapConfigSmIs(routeMapConfig_, vrf, policyMap_);
   initializedIs(true);
 }
+
+void VrfStatusSm::routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
+                                     const PolicyMapPtr& policyMap) {
+  auto sm = routeMapConfigSmFactory(config, vrfName, policyMap);
+  routeMapConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::routeMapConfigSmDel() { routeMapConfigSm_.reset(); }
 
 // --- Root -------------------------------------------------------------------------------
 
