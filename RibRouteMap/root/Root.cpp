@@ -7,7 +7,9 @@ namespace RibRouteMap {
 
 Vox::Ptr<Root> rmRoot;
 
-Vox::Ptr<Root> rootFactory(const Vox::Name& name) { return Vox::make<Root>(name); }
+Vox::Ptr<Root> rootFactory(const Vox::Name& name) {
+  return Vox::make<Root>(name);
+}
 
 // --- VrfStatusSm ------------------------------------------------------------------------
 
@@ -54,11 +56,15 @@ void VrfStatusSm::routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::
   sm->hasNotificationActiveIs(true);
 }
 
-void VrfStatusSm::routeMapConfigSmDel() { routeMapConfigSm_.reset(); }
+void VrfStatusSm::routeMapConfigSmDel() {
+  routeMapConfigSm_.reset();
+}
 
 // --- Root -------------------------------------------------------------------------------
 
-Root::Root(Vox::Name name) : name_(std::move(name)) { handleInitialized(); }
+Root::Root(Vox::Name name) : name_(std::move(name)) {
+  handleInitialized();
+}
 
 Root::~Root() = default;
 
@@ -112,12 +118,12 @@ void Root::commListUsersDel() {
 }
 
 void Root::handleStatusSmCtorArg() {
-  RM_TRACE(traceHandler,
-           "void RibRouteMap::Root::handleStatusSmCtorArg()" << " vrfName is " << vrfName_);
+  RM_TRACE(traceHandler, "void RibRouteMap::Root::handleStatusSmCtorArg()"
+                             << " vrfName is " << vrfName_);
   if (routeMapConfig_ && peerFilterConfig_ && aclListConfig_ && aclConfig_ && commListUsers_ &&
       dynPfxListConfig_ && policyMap_) {
-    RM_TRACE(traceHandler,
-             "void RibRouteMap::Root::handleStatusSmCtorArg()" << ": created vrfStatusSm");
+    RM_TRACE(traceHandler, "void RibRouteMap::Root::handleStatusSmCtorArg()"
+                               << ": created vrfStatusSm");
     vrfStatusSmIs(vrfName_, routeMapConfig_, peerFilterConfig_, aclListConfig_, aclConfig_,
                   dynPfxListConfig_, policyMap_);
   } else {
@@ -130,17 +136,17 @@ void Root::vrfStatusSmIs(const L3::VrfName& vrfName, const RouteMapConfigPtr& ro
                          const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
                          const DynPfxListConfigPtr& dynPfxListConfig,
                          const PolicyMapPtr& policyMap) {
-  if (vrfStatusSm_ && vrfStatusSm_->sameInputs(vrfName, routeMapConfig, peerFilterConfig,
-                                               aclListConfig, aclConfig, dynPfxListConfig,
-                                               policyMap)) {
+  if (vrfStatusSm_ &&
+      vrfStatusSm_->sameInputs(vrfName, routeMapConfig, peerFilterConfig, aclListConfig, aclConfig,
+                               dynPfxListConfig, policyMap)) {
     return;
   }
   // The old state goes before the new one starts, so the engine never sees two owners of the
   // same policy objects.
   vrfStatusSmDel();
-  vrfStatusSm_ = Vox::validPtr(Vox::make<VrfStatusSm>(vrfName, routeMapConfig, peerFilterConfig,
-                                                      aclListConfig, aclConfig, dynPfxListConfig,
-                                                      policyMap));
+  vrfStatusSm_ =
+      Vox::validPtr(Vox::make<VrfStatusSm>(vrfName, routeMapConfig, peerFilterConfig, aclListConfig,
+                                           aclConfig, dynPfxListConfig, policyMap));
   notify([](Notifiee& n) { n.onVrfStatusSm(); });
 }
 

@@ -32,8 +32,7 @@ class VrfStatusSm : public Vox::Reactor {
  public:
   VrfStatusSm(L3::VrfName vrfName, RouteMapConfigPtr routeMapConfig,
               PeerFilterConfigPtr peerFilterConfig, AclListConfigPtr aclListConfig,
-              AclConfigPtr aclConfig, DynPfxListConfigPtr dynPfxListConfig,
-              PolicyMapPtr policyMap);
+              AclConfigPtr aclConfig, DynPfxListConfigPtr dynPfxListConfig, PolicyMapPtr policyMap);
   ~VrfStatusSm() override;
 
   const L3::VrfName& vrfName() const { return vrfName_; }
@@ -47,8 +46,7 @@ class VrfStatusSm : public Vox::Reactor {
   bool sameInputs(const L3::VrfName& vrfName, const RouteMapConfigPtr& routeMapConfig,
                   const PeerFilterConfigPtr& peerFilterConfig,
                   const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
-                  const DynPfxListConfigPtr& dynPfxListConfig,
-                  const PolicyMapPtr& policyMap) const;
+                  const DynPfxListConfigPtr& dynPfxListConfig, const PolicyMapPtr& policyMap) const;
 
   // The configuration state machines, built in this order at start-up.
   RouteMapConfigSm* routeMapConfigSm() const { return routeMapConfigSm_.get(); }

@@ -12,9 +12,9 @@ constexpr RoutingPolicyMap::CliMode kRouteMapMode = 6;
 
 }  // namespace
 
-Vox::Ptr<RouteMapConfigSm> routeMapConfigSmFactory(const RouteMapConfigSm::ConfigPtr& config,
-                                                   const L3::VrfName& vrfName,
-                                                   const RouteMapConfigSm::PolicyMapPtr& policyMap) {
+Vox::Ptr<RouteMapConfigSm> routeMapConfigSmFactory(
+    const RouteMapConfigSm::ConfigPtr& config, const L3::VrfName& vrfName,
+    const RouteMapConfigSm::PolicyMapPtr& policyMap) {
   return Vox::validPtr(Vox::make<RouteMapConfigSm>(config, vrfName, policyMap));
 }
 
@@ -51,7 +51,9 @@ RouteMapConfigSm::~RouteMapConfigSm() {
   routeMap_.delAll();
 }
 
-void RouteMapConfigSm::handleInitialized() { initializedIs(true); }
+void RouteMapConfigSm::handleInitialized() {
+  initializedIs(true);
+}
 
 void RouteMapConfigSm::handleRouteMapSetOpConfig() {
   const Routing::RouteMap::RouteMapOpModeType mode = config_ ? config_->routeMapOpMode() : 0;
@@ -63,8 +65,8 @@ void RouteMapConfigSm::handleRouteMapSetOpConfig() {
 }
 
 void RouteMapConfigSm::handleRouteMap(const std::string& name) {
-  RM_TRACE(traceHandler,
-           "void RibRouteMap::RouteMapConfigSm::handleRouteMap(Vox::String)" << " vrf: " << vrfName_);
+  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::handleRouteMap(Vox::String)"
+                             << " vrf: " << vrfName_);
   // A present map is its own reactor's business.
   if (config_ && config_->routeMap(name)) return;
   RM_TRACE(traceDelete, "Delete route map " << name);
@@ -114,14 +116,18 @@ void RouteMapConfigSm::VoxRouteMapConfig::onRouteMapOpMode() {
 }
 
 void RouteMapConfigSm::VoxRouteMapConfig::onNotifier() {
-  // Watching a whole new collection: bring the map reactors in line with it.
-  if (notifier() && sm_->initialized()) sm_->routeMap_.reconcileAll(notifier()->routeMap());
+  // Construction registers too; the state machine's start-up creates the first reactors.
+  if (sm_->initialized()) onRouteMapvoxImmediate();
+}
+
+void RouteMapConfigSm::VoxRouteMapConfig::onRouteMapvoxImmediate() {
+  if (notifier()) sm_->routeMap_.reconcileAll(notifier()->routeMap());
 }
 
 // --- VoxPolicyMap -----------------------------------------------------------------------
 
-RouteMapConfigSm::VoxPolicyMap::VoxPolicyMap(
-    const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map, RouteMapConfigSm* sm)
+RouteMapConfigSm::VoxPolicyMap::VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map,
+                                             RouteMapConfigSm* sm)
     : sm_(sm) {
   notifierIs(map);
 }
@@ -271,9 +277,10 @@ void VoxSeqMapEntry::updateDynamicPrefixList(Routing::RouteMap::MatchOption opti
 }
 
 void VoxSeqMapEntry::handleMatchRule(Routing::RouteMap::MatchOption option) {
-  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
-                         "handleMatchRule(Routing::RouteMap::MatchOption)"
-                             << " seqno: " << seqno_ << " matchOp: " << option);
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
+           "handleMatchRule(Routing::RouteMap::MatchOption)"
+               << " seqno: " << seqno_ << " matchOp: " << option);
   if (!mapReferenced()) return;
   if (option == Routing::RouteMap::matchDynamicPrefixList) {
     updateDynamicPrefixList(option, RoutingPolicyMap::pmapRmapNestedV4Dpl,
@@ -303,9 +310,10 @@ void VoxSeqMapEntry::handleDel() {
 }
 
 void VoxSeqMapEntry::deleteReferredPoliciesFromPolicyMap() {
-  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
-                         "deleteReferredPoliciesFromPolicyMap()"
-                             << " rmName: " << routeMap_->mapName() << " seqNo: " << seqno_);
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
+           "deleteReferredPoliciesFromPolicyMap()"
+               << " rmName: " << routeMap_->mapName() << " seqNo: " << seqno_);
   const std::string key = configKey();
   updatePolicyMapDpl(kRouteMapMode, RoutingPolicyMap::pmapRmapNestedV4Dpl, key,
                      prevV4DynamicPrefixList_, "");
@@ -325,28 +333,27 @@ void updateReference(RoutingPolicyMap::PolicyType type, RoutingPolicyMap::CliMod
                      const std::string& prev, const std::string& curr) {
   if (!policyMap) return;
   if (!curr.empty()) {
-    RoutingPolicyMap::updatePolicyMap(type, kRouteMapPlugin, mode, configCli, configKey,
-                                      policyMap, curr, false);
+    RoutingPolicyMap::updatePolicyMap(type, kRouteMapPlugin, mode, configCli, configKey, policyMap,
+                                      curr, false);
   }
   if (!prev.empty() && prev != curr) {
-    RoutingPolicyMap::updatePolicyMap(type, kRouteMapPlugin, mode, configCli, configKey,
-                                      policyMap, prev, true);
+    RoutingPolicyMap::updatePolicyMap(type, kRouteMapPlugin, mode, configCli, configKey, policyMap,
+                                      prev, true);
   }
 }
 
 }  // namespace
 
 void VoxSeqMapEntry::updatePolicyMapDpl(RoutingPolicyMap::CliMode mode,
-                                        const std::string& configCli,
-                                        const std::string& configKey,
+                                        const std::string& configCli, const std::string& configKey,
                                         const std::string& prevDplName,
                                         const std::string& currDplName) {
-  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
-                         "updatePolicyMapDpl(RoutingPolicyMap::CliMode, Vox::String, Vox::String, "
-                         "Vox::String, Vox::String)"
-                             << " mode: " << mode << " configCli: " << configCli
-                             << " configKey: " << configKey << " prevDplName: " << prevDplName
-                             << " currDplName: " << currDplName);
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
+           "updatePolicyMapDpl(RoutingPolicyMap::CliMode, Vox::String, Vox::String, "
+           "Vox::String, Vox::String)"
+               << " mode: " << mode << " configCli: " << configCli << " configKey: " << configKey
+               << " prevDplName: " << prevDplName << " currDplName: " << currDplName);
   updateReference(RoutingPolicyMap::dynamicPrefixListPolicy, mode, configCli, configKey,
                   routeMap_->sm()->policyMap(), prevDplName, currDplName);
 }
@@ -356,12 +363,12 @@ void VoxSeqMapEntry::updatePolicyMapRouteMap(RoutingPolicyMap::CliMode mode,
                                              const std::string& configKey,
                                              const std::string& prevSrmName,
                                              const std::string& currSrmName) {
-  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
-                         "updatePolicyMapRouteMap(RoutingPolicyMap::CliMode, Vox::String, "
-                         "Vox::String, Vox::String, Vox::String)"
-                             << " mode: " << mode << " configCli: " << configCli
-                             << " configKey: " << configKey << " prevSubRmName: " << prevSrmName
-                             << " currSubRmName: " << currSrmName);
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
+           "updatePolicyMapRouteMap(RoutingPolicyMap::CliMode, Vox::String, "
+           "Vox::String, Vox::String, Vox::String)"
+               << " mode: " << mode << " configCli: " << configCli << " configKey: " << configKey
+               << " prevSubRmName: " << prevSrmName << " currSubRmName: " << currSrmName);
   updateReference(RoutingPolicyMap::routeMapPolicy, mode, configCli, configKey,
                   routeMap_->sm()->policyMap(), prevSrmName, currSrmName);
 }

@@ -38,6 +38,9 @@ class RouteMapConfigSm : public Vox::Reactor {
     void onRouteMap(const std::string& name) override;
     void onRouteMapOpMode() override;
     void onNotifier() override;
+    // The immediate whole-collection form: a reactor for every configured map, none for a
+    // map that is gone.
+    void onRouteMapvoxImmediate();
 
    private:
     RouteMapConfigSm* sm_;
@@ -105,8 +108,7 @@ class RouteMapConfigSm : public Vox::Reactor {
     RouteMapConfigSm* sm() const { return sm_; }
     // The sequences that exist and may own internal community objects.
     const std::map<U32, bool>& commSetName() const { return commSetName_; }
-    const Vox::ReactorColl<U32, VoxSeqMapEntry, Routing::RouteMap::MapEntry>& seqMapEntry()
-        const {
+    const Vox::ReactorColl<U32, VoxSeqMapEntry, Routing::RouteMap::MapEntry>& seqMapEntry() const {
       return seqMapEntry_;
     }
 
