@@ -55,8 +55,7 @@ class MioMatchRuleTest : public MioStreamTest {
   }
 };
 
-// Prefix-list matches key the node by the prefix-list id, name the family, and put the
-// negation flag first only when inverted.
+// Prefix-list matches go by prefix-list id and family, with flag 0 first only when inverted.
 TEST_F(MioMatchRuleTest, PrefixListMatches) {
   expectStreams({
       {"inverted ipv4 prefix list",
@@ -104,8 +103,7 @@ TEST_F(MioMatchRuleTest, DynamicPrefixListMatch) {
   });
 }
 
-// The two-command matches write the negation on the list node only when inverted, then the
-// entry keyed by its text.
+// List-node matches negate the node only when inverted, then add the entry keyed by its text.
 TEST_F(MioMatchRuleTest, ListNodeMatches) {
   MatchRule gateway = rule(5, true);
   gateway.ipAddr = *Vela::IpAddr::parse("10.0.0.1");

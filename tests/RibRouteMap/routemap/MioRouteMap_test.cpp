@@ -84,28 +84,36 @@ TEST_F(MioRouteMapTest, EmptyMapSendsNothing) {
   EXPECT_THAT(recorder_.entries(), IsEmpty());
 }
 
-// Match rules go in ascending option order, then the sub-route-map, then the set clauses;
-// an empty sub-route-map name sends no command.
+// Match rules go by ascending option, then the sub-route-map, then the set clauses.
 TEST_F(MioRouteMapTest, SequenceContentOrder) {
-  Vox::Ptr<MapEntry> withSub = entry(10);
+  Vox::Ptr<MapEntry> e = entry(10);
   MatchRule acl;
   acl.option = matchAccessList;
   acl.stringValue = "ACL";
-  withSub->matchRuleIs(prefixListRule("PL"));
-  withSub->matchRuleIs(acl);
-  withSub->subRouteMapIs("SUB");
-  setClause(withSub, setAction2, [](SetClauses& s) { s.action2 = 9; });
-  Vox::Ptr<MapEntry> withoutSub = entry(20);
-  setClause(withoutSub, setAction2, [](SetClauses& s) { s.action2 = 8; });
+  e->matchRuleIs(prefixListRule("PL"));
+  e->matchRuleIs(acl);
+  e->subRouteMapIs("SUB");
+  setClause(e, setAction2, [](SetClauses& s) { s.action2 = 9; });
 
-  mio_->doInsertRouteMap(mapOf({withSub, withoutSub}), "RM");
+  mio_->doInsertRouteMap(mapOf({e}), "RM");
   EXPECT_THAT(lines(),
               ElementsAre(routeMapLine(), permitLine(10),
                           "accessList " + seqPath(10) + R"(/588="ACL" {8:u8=2 7:str="ACL"})",
                           "prefixList " + seqPath(10) + R"(/587="PL" {8:u8=1 7:str="PL"})",
                           "subRouteMap " + seqPath(10) + R"(/622="SUB" {1:str="SUB"})",
-                          "setIntValue " + seqPath(10) + "/601 {2:u32=9}", routeMapLine(),
-                          permitLine(20), "setIntValue " + seqPath(20) + "/601 {2:u32=8}"));
+                          "setIntValue " + seqPath(10) + "/601 {2:u32=9}"));
+}
+
+// A sequence with an empty sub-route-map name sends no sub-route-map command.
+TEST_F(MioRouteMapTest, EmptySubRouteMapSendsNoCommand) {
+  Vox::Ptr<MapEntry> e = entry(20);
+  e->matchRuleIs(prefixListRule("PL"));
+  setClause(e, setAction2, [](SetClauses& s) { s.action2 = 8; });
+
+  mio_->doInsertRouteMap(mapOf({e}), "RM");
+  EXPECT_THAT(lines(), ElementsAre(routeMapLine(), permitLine(20),
+                                   "prefixList " + seqPath(20) + R"(/587="PL" {8:u8=1 7:str="PL"})",
+                                   "setIntValue " + seqPath(20) + "/601 {2:u32=8}"));
 }
 
 // An unknown match option is skipped while the rest of the sequence is still sent.

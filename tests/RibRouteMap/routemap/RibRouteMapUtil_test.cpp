@@ -27,8 +27,7 @@ TEST(RibRouteMapUtilTest, MatchOptionOutsideTablesLeavesOutputs) {
   }
 }
 
-// Clauses that are not integer actions, even those sent as integers, answer false and leave
-// the number as it was.
+// Clauses outside the integer actions, even ones sent as integers, answer false untouched.
 TEST(RibRouteMapUtilTest, SetFlagOutsideIntegerActionsLeavesNumber) {
   for (SetFlagBit bit : {setAsPathPrepend, setAction2, setAction3, setAsPathPrependLastAs,
                          setOspfMetricType, setCommunityAddReplace, static_cast<SetFlagBit>(31)}) {
