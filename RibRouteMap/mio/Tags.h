@@ -27,21 +27,32 @@ inline constexpr U32 matchProtocol = 575;
 inline constexpr U32 routeMap = 576;
 inline constexpr U32 routeMapSeqs = 577;
 inline constexpr U32 routeMapSeq = 578;
+// Match nodes reached only through the option tables, named after their match option.
+inline constexpr U32 matchOption100 = 581;
+inline constexpr U32 matchOption101 = 582;
+inline constexpr U32 matchOption102 = 583;
 inline constexpr U32 matchCommList = 585;
 inline constexpr U32 matchPrefixList = 587;
 inline constexpr U32 matchAccessList = 588;
+inline constexpr U32 matchOption115 = 589;
+inline constexpr U32 matchOption108 = 590;
 inline constexpr U32 matchInterface = 591;
 inline constexpr U32 matchInterfaceEntry = 592;
 inline constexpr U32 matchGateway = 593;
 inline constexpr U32 matchGatewayEntry = 594;
 inline constexpr U32 matchNextHop = 595;
 inline constexpr U32 matchNextHopEntry = 596;
+inline constexpr U32 matchOption105 = 600;
 inline constexpr U32 setActions = 601;
 inline constexpr U32 stdAcls = 602;
 inline constexpr U32 prefixLists = 603;
+inline constexpr U32 matchOption111 = 606;
+inline constexpr U32 matchOption110 = 608;
+inline constexpr U32 matchOption109 = 609;
 inline constexpr U32 matchMetricType = 613;
 inline constexpr U32 matchNextHopPrefixList = 619;
 inline constexpr U32 matchResolvedNextHopPrefixList = 620;
+inline constexpr U32 matchOption120 = 621;
 inline constexpr U32 subRouteMap = 622;
 inline constexpr U32 matchAsRange = 623;
 inline constexpr U32 matchRouteType = 624;
@@ -61,3 +72,29 @@ inline constexpr U32 scalarAsPathRegexMode = 16;
 inline constexpr U32 scalarRouteMapOpMode = 18;
 
 }  // namespace RibRouteMap::Tag
+
+// Set-action numbers under a sequence's set-action node (601). The number is also the value
+// tag under which the action's value travels.
+namespace RibRouteMap::SetAction {
+
+inline constexpr U32 origin = 0;  // U8
+inline constexpr U32 metric = 1;
+inline constexpr U32 action2 = 2;
+inline constexpr U32 action3 = 3;
+inline constexpr U32 isisLevel = 6;
+inline constexpr U32 ospfMetricType = 10;
+inline constexpr U32 medType = 16;  // how the metric applies
+inline constexpr U32 metricSecond = 17;
+inline constexpr U32 asPathPrepend = 18;  // packed AS numbers
+inline constexpr U32 action19 = 19;
+inline constexpr U32 action25 = 25;
+inline constexpr U32 action26 = 26;
+inline constexpr U32 nextHopPeerAddr = 27;  // flags from here to 32
+inline constexpr U32 ipv6NextHopPeerAddr = 28;
+inline constexpr U32 nextHopUnchanged = 31;
+inline constexpr U32 ipv6NextHopUnchanged = 32;
+inline constexpr U32 asPathPrependLastAs = 33;  // the 8-bit action
+inline constexpr U32 asPathReplace = 34;        // packed AS numbers
+inline constexpr U32 action35 = 35;
+
+}  // namespace RibRouteMap::SetAction
