@@ -67,6 +67,38 @@ inline constexpr U32 commSetLargeKey = 632;
 inline constexpr U32 matchLargeCommList = 634;
 inline constexpr U32 matchContribAggAttr = 635;
 
+// Value tags of the community commands. A number means different things to different
+// operations (tag 2 is the value array of a set but the exact-copy flag of a list entry), so
+// each is named for the operation that carries it.
+namespace CommValue {
+// Community lists, their entries and community sets.
+inline constexpr U32 name = 0;         // string: the list's or set's name (an entry: its set's)
+inline constexpr U32 entryKind = 1;    // U32 in an entry: 0 standard, 1 extended, 2 large
+inline constexpr U32 setAdditive = 1;  // flag in a set made for an additive clause
+inline constexpr U32 setValues = 2;    // 32-bit word array in a set
+inline constexpr U32 entryExact = 2;   // flag in an entry of a ".exact." list
+inline constexpr U32 entryPermit = 4;  // flag in an entry
+inline constexpr U32 setRegex = 4;     // string in a set made from an expression entry
+inline constexpr U32 entrySeqno = 5;   // U32 in an entry
+// Community set clauses under a sequence's set-action node.
+inline constexpr U32 stdListAdd = 12;      // string: internal list whose communities are set
+inline constexpr U32 stdListKeep = 11;     // flag: false replaces the route's communities
+inline constexpr U32 stdListDelete = 14;   // string: internal list whose communities go
+inline constexpr U32 extSetAdd = 13;       // string: the sequence's extended set
+inline constexpr U32 extSetDelete = 15;    // string: the sequence's extended set, to delete
+inline constexpr U32 extSetMode = 24;      // flag false (replace) or U8 2 (additive)
+inline constexpr U32 largeSetAdd = 36;     // string: the sequence's large set
+inline constexpr U32 largeSetDelete = 37;  // string: the sequence's large set, to delete
+inline constexpr U32 largeSetMode = 38;    // flag false (replace) or U8 4 (additive)
+inline constexpr U32 lbwOption = 29;       // U8 option bit of the link-bandwidth community
+inline constexpr U32 lbwBandwidth = 30;    // string: the bandwidth of the value option
+// Community matches.
+inline constexpr U32 matchInvert = 0;      // flag true: the rule's first flag
+inline constexpr U32 matchStdList = 13;    // string: standard list names
+inline constexpr U32 matchExtList = 14;    // string: extended list names
+inline constexpr U32 matchLargeList = 35;  // string: large list names
+}  // namespace CommValue
+
 // Scalars set on an operation.
 inline constexpr U32 scalarAsPathRegexMode = 16;
 inline constexpr U32 scalarRouteMapOpMode = 18;
