@@ -32,10 +32,9 @@ Ops opsOf(PolicyType type) {
 
 }  // namespace
 
-void updatePolicyMap(PolicyType type, PluginType plugin, CliMode mode,
-                     const std::string& configCli, const std::string& configKey,
-                     const Vox::Ptr<PolicyMap>& policyMap, const std::string& policyName,
-                     bool isDelete) {
+void updatePolicyMap(PolicyType type, PluginType plugin, CliMode mode, const std::string& configCli,
+                     const std::string& configKey, const Vox::Ptr<PolicyMap>& policyMap,
+                     const std::string& policyName, bool isDelete) {
   const Ops ops = opsOf(type);
   PolicyMap& map = *Vox::validPtr(policyMap);
   const Requester reason{plugin, mode, configCli, configKey};

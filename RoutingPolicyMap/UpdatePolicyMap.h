@@ -23,9 +23,8 @@ inline constexpr const char* pmapDplNestedRmap = "dynamic prefix-list match-map"
 // configKey) for `policyName` of policy type `type`. A withdrawal that leaves the entity
 // without reasons removes it; a withdrawal for an absent entity does nothing. A type other
 // than 0, 1 or 2 is fatal.
-void updatePolicyMap(PolicyType type, PluginType plugin, CliMode mode,
-                     const std::string& configCli, const std::string& configKey,
-                     const Vox::Ptr<PolicyMap>& policyMap, const std::string& policyName,
-                     bool isDelete);
+void updatePolicyMap(PolicyType type, PluginType plugin, CliMode mode, const std::string& configCli,
+                     const std::string& configKey, const Vox::Ptr<PolicyMap>& policyMap,
+                     const std::string& policyName, bool isDelete);
 
 }  // namespace RoutingPolicyMap

@@ -7,7 +7,9 @@
 
 namespace RibRouteMap {
 
-Vox::Ptr<Mio> mioFactory(const L3::VrfName& vrfName) { return Vox::make<Mio>(vrfName); }
+Vox::Ptr<Mio> mioFactory(const L3::VrfName& vrfName) {
+  return Vox::make<Mio>(vrfName);
+}
 
 std::string Mio::toString(PrefixListFamily f) {
   switch (f) {
@@ -69,7 +71,9 @@ RibPath Mio::ribSetPathIs(std::string_view mapName, U32 seqno) const {
   return path;
 }
 
-RibValue Mio::ribValueIs() const { return Vox::make<Rib::MioValueTagArray>(); }
+RibValue Mio::ribValueIs() const {
+  return Vox::make<Rib::MioValueTagArray>();
+}
 
 RibOp Mio::ribOpIs(std::string_view opName, const RibPath& path) const {
   return Vox::validPtr(Vox::make<Rib::MioOp>(opName, path));
@@ -83,7 +87,9 @@ void Mio::ribExecute(std::string_view opName, const RibPath& path, const RibValu
   op->doExecute();
 }
 
-void Mio::doCommit() const { Rib::MioCommit::doCommit(); }
+void Mio::doCommit() const {
+  Rib::MioCommit::doCommit();
+}
 
 void Mio::doSyncCommit() const {
   const Vox::String key = Vox::String("/policy/asplist ") + "not_a_funny_name";
@@ -97,9 +103,10 @@ void Mio::doSyncCommit() const {
 }
 
 void Mio::doRouteMapOpConfig(Routing::RouteMap::RouteMapOpModeType mode) const {
-  RM_TRACE(traceHandler, "void RibRouteMap::Mio::doRouteMapOpConfig("
-                         "Routing::RouteMap::RouteMapOpModeType)"
-                             << " vrf: " << vrfName_ << " config: " << mode);
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::Mio::doRouteMapOpConfig("
+           "Routing::RouteMap::RouteMapOpModeType)"
+               << " vrf: " << vrfName_ << " config: " << mode);
   // The global options node is addressed directly: no VRF trace and no root check.
   RibPath path = Vox::make<Rib::MioTagArray>();
   path->doPushPath(Tag::globalPolicy);
@@ -168,8 +175,7 @@ void Mio::doAddIpv6PrefixList(const String& name) const {
 }
 
 void Mio::doDelIpPrefixList(const String& name, PrefixListFamily family) const {
-  ribExecute("doDelIpPrefixList", prefixListPath(*this, prefixListId(name, family)), nullptr,
-             true);
+  ribExecute("doDelIpPrefixList", prefixListPath(*this, prefixListId(name, family)), nullptr, true);
 }
 
 void Mio::doAddIpPrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
@@ -177,10 +183,9 @@ void Mio::doAddIpPrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit
   RM_TRACE(traceCommand, "doAddIpPrefixListEntry " << seqno << ' ' << prefix);
   RibPath path = prefixListPath(*this, prefixListId(name, PrefixListFamily::ipv4));
   path->doPushU32(Tag::prefixListEntry, seqno);
-  RibValue v = prefixEntryValues(*this, seqno, permit, prefix, ge, le, 2,
-                                 [&](Rib::MioValueTagArray& a) {
-                                   a.doPushIpAddr(0, prefix.address());
-                                 });
+  RibValue v =
+      prefixEntryValues(*this, seqno, permit, prefix, ge, le, 2,
+                        [&](Rib::MioValueTagArray& a) { a.doPushIpAddr(0, prefix.address()); });
   ribExecute("doAddIpPrefixListEntry", path, v);
 }
 
@@ -188,10 +193,9 @@ void Mio::doAddIpv6PrefixListEntry(const String& name, U32 seqno, Acl::MatchPerm
                                    const Vela::Ip6Prefix& prefix, U32 ge, U32 le) const {
   RibPath path = prefixListPath(*this, prefixListId(name, PrefixListFamily::ipv6));
   path->doPushU32(Tag::prefixListEntry, seqno);
-  RibValue v = prefixEntryValues(*this, seqno, permit, prefix, ge, le, 3,
-                                 [&](Rib::MioValueTagArray& a) {
-                                   a.doPushIp6Addr(1, prefix.address());
-                                 });
+  RibValue v =
+      prefixEntryValues(*this, seqno, permit, prefix, ge, le, 3,
+                        [&](Rib::MioValueTagArray& a) { a.doPushIp6Addr(1, prefix.address()); });
   ribExecute("doAddIpv6PrefixListEntry", path, v);
 }
 

@@ -7,8 +7,8 @@
 #pragma once
 
 #include <map>
-#include <ostream>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -80,30 +80,26 @@ class Mio : public Vox::PtrInterface {
                           bool invert) const;
   void doAddMatchStrValue(const String& name, U32 seqno, U32 pathTag, U32 valueTag,
                           const String& value, bool invert) const;
-  void doAddMatchAccessList(const String& name, U32 seqno, const String& list,
-                            bool invert) const;
+  void doAddMatchAccessList(const String& name, U32 seqno, const String& list, bool invert) const;
   void doAddMatchPrefixList(const String& name, U32 seqno, const String& list, bool invert,
                             bool isIpv6) const;
-  void doAddMatchNextHopPrefixList(const String& name, U32 seqno, const String& list,
-                                   bool invert, bool isIpv6) const;
+  void doAddMatchNextHopPrefixList(const String& name, U32 seqno, const String& list, bool invert,
+                                   bool isIpv6) const;
   void doAddMatchResolvedNextHopPrefixList(const String& name, U32 seqno, const String& list,
                                            bool invert, bool isIpv6) const;
   void doAddMatchMetricType(const String& name, U32 seqno, U32 type, bool invert) const;
   void doAddMatchRouteType(const String& name, U32 seqno, U32 type, bool invert) const;
-  void doAddMatchInterface(const String& name, U32 seqno, const String& intf,
-                           bool invert) const;
+  void doAddMatchInterface(const String& name, U32 seqno, const String& intf, bool invert) const;
   void doAddMatchProto(const String& name, U32 seqno, U32 proto, bool invert) const;
   void doAddMatchAsRange(const String& name, U32 seqno, U32 low, U32 high, bool invert) const;
   void doAddMatchAsPathLength(const String& name, U32 seqno, U32 first, U32 second,
                               bool invert) const;
-  void doAddMatchCommInst(const String& name, U32 seqno, U32 first, U32 second,
-                          bool invert) const;
+  void doAddMatchCommInst(const String& name, U32 seqno, U32 first, U32 second, bool invert) const;
   void doAddMatchDynamicPrefixList(const String& name, U32 seqno, const String& list,
                                    bool isIpv6) const;
   void doAddMatchContribAggAttr(const String& name, U32 seqno, const String& mapName,
                                 bool invert) const;
-  void doAddMatchGateway(const String& name, U32 seqno, Vela::IpAddr gateway,
-                         bool invert) const;
+  void doAddMatchGateway(const String& name, U32 seqno, Vela::IpAddr gateway, bool invert) const;
   void doAddMatchNextHop(const String& name, U32 seqno, Vela::IpAddr nextHop,
                          const Vela::Ip6Addr& ipv6NextHop, bool isIpv6, bool invert) const;
 
@@ -159,11 +155,10 @@ class Mio : public Vox::PtrInterface {
                                   const CommunitySetPtr& set) const;
   void doAddInternalMergeCommunityListName(const String& mapName, U32 seqno,
                                            const CommunitySetPtr& set) const;
-  void doDeleteInternalCommunityList(const String& mapName, U32 seqno,
-                                     Acl::CommSetFlag flag) const;
+  void doDeleteInternalCommunityList(const String& mapName, U32 seqno, Acl::CommSetFlag flag) const;
   void doAddMatchCommunity(const String& mapName, U32 seqno,
-                           const Routing::RouteMap::CommListSet& comm, bool firstFlag,
-                           bool exact, Acl::CommunityType kind) const;
+                           const Routing::RouteMap::CommListSet& comm, bool firstFlag, bool exact,
+                           Acl::CommunityType kind) const;
   // Everything a sequence owns in the community subsystem, in this order: its user records,
   // its "ar" and "del" internal lists and sets, its ".e" and ".l" sets. No final commit.
   void doDeleteMapSeqCommObjects(const String& mapName, U32 seqno) const;

@@ -27,21 +27,32 @@ inline constexpr U32 matchProtocol = 575;
 inline constexpr U32 routeMap = 576;
 inline constexpr U32 routeMapSeqs = 577;
 inline constexpr U32 routeMapSeq = 578;
+// Match nodes reached only through the option tables, named after their match option.
+inline constexpr U32 matchOption100 = 581;
+inline constexpr U32 matchOption101 = 582;
+inline constexpr U32 matchOption102 = 583;
 inline constexpr U32 matchCommList = 585;
 inline constexpr U32 matchPrefixList = 587;
 inline constexpr U32 matchAccessList = 588;
+inline constexpr U32 matchOption115 = 589;
+inline constexpr U32 matchOption108 = 590;
 inline constexpr U32 matchInterface = 591;
 inline constexpr U32 matchInterfaceEntry = 592;
 inline constexpr U32 matchGateway = 593;
 inline constexpr U32 matchGatewayEntry = 594;
 inline constexpr U32 matchNextHop = 595;
 inline constexpr U32 matchNextHopEntry = 596;
+inline constexpr U32 matchOption105 = 600;
 inline constexpr U32 setActions = 601;
 inline constexpr U32 stdAcls = 602;
 inline constexpr U32 prefixLists = 603;
+inline constexpr U32 matchOption111 = 606;
+inline constexpr U32 matchOption110 = 608;
+inline constexpr U32 matchOption109 = 609;
 inline constexpr U32 matchMetricType = 613;
 inline constexpr U32 matchNextHopPrefixList = 619;
 inline constexpr U32 matchResolvedNextHopPrefixList = 620;
+inline constexpr U32 matchOption120 = 621;
 inline constexpr U32 subRouteMap = 622;
 inline constexpr U32 matchAsRange = 623;
 inline constexpr U32 matchRouteType = 624;
@@ -56,8 +67,66 @@ inline constexpr U32 commSetLargeKey = 632;
 inline constexpr U32 matchLargeCommList = 634;
 inline constexpr U32 matchContribAggAttr = 635;
 
+// Value tags of the community commands. A number means different things to different
+// operations (tag 2 is the value array of a set but the exact-copy flag of a list entry), so
+// each is named for the operation that carries it.
+namespace CommValue {
+// Community lists, their entries and community sets.
+inline constexpr U32 name = 0;         // string: the list's or set's name (an entry: its set's)
+inline constexpr U32 entryKind = 1;    // U32 in an entry: 0 standard, 1 extended, 2 large
+inline constexpr U32 setAdditive = 1;  // flag in a set made for an additive clause
+inline constexpr U32 setValues = 2;    // 32-bit word array in a set
+inline constexpr U32 entryExact = 2;   // flag in an entry of a ".exact." list
+inline constexpr U32 entryPermit = 4;  // flag in an entry
+inline constexpr U32 setRegex = 4;     // string in a set made from an expression entry
+inline constexpr U32 entrySeqno = 5;   // U32 in an entry
+// Community set clauses under a sequence's set-action node.
+inline constexpr U32 stdListAdd = 12;      // string: internal list whose communities are set
+inline constexpr U32 stdListKeep = 11;     // flag: false replaces the route's communities
+inline constexpr U32 stdListDelete = 14;   // string: internal list whose communities go
+inline constexpr U32 extSetAdd = 13;       // string: the sequence's extended set
+inline constexpr U32 extSetDelete = 15;    // string: the sequence's extended set, to delete
+inline constexpr U32 extSetMode = 24;      // flag false (replace) or U8 2 (additive)
+inline constexpr U32 largeSetAdd = 36;     // string: the sequence's large set
+inline constexpr U32 largeSetDelete = 37;  // string: the sequence's large set, to delete
+inline constexpr U32 largeSetMode = 38;    // flag false (replace) or U8 4 (additive)
+inline constexpr U32 lbwOption = 29;       // U8 option bit of the link-bandwidth community
+inline constexpr U32 lbwBandwidth = 30;    // string: the bandwidth of the value option
+// Community matches.
+inline constexpr U32 matchInvert = 0;      // flag true: the rule's first flag
+inline constexpr U32 matchStdList = 13;    // string: standard list names
+inline constexpr U32 matchExtList = 14;    // string: extended list names
+inline constexpr U32 matchLargeList = 35;  // string: large list names
+}  // namespace CommValue
+
 // Scalars set on an operation.
 inline constexpr U32 scalarAsPathRegexMode = 16;
 inline constexpr U32 scalarRouteMapOpMode = 18;
 
 }  // namespace RibRouteMap::Tag
+
+// Set-action numbers under a sequence's set-action node (601). The number is also the value
+// tag under which the action's value travels.
+namespace RibRouteMap::SetAction {
+
+inline constexpr U32 origin = 0;  // U8
+inline constexpr U32 metric = 1;
+inline constexpr U32 action2 = 2;
+inline constexpr U32 action3 = 3;
+inline constexpr U32 isisLevel = 6;
+inline constexpr U32 ospfMetricType = 10;
+inline constexpr U32 medType = 16;  // how the metric applies
+inline constexpr U32 metricSecond = 17;
+inline constexpr U32 asPathPrepend = 18;  // packed AS numbers
+inline constexpr U32 action19 = 19;
+inline constexpr U32 action25 = 25;
+inline constexpr U32 action26 = 26;
+inline constexpr U32 nextHopPeerAddr = 27;  // flags from here to 32
+inline constexpr U32 ipv6NextHopPeerAddr = 28;
+inline constexpr U32 nextHopUnchanged = 31;
+inline constexpr U32 ipv6NextHopUnchanged = 32;
+inline constexpr U32 asPathPrependLastAs = 33;  // the 8-bit action
+inline constexpr U32 asPathReplace = 34;        // packed AS numbers
+inline constexpr U32 action35 = 35;
+
+}  // namespace RibRouteMap::SetAction

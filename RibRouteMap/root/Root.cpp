@@ -7,7 +7,9 @@ namespace RibRouteMap {
 
 Vox::Ptr<Root> rmRoot;
 
-Vox::Ptr<Root> rootFactory(const Vox::Name& name) { return Vox::make<Root>(name); }
+Vox::Ptr<Root> rootFactory(const Vox::Name& name) {
+  return Vox::make<Root>(name);
+}
 
 // --- VrfStatusSm ------------------------------------------------------------------------
 
@@ -40,12 +42,29 @@ bool VrfStatusSm::sameInputs(const L3::VrfName& vrfName, const RouteMapConfigPtr
 
 void VrfStatusSm::handleInitialized() {
   RM_TRACE(traceHandler, "void RibRouteMap::VrfStatusSm::handleInitialized()");
+  // Children take the root's VRF name, so every command channel of this VRF passes the
+  // root's check.
+  const L3::VrfName vrf = rmRoot ? rmRoot->vrfName() : vrfName_;
+  routeMapConfigSmIs(routeMapConfig_, vrf, policyMap_);
   initializedIs(true);
+}
+
+void VrfStatusSm::routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
+                                     const PolicyMapPtr& policyMap) {
+  auto sm = routeMapConfigSmFactory(config, vrfName, policyMap);
+  routeMapConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::routeMapConfigSmDel() {
+  routeMapConfigSm_.reset();
 }
 
 // --- Root -------------------------------------------------------------------------------
 
-Root::Root(Vox::Name name) : name_(std::move(name)) { handleInitialized(); }
+Root::Root(Vox::Name name) : name_(std::move(name)) {
+  handleInitialized();
+}
 
 Root::~Root() = default;
 
@@ -99,12 +118,12 @@ void Root::commListUsersDel() {
 }
 
 void Root::handleStatusSmCtorArg() {
-  RM_TRACE(traceHandler,
-           "void RibRouteMap::Root::handleStatusSmCtorArg()" << " vrfName is " << vrfName_);
+  RM_TRACE(traceHandler, "void RibRouteMap::Root::handleStatusSmCtorArg()"
+                             << " vrfName is " << vrfName_);
   if (routeMapConfig_ && peerFilterConfig_ && aclListConfig_ && aclConfig_ && commListUsers_ &&
       dynPfxListConfig_ && policyMap_) {
-    RM_TRACE(traceHandler,
-             "void RibRouteMap::Root::handleStatusSmCtorArg()" << ": created vrfStatusSm");
+    RM_TRACE(traceHandler, "void RibRouteMap::Root::handleStatusSmCtorArg()"
+                               << ": created vrfStatusSm");
     vrfStatusSmIs(vrfName_, routeMapConfig_, peerFilterConfig_, aclListConfig_, aclConfig_,
                   dynPfxListConfig_, policyMap_);
   } else {
@@ -117,17 +136,17 @@ void Root::vrfStatusSmIs(const L3::VrfName& vrfName, const RouteMapConfigPtr& ro
                          const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
                          const DynPfxListConfigPtr& dynPfxListConfig,
                          const PolicyMapPtr& policyMap) {
-  if (vrfStatusSm_ && vrfStatusSm_->sameInputs(vrfName, routeMapConfig, peerFilterConfig,
-                                               aclListConfig, aclConfig, dynPfxListConfig,
-                                               policyMap)) {
+  if (vrfStatusSm_ &&
+      vrfStatusSm_->sameInputs(vrfName, routeMapConfig, peerFilterConfig, aclListConfig, aclConfig,
+                               dynPfxListConfig, policyMap)) {
     return;
   }
   // The old state goes before the new one starts, so the engine never sees two owners of the
   // same policy objects.
   vrfStatusSmDel();
-  vrfStatusSm_ = Vox::validPtr(Vox::make<VrfStatusSm>(vrfName, routeMapConfig, peerFilterConfig,
-                                                      aclListConfig, aclConfig, dynPfxListConfig,
-                                                      policyMap));
+  vrfStatusSm_ =
+      Vox::validPtr(Vox::make<VrfStatusSm>(vrfName, routeMapConfig, peerFilterConfig, aclListConfig,
+                                           aclConfig, dynPfxListConfig, policyMap));
   notify([](Notifiee& n) { n.onVrfStatusSm(); });
 }
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/routemap/RouteMapConfigSm.h"
 #include "framework/config/AclListConfig.h"
 #include "framework/config/DynamicPrefixListConfig.h"
 #include "framework/config/PolicyMap.h"
@@ -17,8 +18,6 @@
 #include "framework/vox/Reactor.h"
 
 namespace RibRouteMap {
-
-class RouteMapConfigSm;
 
 using RouteMapConfigPtr = Vox::Ptr<Routing::RouteMap::Config const>;
 using PeerFilterConfigPtr = Vox::Ptr<Routing::RouteMap::PeerFilterConfig const>;
@@ -33,8 +32,7 @@ class VrfStatusSm : public Vox::Reactor {
  public:
   VrfStatusSm(L3::VrfName vrfName, RouteMapConfigPtr routeMapConfig,
               PeerFilterConfigPtr peerFilterConfig, AclListConfigPtr aclListConfig,
-              AclConfigPtr aclConfig, DynPfxListConfigPtr dynPfxListConfig,
-              PolicyMapPtr policyMap);
+              AclConfigPtr aclConfig, DynPfxListConfigPtr dynPfxListConfig, PolicyMapPtr policyMap);
   ~VrfStatusSm() override;
 
   const L3::VrfName& vrfName() const { return vrfName_; }
@@ -48,8 +46,13 @@ class VrfStatusSm : public Vox::Reactor {
   bool sameInputs(const L3::VrfName& vrfName, const RouteMapConfigPtr& routeMapConfig,
                   const PeerFilterConfigPtr& peerFilterConfig,
                   const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
-                  const DynPfxListConfigPtr& dynPfxListConfig,
-                  const PolicyMapPtr& policyMap) const;
+                  const DynPfxListConfigPtr& dynPfxListConfig, const PolicyMapPtr& policyMap) const;
+
+  // The configuration state machines, built in this order at start-up.
+  RouteMapConfigSm* routeMapConfigSm() const { return routeMapConfigSm_.get(); }
+  void routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
+                          const PolicyMapPtr& policyMap);
+  void routeMapConfigSmDel();
 
   void handleInitialized();
 
@@ -61,6 +64,7 @@ class VrfStatusSm : public Vox::Reactor {
   AclConfigPtr aclConfig_;
   DynPfxListConfigPtr dynPfxListConfig_;
   PolicyMapPtr policyMap_;
+  Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
 };
 
 class Root : public Vox::PtrInterface {

@@ -1,0 +1,278 @@
+// The community clauses of a route-map sequence.
+//
+// Standard communities are always applied through an internal list of the sequence (".cl"),
+// whether the clause names its own values (then held in an internal set, ".cs", that the list's
+// single entry refers to) or draws on configured community lists (then the internal list
+// refers to those lists' entry sets directly). Extended and large communities go through one
+// set per sequence (".e", ".l"). Every internal object is rebuilt whole: deleted, then added.
+#include <cstdio>
+#include <string>
+
+#include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/mio/Tags.h"
+#include "RibRouteMap/root/Root.h"
+#include "RibRouteMap/root/Trace.h"
+#include "framework/vox/Fatal.h"
+
+namespace RibRouteMap {
+
+namespace {
+
+const Vox::String kExactPrefix = ".exact.";
+
+// The internal clause list has a single entry under this sequence number.
+constexpr U32 kInternalEntrySeqno = 10;
+
+// `names` split at single spaces, each part prefixed with ".exact.", joined again.
+Vox::String exactNames(const Vox::String& names) {
+  Vox::String out;
+  std::size_t start = 0;
+  while (true) {
+    const std::size_t space = names.find(' ', start);
+    if (start != 0) out += ' ';
+    out += kExactPrefix;
+    out += names.substr(start, space == Vox::String::npos ? Vox::String::npos : space - start);
+    if (space == Vox::String::npos) break;
+    start = space + 1;
+  }
+  return out;
+}
+
+}  // namespace
+
+void Mio::doSetCommunity(const String& mapName, U32 seqno, const CommunitySetPtr& set) const {
+  const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doSetCommunity(Vox::String, U32, "
+           "Vox::Ptr<Routing::RouteMap::CommunitySet const>)"
+               << "( " << mapName << "," << seqno << ",_)"
+               << "flag=" << Acl::valueToStrep(cs.flag) << ", useCL=" << cs.useCL);
+  doDeleteInternalCommunityList(mapName, seqno, cs.flag);
+  doAddInternalCommunityList(mapName, seqno, set);
+  doApplyCommListToRouteMap(mapName, seqno, getInternalCommunityListName(mapName, seqno, cs.flag),
+                            cs.flag);
+}
+
+void Mio::doAddInternalCommunityList(const String& mapName, U32 seqno,
+                                     const CommunitySetPtr& set) const {
+  const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
+  const String clName = getInternalCommunityListName(mapName, seqno, cs.flag);
+  const String csName = getInternalCommunitySetName(mapName, seqno, cs.flag);
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doAddInternalCommunityList(Vox::String, "
+           "U32, Vox::Ptr<Routing::RouteMap::CommunitySet const>)"
+               << "( " << mapName << "," << seqno << ")"
+               << "clName=" << clName << ", csName=" << csName);
+  if (cs.useCL) {
+    doAddInternalMergeCommunityListName(mapName, seqno, set);
+    return;
+  }
+  doAddSetCommSet(csName, set, Acl::communityStandard);
+  doAddCommunityList(clName);
+  // The list only carries the communities to set and is never matched against a route; its
+  // entry goes in as a deny, like every entry of an internal list.
+  doAddCommunitySetToList(clName, kInternalEntrySeqno, csName, Acl::deny);
+}
+
+void Mio::doAddInternalMergeCommunityListName(const String& mapName, U32 seqno,
+                                              const CommunitySetPtr& set) const {
+  const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
+  const String clName = getInternalCommunityListName(mapName, seqno, cs.flag);
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doAddInternalMergeCommunityListName(Vox::String, U32, "
+           "Vox::Ptr<Routing::RouteMap::CommunitySet const>)"
+               << "( " << mapName << "," << seqno << ")"
+               << "clName=" << clName);
+  doAddCommunityList(clName);
+  // The configured lists of the VRF; without them the list stays empty until the refresh of
+  // its users fills it once the named lists are configured.
+  const AclListConfigPtr config = rmRoot ? rmRoot->aclListConfig() : nullptr;
+  for (const std::string& listName : cs.communityListName) {
+    RM_TRACE(traceCommand, "merging: " << listName << "into " << clName);
+    if (!config) continue;
+    const Vox::Ptr<Acl::CommunityList const> list = config->communityList(listName);
+    if (!list) continue;
+    // The internal list refers to the sets made for the named list's entries; entries of two
+    // lists with the same sequence number coexist, since an entry is keyed by its set's name.
+    for (const auto& [entrySeqno, entry] : list->communityListEntry()) {
+      doAddCommunitySetToList(clName, entrySeqno, getCommunitySetName(listName, entrySeqno),
+                              entry->permit());
+    }
+  }
+}
+
+void Mio::doApplyCommListToRouteMap(const String& mapName, U32 seqno, const String& clName,
+                                    Acl::CommSetFlag flag) const {
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doApplyCommListToRouteMap(Vox::String, "
+           "U32, Vox::String, Acl::CommSetFlag)"
+               << " Set  Private  clName=" << clName << " to routemap=" << mapName);
+  RibValue v = ribValueIs();
+  if (flag == Acl::commSetDelete_) {
+    v->doPushString(Tag::CommValue::stdListDelete, clName);
+  } else {
+    v->doPushString(Tag::CommValue::stdListAdd, clName);
+    v->doPushFlag(Tag::CommValue::stdListKeep, flag != Acl::commSetReplace_);
+  }
+  ribExecute("setCommunity", ribSetPathIs(mapName, seqno), v);
+}
+
+void Mio::doDeleteInternalCommunityList(const String& mapName, U32 seqno,
+                                        Acl::CommSetFlag flag) const {
+  const String clName = getInternalCommunityListName(mapName, seqno, flag);
+  const String csName = getInternalCommunitySetName(mapName, seqno, flag);
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doDeleteInternalCommunityList("
+           "Vox::String, U32, Acl::CommSetFlag)"
+               << "( " << mapName << "," << seqno << ")"
+               << "deleting clName=" << clName << ", csName=" << csName);
+  doDelCommunityList(clName);
+  doDelCommSet(csName, Acl::communityStandard);
+}
+
+void Mio::doSetExtCommunity(const String& mapName, U32 seqno, const CommunitySetPtr& set) const {
+  const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
+  const String name = getExtCommunitySetName(mapName, seqno);
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doSetExtCommunity(Vox::String, U32, "
+           "Vox::Ptr<Routing::RouteMap::CommunitySet const>)"
+               << "( " << mapName << "," << seqno << ") " << name);
+  doDelCommSet(name, Acl::communityExtended);
+  const bool linkBandwidth = doAddSetCommSet(name, set, Acl::communityExtended);
+  RibValue v = ribValueIs();
+  if (cs.flag == Acl::commSetDelete_) {
+    v->doPushString(Tag::CommValue::extSetDelete, name);
+  } else {
+    v->doPushString(Tag::CommValue::extSetAdd, name);
+  }
+  // A route carries a single link bandwidth, so a set holding one replaces rather than adds.
+  if (cs.flag == Acl::commSetReplace_ || linkBandwidth) {
+    v->doPushFlag(Tag::CommValue::extSetMode, false);
+  } else if (cs.flag != Acl::commSetDelete_) {
+    v->doPushU8(Tag::CommValue::extSetMode, 2);
+  }
+  ribExecute("setExtCommunity", ribSetPathIs(mapName, seqno), v);
+}
+
+void Mio::doSetLargeCommunity(const String& mapName, U32 seqno, const CommunitySetPtr& set) const {
+  const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
+  const String name = getLargeCommunitySetName(mapName, seqno);
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doSetLargeCommunity(Vox::String, U32, "
+           "Vox::Ptr<Routing::RouteMap::CommunitySet const>)"
+               << "( " << mapName << "," << seqno << ") " << name);
+  doDelCommSet(name, Acl::communityLarge);
+  doAddSetCommSet(name, set, Acl::communityLarge);
+  RibValue v = ribValueIs();
+  if (cs.flag == Acl::commSetDelete_) {
+    v->doPushString(Tag::CommValue::largeSetDelete, name);
+  } else {
+    v->doPushString(Tag::CommValue::largeSetAdd, name);
+  }
+  if (cs.flag == Acl::commSetReplace_) {
+    v->doPushFlag(Tag::CommValue::largeSetMode, false);
+  } else if (cs.flag != Acl::commSetDelete_) {
+    v->doPushU8(Tag::CommValue::largeSetMode, 4);
+  }
+  ribExecute("setLargeCommunity", ribSetPathIs(mapName, seqno), v);
+}
+
+void Mio::doSetExtCommunityLbwOpts(const String& mapName, U32 seqno,
+                                   Acl::ExtCommLinkBandwidthSetFlag flag, float bandwidth) const {
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doSetExtCommunityLbwOpts(Vox::String, "
+           "U32, Acl::ExtCommLinkBandwidthSetFlag, float)"
+               << "( " << mapName << "," << seqno << ") flag=" << static_cast<U32>(flag)
+               << ", bandwidth=" << bandwidth);
+  RibValue v = ribValueIs();
+  // The engine's option bits: 1 aggregate, 2 a given value, 4 and 8 the two ways of dividing.
+  U8 option = 0;
+  switch (flag) {
+    case Acl::lbwAggregate_:
+      option = 1;
+      break;
+    case Acl::lbwValue_: {
+      char buf[64];
+      std::snprintf(buf, sizeof buf, "%f", static_cast<double>(bandwidth));
+      v->doPushString(Tag::CommValue::lbwBandwidth, buf);
+      option = 2;
+      break;
+    }
+    case Acl::lbwDivideEqual_:
+      option = 4;
+      break;
+    case Acl::lbwDivideRatio_:
+      option = 8;
+      break;
+    case Acl::lbwNone_:
+      break;
+  }
+  // No option (or one the engine does not know) clears the option instead of setting it.
+  if (option == 0) {
+    v->doPushReset(Tag::CommValue::lbwOption);
+  } else {
+    v->doPushU8(Tag::CommValue::lbwOption, option);
+  }
+  ribExecute("ExtCommSetLinkBwOpts", ribSetPathIs(mapName, seqno), v);
+}
+
+void Mio::doAddMatchCommunity(const String& mapName, U32 seqno,
+                              const Routing::RouteMap::CommListSet& comm, bool firstFlag,
+                              bool exact, Acl::CommunityType kind) const {
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::doAddMatchCommunity(Vox::String, U32, "
+           "Routing::RouteMap::CommListSet const&, bool, bool, "
+           "Acl::CommunityType)"
+               << "( " << mapName << "," << seqno << ") " << comm.stringValue()
+               << ", exact=" << exact << ", kind=" << static_cast<U32>(kind));
+  if (comm.empty()) Vox::fatal("Assertion failed: !comm.empty()");
+  String names = comm.stringValue();
+  // Exact matches refer to the ".exact." copies that every configured list has.
+  if (exact) names = exactNames(names);
+
+  U32 pathTag = 0;
+  U32 valueTag = 0;
+  const char* opName = nullptr;
+  switch (kind) {
+    case Acl::communityStandard:
+      pathTag = Tag::matchCommList;
+      valueTag = Tag::CommValue::matchStdList;
+      opName = "commList";
+      break;
+    case Acl::communityExtended:
+      pathTag = Tag::matchExtCommList;
+      valueTag = Tag::CommValue::matchExtList;
+      opName = "extCommList";
+      break;
+    case Acl::communityLarge:
+      pathTag = Tag::matchLargeCommList;
+      valueTag = Tag::CommValue::matchLargeList;
+      opName = "largeCommList";
+      break;
+  }
+  if (opName == nullptr) {
+    RM_TRACE(traceError, "Error: unrecognized community type: " << static_cast<U32>(kind));
+    Vox::fatal("Assertion failed: 0 (unrecognized community type)");
+  }
+
+  RibPath path = ribMapSeqPathIs(mapName, seqno);
+  path->doPushString(pathTag, names);
+  RibValue v = ribValueIs();
+  if (firstFlag) v->doPushFlag(Tag::CommValue::matchInvert, true);
+  v->doPushString(valueTag, names);
+  ribExecute(opName, path, v);
+}
+
+void Mio::doDeleteMapSeqCommObjects(const String& mapName, U32 seqno) const {
+  RM_TRACE(traceCommand, "      void RibRouteMap::Mio::doDeleteMapSeqCommObjects(Vox::String, U32)"
+                             << "( " << mapName << "," << seqno << ")");
+  delRmFromCommListUsers(mapName, seqno);
+  // Both flavours of the standard clause: every non-delete flag shares the "ar" names.
+  doDeleteInternalCommunityList(mapName, seqno, Acl::commSetReplace_);
+  doDeleteInternalCommunityList(mapName, seqno, Acl::commSetDelete_);
+  // The extended and large sets go whether or not the sequence ever made them.
+  doDelCommSet(getExtCommunitySetName(mapName, seqno), Acl::communityExtended);
+  doDelCommSet(getLargeCommunitySetName(mapName, seqno), Acl::communityLarge);
+}
+
+}  // namespace RibRouteMap

@@ -1,0 +1,96 @@
+// Which route-map clauses use which community list, kept on the root so that a change of a
+// list can re-issue every clause that draws on it. This is the only way a community-list
+// change reaches the route maps.
+#include <algorithm>
+#include <vector>
+
+#include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/root/Root.h"
+#include "RibRouteMap/root/Trace.h"
+
+namespace RibRouteMap {
+
+namespace {
+
+Vox::Ptr<CommListUsers> trackingEntity() {
+  return rmRoot ? rmRoot->commListUsers() : nullptr;
+}
+
+}  // namespace
+
+void Mio::addRmClauseToCommListUsers(const String& mapName, U32 seqno,
+                                     const CommunitySetPtr& set) const {
+  const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
+  RM_TRACE(traceCommand,
+           "      void RibRouteMap::Mio::addRmClauseToCommListUsers(Vox::String, "
+           "U32, Vox::Ptr<Routing::RouteMap::CommunitySet const>)"
+               << "( " << mapName << "," << seqno << ")");
+  const String clName = getInternalCommunityListName(mapName, seqno, cs.flag);
+  const Vox::Ptr<CommListUsers> users = trackingEntity();
+  CommSetClauseInMapEntry record;
+  record.mapEntryClause = MapEntryCommSetClause(mapName, seqno, cs.flag);
+  record.commSet = set;
+  for (const std::string& listName : cs.communityListName) {
+    RM_TRACE(traceCommand, "merging: " << listName << "into " << clName);
+    if (!users) continue;
+    // Replacing the record keeps the set that the clause issued last.
+    users->commListUserIs(listName)->commSetClauseIs(record);
+  }
+}
+
+void Mio::delRmFromCommListUsers(const String& mapName, U32 seqno) const {
+  const Vox::Ptr<CommListUsers> users = trackingEntity();
+  if (!users) {
+    // Only while the whole library is being torn down.
+    RM_TRACE(traceCommand, "delRmFromCommListUsers"
+                               << " commListUsers is empty. RibRouteMap SMs are getting deleted "
+                                  "in a test. Return early");
+    return;
+  }
+  static constexpr const char* kSignature =
+      "      void RibRouteMap::Mio::delRmFromCommListUsers(Vox::String, U32)";
+  RM_TRACE(traceCommand, kSignature << " " << mapName << ", " << seqno);
+
+  // Names first: dropping a collection changes the map being walked.
+  std::vector<Vox::Name> listNames;
+  for (const auto& [listName, coll] : users->commListUser()) listNames.push_back(listName);
+
+  for (const Vox::Name& listName : listNames) {
+    const Vox::Ptr<CommSetClauseMapEntryColl> coll = users->commListUser(listName);
+    if (!coll) continue;
+    std::vector<MapEntryCommSetClause> gone;
+    for (const auto& [clause, record] : coll->commSetClause()) {
+      if (clause.mapName == mapName && clause.mapSeqno == seqno) gone.push_back(clause);
+    }
+    for (const MapEntryCommSetClause& clause : gone) coll->commSetClauseDel(clause);
+    if (coll->empty()) {
+      RM_TRACE(traceCommand, kSignature << " community-list is not longer used by any route-map:"
+                                        << listName << " removing from the tracking structure");
+      users->commListUserDel(listName);
+    }
+  }
+}
+
+void Mio::refreshCommListUsersOf(const String& listName) const {
+  RM_TRACE(traceCommand, "      void RibRouteMap::Mio::refreshCommListUsersOf(Vox::String)"
+                             << "( " << listName << ")");
+  const Vox::Ptr<CommListUsers> users = trackingEntity();
+  if (!users) return;
+  const Vox::Ptr<CommSetClauseMapEntryColl> coll = users->commListUser(listName);
+  if (!coll) return;
+  // A copy in clause order: the same order on every run, and re-issuing a clause cannot
+  // disturb the walk.
+  std::vector<CommSetClauseInMapEntry> records;
+  records.reserve(coll->commSetClause().size());
+  for (const auto& [clause, record] : coll->commSetClause()) records.push_back(record);
+  std::sort(records.begin(), records.end(),
+            [](const CommSetClauseInMapEntry& a, const CommSetClauseInMapEntry& b) {
+              return a.mapEntryClause < b.mapEntryClause;
+            });
+  for (const CommSetClauseInMapEntry& record : records) {
+    doSetCommunity(record.mapEntryClause.mapName, record.mapEntryClause.mapSeqno, record.commSet);
+  }
+}
+
+}  // namespace RibRouteMap

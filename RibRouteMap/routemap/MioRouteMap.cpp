@@ -1,0 +1,179 @@
+// Route maps and their sequences. A map is always written whole: its caller deletes it,
+// commits, sends it again with doInsertRouteMap and commits. None of these commands commits.
+#include <map>
+
+#include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/mio/Tags.h"
+#include "RibRouteMap/root/Trace.h"
+#include "framework/vox/Fatal.h"
+
+namespace RibRouteMap {
+
+namespace {
+
+RibPath routeMapPath(const Mio& mio, const Vox::String& name) {
+  RibPath path = mio.ribPathIs(Tag::policyRoot);
+  path->doPushString(Tag::routeMap, name);
+  return path;
+}
+
+// Some configured actions are signed 64-bit while the engine's integer actions are 32 bits
+// wide: a negative value is sent as 0, any other as its low 32 bits.
+U32 clampAction(S64 value) {
+  return value < 0 ? 0 : static_cast<U32>(value);
+}
+
+[[noreturn]] void invalidSetClause() {
+  Vox::fatal("Assertion failed: 0");
+}
+
+}  // namespace
+
+void Mio::doDeleteRouteMap(const String& name) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDeleteRouteMap(Vox::String)"
+                             << ": map=" << name);
+  ribExecute("deleteRouteMap", routeMapPath(*this, name), nullptr, true);
+}
+
+void Mio::doDeleteMapSequence(const String& name, U32 seqno) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDeleteMapSequence(Vox::String, U32)"
+                             << "(" << name << "," << seqno << ")");
+  // Same operation as a whole map: the longer path is what limits it to one sequence.
+  ribExecute("deleteRouteMap", ribMapSeqPathIs(name, seqno), nullptr, true);
+}
+
+void Mio::doAddMapSequence(const String& name, Acl::MatchPermit permit, U32 seqno) const {
+  RM_TRACE(traceCommand,
+           "void RibRouteMap::Mio::doAddMapSequence(Vox::String, Acl::MatchPermit, "
+           "U32)"
+               << name << "," << permit << "," << seqno);
+  // The map node is asserted with every sequence, so a sequence never arrives before its map.
+  RibValue mapValues = ribValueIs();
+  mapValues->doPushString(0, name);
+  ribExecute("routeMap", routeMapPath(*this, name), mapValues);
+
+  RibValue seqValues = ribValueIs();
+  seqValues->doPushU32(0, seqno);
+  seqValues->doPushFlag(1, permit == Acl::permit);
+  ribExecute("routeMapSeq", ribMapSeqPathIs(name, seqno), seqValues);
+}
+
+void Mio::doAddSubRouteMap(const String& name, U32 seqno, const String& subRm) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddSubRouteMap(Vox::String, U32, Vox::String)"
+                             << name << ", " << seqno << ", " << subRm << " ) ");
+  RibPath path = ribMapSeqPathIs(name, seqno);
+  path->doPushString(Tag::subRouteMap, subRm);
+  RibValue v = ribValueIs();
+  v->doPushString(1, subRm);
+  ribExecute("subRouteMap", path, v);
+}
+
+void Mio::doInsertRouteMap(const Vox::Ptr<Routing::RouteMap::Map const>& map,
+                           const String& name) const {
+  using namespace Routing::RouteMap;
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doInsertRouteMap(const PtrConst&, Vox::String)"
+                             << ": map=" << name);
+  for (const auto& [seqno, entryPtr] : Vox::validPtr(map)->mapEntry()) {
+    const MapEntry& entry = *Vox::validPtr(entryPtr);
+    doAddMapSequence(name, entry.permit(), seqno);
+    for (const auto& [option, rule] : entry.matchRule()) doAddMatchRule(name, seqno, rule);
+    if (!entry.subRouteMap().empty()) doAddSubRouteMap(name, seqno, entry.subRouteMap());
+
+    // The set clauses go in one fixed order, not in bit order, so that the same entry always
+    // produces the same stream.
+    const SetClauses& set = entry.setClauses();
+    if (set.has(setAsPathPrepend)) {
+      doSetAsPathPrepend_(vrfName(), name, seqno, set.asPathPrepend,
+                          static_cast<U32>(set.asPathPrepend.size()));
+    }
+    if (set.has(setAsPathPrependLastAs)) {
+      doSetIntValue(name, seqno, SetAction::asPathPrependLastAs, set.asPathPrependLastAs);
+    }
+    if (set.has(setAsPathReplace)) {
+      doSetAsPathReplace_(vrfName(), name, seqno, set.asPathReplace,
+                          static_cast<U32>(set.asPathReplace.size()));
+    }
+    if (set.has(setNextHop) || set.has(setIpv6NextHop)) {
+      // One next hop per sequence: the IPv6 one wins when both are configured.
+      doSetNextHop(name, seqno, set.nextHop, set.ipv6NextHop, set.has(setIpv6NextHop));
+    }
+    if (set.has(setAction19)) {
+      doSetIntValue(name, seqno, SetAction::action19, clampAction(set.action19));
+    }
+    if (set.has(setAction26)) {
+      doSetIntValue(name, seqno, SetAction::action26, clampAction(set.action26));
+    }
+    if (set.has(setOrigin)) {
+      if (set.origin < 1 || set.origin > 3) {
+        RM_TRACE(traceError, "doInsertRouteMap invalid origin " << set.origin);
+        invalidSetClause();
+      }
+      doSetU8Value(name, seqno, SetAction::origin, static_cast<U8>(set.origin));
+    }
+    if (set.has(setMetric)) doSetMetric(name, seqno, clampAction(set.metric), set.medType);
+    if (set.has(setOspfMetricType)) {
+      switch (set.ospfMetricType) {
+        case 1:
+          doSetIntValue(name, seqno, SetAction::ospfMetricType, 3);
+          break;
+        case 2:
+          doSetIntValue(name, seqno, SetAction::ospfMetricType, 4);
+          break;
+        default:
+          RM_TRACE(traceError, "doInsertRouteMap invalid metric type: " << set.ospfMetricType);
+          invalidSetClause();
+      }
+    }
+    if (set.has(setIsisLevel)) {
+      if (set.isisLevel > 2) {
+        RM_TRACE(traceError, "doInsertRouteMap invalid level: " << set.isisLevel);
+        invalidSetClause();
+      }
+      doSetIntValue(name, seqno, SetAction::isisLevel, set.isisLevel);
+    }
+    if (set.has(setAction2)) doSetIntValue(name, seqno, SetAction::action2, set.action2);
+    if (set.has(setCommunityAddReplace)) {
+      const CommunitySetPtr& comm = Vox::validPtr(set.communityAddReplace);
+      if (comm->flag == Acl::commSetDelete_) {
+        Vox::fatal(
+            "Assertion failed: entryPtr->communityAddReplace()->flag() != Acl::commSetDelete_");
+      }
+      addRmClauseToCommListUsers(name, seqno, comm);
+      doSetCommunity(name, seqno, comm);
+    }
+    if (set.has(setCommunityDelete)) {
+      const CommunitySetPtr& comm = Vox::validPtr(set.communityDelete);
+      if (comm->flag != Acl::commSetDelete_) {
+        Vox::fatal("Assertion failed: entryPtr->communityDelete()->flag() == Acl::commSetDelete_");
+      }
+      addRmClauseToCommListUsers(name, seqno, comm);
+      doSetCommunity(name, seqno, comm);
+    }
+    if (set.has(setExtCommunity)) {
+      doSetExtCommunity(name, seqno, set.extCommunity);
+      doSetExtCommunityLbwOpts(name, seqno, set.extCommLbwFlag, set.extCommLbwBandwidth);
+    }
+    if (set.has(setLargeCommunity)) doSetLargeCommunity(name, seqno, set.largeCommunity);
+    if (set.has(setAction3)) {
+      doSetIntValue(name, seqno, SetAction::action3, clampAction(set.action3));
+    }
+    if (set.has(setAction25)) doSetIntValue(name, seqno, SetAction::action25, set.action25);
+    if (set.has(setNextHopPeerAddr)) {
+      doSetNextHopPeerAddr(name, seqno, SetAction::nextHopPeerAddr, set.nextHopPeerAddr);
+    }
+    if (set.has(setIpv6NextHopPeerAddr)) {
+      doSetNextHopPeerAddr(name, seqno, SetAction::ipv6NextHopPeerAddr, set.ipv6NextHopPeerAddr);
+    }
+    if (set.has(setNextHopUnchanged)) {
+      doSetNextHopUnchanged(name, seqno, SetAction::nextHopUnchanged, set.nextHopUnchanged);
+    }
+    if (set.has(setIpv6NextHopUnchanged)) {
+      doSetNextHopUnchanged(name, seqno, SetAction::ipv6NextHopUnchanged, set.ipv6NextHopUnchanged);
+    }
+    if (set.has(setAction35)) {
+      doSetIntValue(name, seqno, SetAction::action35, clampAction(set.action35));
+    }
+  }
+}
+
+}  // namespace RibRouteMap

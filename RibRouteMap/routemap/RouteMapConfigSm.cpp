@@ -1,0 +1,376 @@
+#include "RibRouteMap/routemap/RouteMapConfigSm.h"
+
+#include "RibRouteMap/root/Trace.h"
+#include "RoutingPolicyMap/UpdatePolicyMap.h"
+
+namespace RibRouteMap {
+
+namespace {
+
+constexpr RoutingPolicyMap::PluginType kRouteMapPlugin = 1;
+constexpr RoutingPolicyMap::CliMode kRouteMapMode = 6;
+
+}  // namespace
+
+Vox::Ptr<RouteMapConfigSm> routeMapConfigSmFactory(
+    const RouteMapConfigSm::ConfigPtr& config, const L3::VrfName& vrfName,
+    const RouteMapConfigSm::PolicyMapPtr& policyMap) {
+  return Vox::validPtr(Vox::make<RouteMapConfigSm>(config, vrfName, policyMap));
+}
+
+// --- RouteMapConfigSm -------------------------------------------------------------------
+
+RouteMapConfigSm::RouteMapConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName,
+                                   const PolicyMapPtr& policyMap)
+    : config_(config),
+      vrfName_(vrfName),
+      policyMap_(policyMap),
+      routeMap_(
+          this, "_routeMap", "RibRouteMap::RouteMapConfigSm::routeMap",
+          [](const Routing::RouteMap::Map& m) { return m.name(); },
+          [this](const MapPtr& m) { return Vox::make<VoxRouteMap>(m, this); }) {
+  routeMap_.zombieHookIs([this](VoxRouteMap& r) { vox_handleRouteMap(r); });
+  configReactor_.set(Vox::make<VoxRouteMapConfig>(config_, this));
+  policyMapReactor_.set(Vox::make<VoxPolicyMap>(policyMap_, this));
+  handleRouteMapSetOpConfig();
+  if (config_) {
+    for (const auto& [name, map] : config_->routeMap()) routeMapIs(map);
+  }
+  handleInitialized();
+  if (config_) {
+    for (auto it = routeMap_.begin(); it != routeMap_.end();) {
+      const std::string name = it->first;
+      ++it;
+      if (!config_->routeMap(name)) routeMapDel(name);
+    }
+  }
+}
+
+RouteMapConfigSm::~RouteMapConfigSm() {
+  // Removed while the state machine is whole, so each map's clean-up still reaches its hook.
+  routeMap_.delAll();
+}
+
+void RouteMapConfigSm::handleInitialized() {
+  initializedIs(true);
+}
+
+void RouteMapConfigSm::handleRouteMapSetOpConfig() {
+  const Routing::RouteMap::RouteMapOpModeType mode = config_ ? config_->routeMapOpMode() : 0;
+  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::handleRouteMapSetOpConfig()"
+                             << " vrf: " << vrfName_ << " config: " << mode);
+  auto mio = mioFactory(vrfName_);
+  mio->doRouteMapOpConfig(mode);
+  mio->doCommit();
+}
+
+void RouteMapConfigSm::handleRouteMap(const std::string& name) {
+  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::handleRouteMap(Vox::String)"
+                             << " vrf: " << vrfName_);
+  // A present map is its own reactor's business.
+  if (config_ && config_->routeMap(name)) return;
+  RM_TRACE(traceDelete, "Delete route map " << name);
+  auto mio = mioFactory(vrfName_);
+  mio->doDeleteRouteMap(name);
+  mio->doCommit();
+}
+
+void RouteMapConfigSm::handlePolicyMapRouteMap(const std::string& rmName) {
+  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::handlePolicyMapRouteMap(Vox::String)"
+                             << " rmName: " << rmName);
+  VoxRouteMap* reactor = routeMap_.find(rmName);
+  if (!config_ || !config_->routeMap(rmName) || !reactor) return;
+  const bool referenced = policyMap_ && policyMap_->routeMap(rmName);
+  for (const auto& [seqno, entry] : reactor->seqMapEntry()) {
+    if (referenced) {
+      entry->addReferredPoliciesToPolicyMap();
+    } else {
+      entry->deleteReferredPoliciesFromPolicyMap();
+    }
+  }
+}
+
+void RouteMapConfigSm::vox_handleRouteMap(VoxRouteMap& reactor) {
+  reactor.deleteRouteMapCommSets();
+}
+
+// --- VoxRouteMapConfig ------------------------------------------------------------------
+
+RouteMapConfigSm::VoxRouteMapConfig::VoxRouteMapConfig(const ConfigPtr& config,
+                                                       RouteMapConfigSm* sm)
+    : sm_(sm) {
+  notifierIs(config);
+}
+
+void RouteMapConfigSm::VoxRouteMapConfig::onRouteMap(const std::string& name) {
+  dispatchKeyed(
+      name, [this](const std::string& n) { sm_->handleRouteMap(n); },
+      [this](const std::string& n) {
+        if (!notifier()) return;
+        sm_->routeMap_.reconcile(n, notifier()->routeMap(n));
+      });
+}
+
+void RouteMapConfigSm::VoxRouteMapConfig::onRouteMapOpMode() {
+  dispatchScalar([this] { sm_->handleRouteMapSetOpConfig(); });
+}
+
+void RouteMapConfigSm::VoxRouteMapConfig::onNotifier() {
+  // Construction registers too; the state machine's start-up creates the first reactors.
+  if (sm_->initialized()) onRouteMapvoxImmediate();
+}
+
+void RouteMapConfigSm::VoxRouteMapConfig::onRouteMapvoxImmediate() {
+  if (notifier()) sm_->routeMap_.reconcileAll(notifier()->routeMap());
+}
+
+// --- VoxPolicyMap -----------------------------------------------------------------------
+
+RouteMapConfigSm::VoxPolicyMap::VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map,
+                                             RouteMapConfigSm* sm)
+    : sm_(sm) {
+  notifierIs(map);
+}
+
+void RouteMapConfigSm::VoxPolicyMap::onRouteMap(const std::string& rmName) {
+  dispatchScalar([&] { sm_->handlePolicyMapRouteMap(rmName); });
+}
+
+// --- VoxRouteMap ------------------------------------------------------------------------
+
+RouteMapConfigSm::VoxRouteMap::VoxRouteMap(const MapPtr& map, RouteMapConfigSm* sm)
+    : sm_(sm),
+      mapName_(map->name()),
+      seqMapEntry_(
+          this, "_seqMapEntry", "RibRouteMap::RouteMapConfigSm::VoxRouteMap::seqMapEntry",
+          [](const Routing::RouteMap::MapEntry& e) { return e.seqno(); },
+          [this](const MapEntryPtr& e) { return Vox::make<VoxSeqMapEntry>(e, this); }) {
+  notifierIs(map);
+  // A newly seen map is always deleted from and re-inserted into the engine, so the engine
+  // equals the configuration without any memory of earlier runs.
+  handleMapVersion();
+  handleSeqno();
+  seqMapEntry_.reconcileAll(map->mapEntry());
+  initializedIs(true);
+}
+
+void RouteMapConfigSm::VoxRouteMap::onVersion() {
+  dispatchScalar([this] { handleMapVersion(); });
+}
+
+void RouteMapConfigSm::VoxRouteMap::onMapEntry(U32 seqno) {
+  dispatchKeyed(
+      seqno, [this](U32 s) { handleSeqno(s); },
+      [this](U32 s) {
+        if (notifier()) seqMapEntry_.reconcile(s, notifier()->mapEntry(s));
+      });
+}
+
+void RouteMapConfigSm::VoxRouteMap::onNotifier() {
+  // Construction registers too; only a later retarget is a new map to send.
+  if (!initialized() || !notifier()) return;
+  handleMapVersion();
+  seqMapEntry_.reconcileAll(notifier()->mapEntry());
+}
+
+void RouteMapConfigSm::VoxRouteMap::handleMapVersion() {
+  const MapPtr& map = notifier();
+  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::handleMapVersion()"
+                             << ":" << (map ? map->version() : 0) << " vrf: " << sm_->vrfName());
+  auto mio = mioFactory(sm_->vrfName());
+  deleteRouteMapCommSets();
+  mio->doDeleteRouteMap(mapName_);
+  mio->doCommit();
+  if (map) mio->doInsertRouteMap(map, mapName_);
+  mio->doCommit();
+}
+
+void RouteMapConfigSm::VoxRouteMap::handleSeqno(U32 seqno) {
+  RM_TRACE(traceHandler, "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::handleSeqno(U32)"
+                             << " seqno: " << seqno << " vrf: " << sm_->vrfName());
+  const MapPtr& map = notifier();
+  if (map && map->mapEntry(seqno)) {
+    commSetName_[seqno] = true;
+    return;
+  }
+  RM_TRACE(traceDelete, "Delete route map sequence " << seqno);
+  auto mio = mioFactory(sm_->vrfName());
+  // The map leaves the engine with its last sequence.
+  if (map && !map->mapEntry().empty()) {
+    mio->doDeleteMapSequence(mapName_, seqno);
+  } else {
+    mio->doDeleteRouteMap(mapName_);
+  }
+  mio->doCommit();
+  mio->doDeleteMapSeqCommObjects(mapName_, seqno);
+  commSetName_.erase(seqno);
+}
+
+void RouteMapConfigSm::VoxRouteMap::handleSeqno() {
+  if (!notifier()) return;
+  for (const auto& [seqno, entry] : notifier()->mapEntry()) handleSeqno(seqno);
+}
+
+void RouteMapConfigSm::VoxRouteMap::deleteRouteMapCommSets() {
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::deleteRouteMapCommSets()");
+  auto mio = mioFactory(sm_->vrfName());
+  for (const auto& [seqno, present] : commSetName_) {
+    mio->doDeleteMapSeqCommObjects(mapName_, seqno);
+  }
+}
+
+// --- VoxSeqMapEntry ---------------------------------------------------------------------
+
+using VoxSeqMapEntry = RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry;
+
+VoxSeqMapEntry::VoxSeqMapEntry(const MapEntryPtr& entry, VoxRouteMap* routeMap)
+    : routeMap_(routeMap), seqno_(entry->seqno()) {
+  notifierIs(entry);
+  handleInitialized();
+}
+
+std::string VoxSeqMapEntry::configKey() const {
+  return routeMap_->mapName() + " seqNo " + std::to_string(seqno_);
+}
+
+bool VoxSeqMapEntry::mapReferenced() const {
+  const auto& policyMap = routeMap_->sm()->policyMap();
+  return policyMap && policyMap->routeMap(routeMap_->mapName());
+}
+
+void VoxSeqMapEntry::onMatchRule(Routing::RouteMap::MatchOption option) {
+  dispatchScalar([&] { handleMatchRule(option); });
+}
+
+void VoxSeqMapEntry::onSubRouteMap() {
+  dispatchScalar([this] { handleSubRouteMap(); });
+}
+
+void VoxSeqMapEntry::onZombie(bool zombie) {
+  if (zombie) handleDel();
+}
+
+void VoxSeqMapEntry::handleInitialized() {
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::handleInitialized()"
+               << " rmName: " << routeMap_->mapName() << " seqNo: " << seqno_);
+  addReferredPoliciesToPolicyMap();
+  initializedIs(true);
+}
+
+void VoxSeqMapEntry::addReferredPoliciesToPolicyMap() {
+  if (!notifier()) return;
+  // Copy the options first: entering a reference may run other handlers synchronously.
+  std::vector<Routing::RouteMap::MatchOption> options;
+  for (const auto& [option, rule] : notifier()->matchRule()) options.push_back(option);
+  for (auto option : options) handleMatchRule(option);
+  handleSubRouteMap();
+}
+
+void VoxSeqMapEntry::updateDynamicPrefixList(Routing::RouteMap::MatchOption option,
+                                             const char* configCli, std::string& prev) {
+  const Routing::RouteMap::MatchRule* rule = notifier() ? notifier()->matchRule(option) : nullptr;
+  const std::string current = rule ? rule->stringValue : std::string();
+  updatePolicyMapDpl(kRouteMapMode, configCli, configKey(), prev, current);
+  prev = current;
+}
+
+void VoxSeqMapEntry::handleMatchRule(Routing::RouteMap::MatchOption option) {
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
+           "handleMatchRule(Routing::RouteMap::MatchOption)"
+               << " seqno: " << seqno_ << " matchOp: " << option);
+  if (!mapReferenced()) return;
+  if (option == Routing::RouteMap::matchDynamicPrefixList) {
+    updateDynamicPrefixList(option, RoutingPolicyMap::pmapRmapNestedV4Dpl,
+                            prevV4DynamicPrefixList_);
+  } else if (option == Routing::RouteMap::matchIpv6DynamicPrefixList) {
+    updateDynamicPrefixList(option, RoutingPolicyMap::pmapRmapNestedV6Dpl,
+                            prevV6DynamicPrefixList_);
+  }
+}
+
+void VoxSeqMapEntry::handleSubRouteMap() {
+  const std::string current = notifier() ? notifier()->subRouteMap() : std::string();
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::handleSubRouteMap()"
+               << " seqNo: " << seqno_ << " subRouteMap: " << current);
+  if (!mapReferenced()) return;
+  updatePolicyMapRouteMap(kRouteMapMode, RoutingPolicyMap::pmapRmapNestedRmap, configKey(),
+                          prevSubRouteMap_, current);
+  prevSubRouteMap_ = current;
+}
+
+void VoxSeqMapEntry::handleDel() {
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::handleDel()"
+               << " rmName: " << routeMap_->mapName() << " seqNo: " << seqno_);
+  deleteReferredPoliciesFromPolicyMap();
+}
+
+void VoxSeqMapEntry::deleteReferredPoliciesFromPolicyMap() {
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
+           "deleteReferredPoliciesFromPolicyMap()"
+               << " rmName: " << routeMap_->mapName() << " seqNo: " << seqno_);
+  const std::string key = configKey();
+  updatePolicyMapDpl(kRouteMapMode, RoutingPolicyMap::pmapRmapNestedV4Dpl, key,
+                     prevV4DynamicPrefixList_, "");
+  updatePolicyMapDpl(kRouteMapMode, RoutingPolicyMap::pmapRmapNestedV6Dpl, key,
+                     prevV6DynamicPrefixList_, "");
+  updatePolicyMapRouteMap(kRouteMapMode, RoutingPolicyMap::pmapRmapNestedRmap, key,
+                          prevSubRouteMap_, "");
+}
+
+namespace {
+
+// The new reference is entered before the old one is withdrawn, so an entity referred to by
+// both never drops out of the map in between.
+void updateReference(RoutingPolicyMap::PolicyType type, RoutingPolicyMap::CliMode mode,
+                     const std::string& configCli, const std::string& configKey,
+                     const Vox::Ptr<RoutingPolicyMap::PolicyMap>& policyMap,
+                     const std::string& prev, const std::string& curr) {
+  if (!policyMap) return;
+  if (!curr.empty()) {
+    RoutingPolicyMap::updatePolicyMap(type, kRouteMapPlugin, mode, configCli, configKey, policyMap,
+                                      curr, false);
+  }
+  if (!prev.empty() && prev != curr) {
+    RoutingPolicyMap::updatePolicyMap(type, kRouteMapPlugin, mode, configCli, configKey, policyMap,
+                                      prev, true);
+  }
+}
+
+}  // namespace
+
+void VoxSeqMapEntry::updatePolicyMapDpl(RoutingPolicyMap::CliMode mode,
+                                        const std::string& configCli, const std::string& configKey,
+                                        const std::string& prevDplName,
+                                        const std::string& currDplName) {
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
+           "updatePolicyMapDpl(RoutingPolicyMap::CliMode, Vox::String, Vox::String, "
+           "Vox::String, Vox::String)"
+               << " mode: " << mode << " configCli: " << configCli << " configKey: " << configKey
+               << " prevDplName: " << prevDplName << " currDplName: " << currDplName);
+  updateReference(RoutingPolicyMap::dynamicPrefixListPolicy, mode, configCli, configKey,
+                  routeMap_->sm()->policyMap(), prevDplName, currDplName);
+}
+
+void VoxSeqMapEntry::updatePolicyMapRouteMap(RoutingPolicyMap::CliMode mode,
+                                             const std::string& configCli,
+                                             const std::string& configKey,
+                                             const std::string& prevSrmName,
+                                             const std::string& currSrmName) {
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::"
+           "updatePolicyMapRouteMap(RoutingPolicyMap::CliMode, Vox::String, "
+           "Vox::String, Vox::String, Vox::String)"
+               << " mode: " << mode << " configCli: " << configCli << " configKey: " << configKey
+               << " prevSubRmName: " << prevSrmName << " currSubRmName: " << currSrmName);
+  updateReference(RoutingPolicyMap::routeMapPolicy, mode, configCli, configKey,
+                  routeMap_->sm()->policyMap(), prevSrmName, currSrmName);
+}
+
+}  // namespace RibRouteMap
