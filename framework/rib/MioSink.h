@@ -133,8 +133,10 @@ class JsonLinesWriter : public MioSink {
   void execute(const MioOp& op) override;
   void commit(CommitKind kind) override;
 
+  // One line each, without the line end (execute and commit add it).
   static std::string opLine(const OpRecord& op);
   static std::string commitLine(CommitKind kind);
+  // Appends `s` as a JSON string, quotes included, escaped as above.
   static void appendJsonString(std::string& out, std::string_view s);
 
  private:
