@@ -209,7 +209,8 @@ int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& e
 
   TraceScope traceScope(err);
   CLI::App* used = app.get_subcommands().front();
-  if (used->count("--trace") > 0 && !traceScope.specIs(trace)) {
+  const CLI::Option* traceOption = used->get_option_no_throw("--trace");
+  if (traceOption && traceOption->count() > 0 && !traceScope.specIs(trace)) {
     err << "ribpolicy: error: --trace: malformed trace spec '" << trace
         << "' (expected NAME=LEVEL[,NAME=LEVEL...], e.g. RouteMap=9,RibDynamicPrefixList=8)\n";
     return kExitBadInput;
