@@ -92,14 +92,14 @@ Vox::Ptr<MapEntry> buildEntry(U32 seq, const MapEntrySpec& spec) {
 
 // Changes an entry that stays, one attribute at a time, so that each change is notified.
 void updateEntry(MapEntry& e, const MapEntrySpec& before, const MapEntrySpec& after) {
-  forEachKey(before.match, after.match, [&](Routing::RouteMap::MatchOption option,
-                                            const auto* b, const auto* a) {
-    if (!a) {
-      e.matchRuleDel(option);
-    } else if (!b || !(*b == *a)) {
-      e.matchRuleIs(*a);
-    }
-  });
+  forEachKey(before.match, after.match,
+             [&](Routing::RouteMap::MatchOption option, const auto* b, const auto* a) {
+               if (!a) {
+                 e.matchRuleDel(option);
+               } else if (!b || !(*b == *a)) {
+                 e.matchRuleIs(*a);
+               }
+             });
   e.subRouteMapIs(after.subRouteMap);
   e.permitIs(after.permit);
   for (Routing::RouteMap::SetFlagBit bit : Routing::RouteMap::SetClauses::allBits()) {
@@ -132,7 +132,9 @@ void writeDynamicPrefixList(Routing::DynamicPrefixList::DynamicPrefixListEntry& 
 
 }  // namespace
 
-RoutingPolicyMap::Requester externalReason() { return {0, 0, "external", "scenario"}; }
+RoutingPolicyMap::Requester externalReason() {
+  return {0, 0, "external", "scenario"};
+}
 
 Agent::Agent(std::string vrf)
     : vrf_(std::move(vrf)),
@@ -147,7 +149,9 @@ Agent::Agent(std::string vrf)
   aclConfig_->configIs(ipAclConfig_);
 }
 
-Agent::~Agent() { teardown(); }
+Agent::~Agent() {
+  teardown();
+}
 
 void Agent::applyStep(const ScenarioConfig& config, const InputSet& inputs) {
   applyConfig(current_, config);
@@ -187,8 +191,7 @@ void Agent::attach(Input input, bool on) {
       root_->routeMapConfigIs(on ? RibRouteMap::RouteMapConfigPtr(routeMapConfig_) : nullptr);
       return;
     case Input::peerFilterConfig:
-      root_->peerFilterConfigIs(on ? RibRouteMap::PeerFilterConfigPtr(peerFilterConfig_)
-                                   : nullptr);
+      root_->peerFilterConfigIs(on ? RibRouteMap::PeerFilterConfigPtr(peerFilterConfig_) : nullptr);
       return;
     case Input::aclListConfig:
       root_->aclListConfigIs(on ? RibRouteMap::AclListConfigPtr(aclListConfig_) : nullptr);
@@ -197,8 +200,7 @@ void Agent::attach(Input input, bool on) {
       root_->aclConfigIs(on ? RibRouteMap::AclConfigPtr(aclConfig_) : nullptr);
       return;
     case Input::dynPfxListConfig:
-      root_->dynPfxListConfigIs(on ? RibRouteMap::DynPfxListConfigPtr(dynPfxListConfig_)
-                                   : nullptr);
+      root_->dynPfxListConfigIs(on ? RibRouteMap::DynPfxListConfigPtr(dynPfxListConfig_) : nullptr);
       return;
     case Input::policyMap:
       root_->policyMapIs(on ? policyMap_ : nullptr);
@@ -285,8 +287,7 @@ void Agent::syncCommunityLists(const ScenarioConfig& from, const ScenarioConfig&
   syncNamed(
       from.communityLists, to.communityLists,
       [&](const std::string& name) { aclListConfig_->communityListDel(name); },
-      [&](const std::string& name, const CommunityListSpec& spec,
-          const CommunityListSpec* before) {
+      [&](const std::string& name, const CommunityListSpec& spec, const CommunityListSpec* before) {
         if (!before) {
           auto list = Vox::make<Acl::CommunityList>(name);
           aclListConfig_->communityListIs(list);

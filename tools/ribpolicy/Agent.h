@@ -80,8 +80,8 @@ class Agent {
   void syncCommunityLists(const ScenarioConfig& from, const ScenarioConfig& to);
   void syncAccessLists(const ScenarioConfig& from, const ScenarioConfig& to);
   void syncDynamicPrefixLists(const ScenarioConfig& from, const ScenarioConfig& to);
-  void syncMaps(const std::map<std::string, MapSpec>& from, const std::map<std::string, MapSpec>& to,
-                bool peerFilters);
+  void syncMaps(const std::map<std::string, MapSpec>& from,
+                const std::map<std::string, MapSpec>& to, bool peerFilters);
   void syncPolicyMap(const PolicyMapSpec& from, const PolicyMapSpec& to);
   void attach(Input input, bool on);
   Vox::Ptr<Acl::RuleSet const> ruleSet(const AccessListSpec& spec);

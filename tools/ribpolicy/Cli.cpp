@@ -167,9 +167,10 @@ int verify(const Scenario& scenario, std::ostream& out) {
 }  // namespace
 
 int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
-  CLI::App app{"Drives the route-map policy library through a scenario of configuration "
-               "changes and shows what it sends to the routing engine.",
-               "ribpolicy"};
+  CLI::App app{
+      "Drives the route-map policy library through a scenario of configuration "
+      "changes and shows what it sends to the routing engine.",
+      "ribpolicy"};
   app.require_subcommand(1, 1);
 
   std::string file;

@@ -89,8 +89,7 @@ struct CommunityEntrySpec {
 
   // Whether the two entries hold the same contents (the version aside).
   bool sameContents(const CommunityEntrySpec& o) const {
-    return permit == o.permit && type == o.type && communities == o.communities &&
-           regex == o.regex;
+    return permit == o.permit && type == o.type && communities == o.communities && regex == o.regex;
   }
 };
 

@@ -71,7 +71,7 @@ std::string describe(const YAML::Node& n) {
     case YAML::NodeType::Scalar:
       return quote(n.Scalar());
     case YAML::NodeType::Sequence:
-      return "a list";
+      return n.size() == 0 ? "an empty list" : "a list";
     case YAML::NodeType::Map:
       return "a mapping";
     case YAML::NodeType::Null:
@@ -193,7 +193,8 @@ std::optional<std::int64_t> parseSigned(std::string_view s) {
   }
   const auto magnitude = parseUnsigned(s);
   if (!magnitude) return std::nullopt;
-  constexpr std::uint64_t kMax = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  constexpr std::uint64_t kMax =
+      static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   if (negative) {
     if (*magnitude > kMax + 1) return std::nullopt;
     if (*magnitude == kMax + 1) return std::numeric_limits<std::int64_t>::min();
@@ -208,7 +209,9 @@ const std::string& scalar(const YAML::Node& n, std::string_view key, std::string
   return n.Scalar();
 }
 
-std::string text(const YAML::Node& n, std::string_view key) { return scalar(n, key, "a string"); }
+std::string text(const YAML::Node& n, std::string_view key) {
+  return scalar(n, key, "a string");
+}
 
 // A name of a configured object: any non-empty string.
 std::string name(const YAML::Node& n, std::string_view key) {
@@ -219,9 +222,9 @@ std::string name(const YAML::Node& n, std::string_view key) {
 
 U32 u32(const YAML::Node& n, std::string_view key, U32 lo = 0,
         U32 hi = std::numeric_limits<U32>::max(), std::string_view what = {}) {
-  const std::string range = what.empty() ? "a number from " + std::to_string(lo) + " to " +
-                                               std::to_string(hi)
-                                         : std::string(what);
+  const std::string range =
+      what.empty() ? "a number from " + std::to_string(lo) + " to " + std::to_string(hi)
+                   : std::string(what);
   const auto v = parseUnsigned(scalar(n, key, range));
   if (!v || *v < lo || *v > hi) expected(n, key, range);
   return static_cast<U32>(*v);
@@ -276,7 +279,7 @@ Vela::Ip6Addr ipv6(const YAML::Node& n, std::string_view key) {
 // Splits "ADDRESS/LENGTH" and checks the length against `maxLength`; the address part is
 // left to the caller.
 std::pair<std::string_view, U32> splitPrefix(const YAML::Node& n, std::string_view key,
-                                              std::string_view what, U32 maxLength) {
+                                             std::string_view what, U32 maxLength) {
   const std::string& s = scalar(n, key, what);
   const std::size_t slash = s.find('/');
   if (slash == std::string::npos) expected(n, key, what);
@@ -284,8 +287,7 @@ std::pair<std::string_view, U32> splitPrefix(const YAML::Node& n, std::string_vi
   if (!len || std::string_view(s).substr(slash + 1).starts_with("0x")) expected(n, key, what);
   if (*len > maxLength) {
     fail(n, std::string(key) + ": prefix length " + std::to_string(*len) +
-                " out of range (expected 0 to " + std::to_string(maxLength) + ") in " +
-                quote(s));
+                " out of range (expected 0 to " + std::to_string(maxLength) + ") in " + quote(s));
   }
   return {std::string_view(s).substr(0, slash), static_cast<U32>(*len)};
 }
@@ -338,8 +340,8 @@ std::vector<std::string_view> splitColons(std::string_view s) {
   std::size_t start = 0;
   for (;;) {
     const std::size_t at = s.find(':', start);
-    out.push_back(s.substr(start, at == std::string_view::npos ? std::string_view::npos
-                                                               : at - start));
+    out.push_back(
+        s.substr(start, at == std::string_view::npos ? std::string_view::npos : at - start));
     if (at == std::string_view::npos) return out;
     start = at + 1;
   }
@@ -398,8 +400,9 @@ ListForm listForm(const YAML::Node& n, const std::string& what, bool versioned, 
     return out;
   }
   if (!n.IsMap()) {
-    expected(n, what, versioned ? "a list of entries or a mapping {version, entries}"
-                                : "a list of entries or a mapping {entries}");
+    expected(n, what,
+             versioned ? "a list of entries or a mapping {version, entries}"
+                       : "a list of entries or a mapping {entries}");
   }
   std::vector<std::string_view> keys = {"entries"};
   if (versioned) keys.push_back("version");
@@ -475,16 +478,18 @@ PrefixListSpec<Entry> parsePrefixList(const YAML::Node& n, const std::string& wh
   const ListForm form = listForm(n, what, true, false);
   PrefixListSpec<Entry> spec;
   spec.version = form.version;
-  spec.entries = parseEntries<Entry>(
-      form.entries, what, {"seq", "action", "prefix", "ge", "le"}, [&](const Fields& f, U32 seq) {
-        Entry e;
-        e.seqno = seq;
-        e.permit = action(f.need("action"));
-        e.prefix = prefix(f.need("prefix"), "prefix");
-        if (const YAML::Node* v = f.get("ge")) e.ge = u32(*v, "ge", 0, maxLength);
-        if (const YAML::Node* v = f.get("le")) e.le = u32(*v, "le", 0, maxLength);
-        return e;
-      });
+  spec.entries = parseEntries<Entry>(form.entries, what, {"seq", "action", "prefix", "ge", "le"},
+                                     [&](const Fields& f, U32 seq) {
+                                       Entry e;
+                                       e.seqno = seq;
+                                       e.permit = action(f.need("action"));
+                                       e.prefix = prefix(f.need("prefix"), "prefix");
+                                       if (const YAML::Node* v = f.get("ge"))
+                                         e.ge = u32(*v, "ge", 0, maxLength);
+                                       if (const YAML::Node* v = f.get("le"))
+                                         e.le = u32(*v, "le", 0, maxLength);
+                                       return e;
+                                     });
   return spec;
 }
 
@@ -651,8 +656,7 @@ constexpr OptionName kOptionNames[] = {
     {"next-hop-prefix-list", Routing::RouteMap::matchNextHopPrefixList},
     {"ipv6-next-hop-prefix-list", Routing::RouteMap::matchIpv6NextHopPrefixList},
     {"resolved-next-hop-prefix-list", Routing::RouteMap::matchResolvedNextHopPrefixList},
-    {"ipv6-resolved-next-hop-prefix-list",
-     Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList},
+    {"ipv6-resolved-next-hop-prefix-list", Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList},
     {"community", Routing::RouteMap::matchCommunity},
     {"extended-community", Routing::RouteMap::matchExtCommunity},
     {"large-community", Routing::RouteMap::matchLargeCommunity},
@@ -861,8 +865,8 @@ float bandwidth(const YAML::Node& n) {
 // A community set clause: `kind` says which values it takes; `defaultFlag` is the flag when
 // none is given; `refuse(flag)` names a flag the clause cannot carry (or nothing).
 Vox::Ptr<CommunitySet const> parseCommunitySet(const YAML::Node& n, const std::string& key,
-                                               Acl::CommunityType kind, Acl::CommSetFlag defaultFlag,
-                                               LinkBandwidth* lbw) {
+                                               Acl::CommunityType kind,
+                                               Acl::CommSetFlag defaultFlag, LinkBandwidth* lbw) {
   std::vector<std::string_view> keys = {"values", "lists", "flag"};
   if (lbw) keys.push_back("link-bandwidth");
   Fields f(n, key, keys);
@@ -872,8 +876,9 @@ Vox::Ptr<CommunitySet const> parseCommunitySet(const YAML::Node& n, const std::s
   if (const YAML::Node* v = f.get("flag")) {
     set->flag = commSetFlag(*v, "flag");
     if (key == "community" && set->flag == Acl::commSetDelete_) {
-      fail(*v, "flag: community cannot carry flag 1 (delete); expected 0, 2 or 3, or use "
-               "community-delete");
+      fail(*v,
+           "flag: community cannot carry flag 1 (delete); expected 0, 2 or 3, or use "
+           "community-delete");
     }
     if (key == "community-delete" && set->flag != Acl::commSetDelete_) {
       expected(*v, "flag", "1 (community-delete always deletes)");
@@ -1040,8 +1045,8 @@ SetClauses parseSetClauses(const YAML::Node& n) {
     on(setAction35);
   }
   if (const YAML::Node* v = f.get("large-community")) {
-    s.largeCommunity = parseCommunitySet(*v, "large-community", Acl::communityLarge,
-                                         Acl::commSetNone_, nullptr);
+    s.largeCommunity =
+        parseCommunitySet(*v, "large-community", Acl::communityLarge, Acl::commSetNone_, nullptr);
     on(setLargeCommunity);
   }
   return s;
@@ -1109,15 +1114,14 @@ ScenarioConfig parseConfig(const YAML::Node& n) {
     c.asPathRegexMode = u32(*v, "as-path-regex-mode");
   }
   forEachNamed(f.get("prefix-lists"), "prefix-lists", [&](const std::string& nm, auto& v) {
-    c.prefixLists.emplace(nm, parsePrefixList<Acl::PrefixEntry>(v, "prefix list " + quote(nm),
-                                                                32, ipv4Prefix));
+    c.prefixLists.emplace(
+        nm, parsePrefixList<Acl::PrefixEntry>(v, "prefix list " + quote(nm), 32, ipv4Prefix));
   });
-  forEachNamed(f.get("ipv6-prefix-lists"), "ipv6-prefix-lists",
-               [&](const std::string& nm, auto& v) {
-                 c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(
-                                                   v, "IPv6 prefix list " + quote(nm), 128,
-                                                   ipv6Prefix));
-               });
+  forEachNamed(
+      f.get("ipv6-prefix-lists"), "ipv6-prefix-lists", [&](const std::string& nm, auto& v) {
+        c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(
+                                          v, "IPv6 prefix list " + quote(nm), 128, ipv6Prefix));
+      });
   forEachNamed(f.get("as-path-lists"), "as-path-lists", [&](const std::string& nm, auto& v) {
     c.asPathLists.emplace(nm, parseAsPathList(v, "AS-path list " + quote(nm)));
   });
@@ -1195,7 +1199,8 @@ Scenario parseRoot(const YAML::Node& root) {
     }
   }
   const YAML::Node& steps = f.need("steps");
-  if (!steps.IsSequence() || steps.size() == 0) expected(steps, "steps", "a list of at least one step");
+  if (!steps.IsSequence() || steps.size() == 0)
+    expected(steps, "steps", "a list of at least one step");
   std::size_t number = 0;
   for (const YAML::Node& s : steps) sc.steps.push_back(parseStep(s, ++number));
   return sc;

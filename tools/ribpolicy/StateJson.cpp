@@ -88,7 +88,8 @@ Json requesters(const RoutingPolicyMap::PolicyMap::Coll& coll) {
     Json reasons = Json::array();
     // The reason set is ordered by plugin, mode, configCli, configKey.
     for (const RoutingPolicyMap::Requester& r : requester->reason()) {
-      reasons.push_back(Json::array({r.plugin, r.mode, jsonBytes(r.configCli), jsonBytes(r.configKey)}));
+      reasons.push_back(
+          Json::array({r.plugin, r.mode, jsonBytes(r.configCli), jsonBytes(r.configKey)}));
     }
     out[jsonBytes(name)] = std::move(reasons);
   }

@@ -1,0 +1,181 @@
+// Bad scenarios: every one is refused with exit status 2 and one line
+// "FILE:LINE:COL: error: MESSAGE" that points at the offending key or value.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/tools/RibpolicyTestSupport.h"
+
+namespace {
+
+using ribpolicy::testing::runTool;
+using ribpolicy::testing::scenarioFile;
+
+struct BadScenario {
+  const char* name;
+  const char* yaml;
+  int line;
+  int column;
+  const char* message;  // a part of the message that names the fault
+};
+
+// A route-map entry with one set clause or match rule on line 7, for the value checks.
+#define RM_ENTRY(tail)    \
+  "steps:\n"              \
+  "  - config:\n"         \
+  "      route-maps:\n"   \
+  "        RM:\n"         \
+  "          - seq: 10\n" \
+  "            action: permit\n" tail
+
+const BadScenario kBadScenarios[] = {
+    {"yaml_syntax", "steps:\n  - config: {route-maps: }}\n", 2, 27, "invalid YAML"},
+    {"unknown_top_level_key", "vrff: x\nsteps:\n  - config: {}\n", 1, 1, "unknown key 'vrff'"},
+    {"unknown_section", "steps:\n  - config:\n      prefix-list: {}\n", 3, 7,
+     "unknown key 'prefix-list' in config"},
+    {"unknown_entry_key",
+     "steps:\n  - config:\n      prefix-lists:\n        PL:\n"
+     "          - {seq: 10, action: permit, prefix: 10.0.0.0/8, lee: 4}\n",
+     5, 59, "unknown key 'lee'"},
+    {"scalar_where_number_list_given", "steps:\n  - config:\n      route-map-op-mode: [1]\n", 3, 26,
+     "route-map-op-mode: expected a number"},
+    {"section_not_a_mapping", "steps:\n  - config:\n      prefix-lists: [PL]\n", 3, 21,
+     "prefix-lists: expected a mapping"},
+    {"ipv4_prefix_length_33",
+     "steps:\n  - config:\n      prefix-lists:\n        PL:\n"
+     "          - {seq: 10, action: permit, prefix: 10.0.0.0/33}\n",
+     5, 47, "prefix length 33 out of range"},
+    {"ipv6_prefix_length_129",
+     "steps:\n  - config:\n      ipv6-prefix-lists:\n        PL:\n"
+     "          - {seq: 10, action: permit, prefix: \"2001:db8::/129\"}\n",
+     5, 47, "prefix length 129 out of range"},
+    {"bad_ipv4_address",
+     "steps:\n  - config:\n      prefix-lists:\n        PL:\n"
+     "          - {seq: 10, action: permit, prefix: 10.0.300.0/8}\n",
+     5, 47, "bad IPv4 address '10.0.300.0'"},
+    {"bad_ipv6_next_hop",
+     RM_ENTRY("            match: [{option: ipv6-next-hop, value: \"2001:db8:::1\"}]\n"), 7, 52,
+     "expected an IPv6 address"},
+    {"bad_access_list_mask",
+     "steps:\n  - config:\n      access-lists:\n        A:\n"
+     "          - {seq: 10, action: permit, source: 10.0.0.0/255.0.0}\n",
+     5, 47, "bad mask '255.0.0'"},
+    {"unknown_action",
+     "steps:\n  - config:\n      prefix-lists:\n        PL:\n"
+     "          - {seq: 10, action: allow, prefix: 10.0.0.0/8}\n",
+     5, 31, "action: expected permit or deny, got 'allow'"},
+    {"set_origin_5", RM_ENTRY("            set: {origin: 5}\n"), 7, 27,
+     "origin: expected an origin of 1, 2 or 3"},
+    {"med_type_12", RM_ENTRY("            set: {metric: {value: 1, med-type: 12}}\n"), 7, 48,
+     "med-type: expected a med type from 0 to 8, got '12'"},
+    {"protocol_10", RM_ENTRY("            match: [{option: protocol, value: 10}]\n"), 7, 47,
+     "expected a protocol from 1 to 9, got '10'"},
+    {"isis_level_3", RM_ENTRY("            set: {isis-level: 3}\n"), 7, 31,
+     "isis-level: expected an IS-IS level"},
+    {"ospf_metric_type_3", RM_ENTRY("            set: {ospf-metric-type: 3}\n"), 7, 37,
+     "ospf-metric-type: expected an OSPF metric type, 1 or 2"},
+    {"match_metric_type_3", RM_ENTRY("            match: [{option: metric-type, value: 3}]\n"), 7,
+     50, "expected a metric type, 1 or 2"},
+    {"route_type_5", RM_ENTRY("            match: [{option: route-type, value: 5}]\n"), 7, 49,
+     "expected a route type from 1 to 4"},
+    {"community_list_type_7",
+     "steps:\n  - config:\n      community-lists:\n        C:\n"
+     "          - {seq: 10, action: permit, type: 7, communities: []}\n",
+     5, 45, "type: expected standard"},
+    {"community_set_flag_1",
+     RM_ENTRY("            set: {community: {values: [\"1:1\"], flag: 1}}\n"), 7, 54,
+     "community cannot carry flag 1"},
+    {"community_delete_flag_3",
+     RM_ENTRY("            set: {community-delete: {lists: [C], flag: 3}}\n"), 7, 56,
+     "flag: expected 1"},
+    {"large_community_flag_4",
+     RM_ENTRY("            set: {large-community: {values: [\"1:2:3\"], flag: 4}}\n"), 7, 62,
+     "flag: expected a community-set flag from 0 to 3"},
+    {"link_bandwidth_option_5",
+     RM_ENTRY("            set: {extended-community: {values: [], link-bandwidth: {option: 5}}}\n"),
+     7, 77, "expected a link-bandwidth option from 0 to 4"},
+    {"community_match_without_lists",
+     RM_ENTRY("            match: [{option: community, lists: []}]\n"), 7, 48,
+     "lists: expected at least one community-list name"},
+    {"duplicate_sequence_number",
+     "steps:\n  - config:\n      prefix-lists:\n        PL:\n"
+     "          - {seq: 10, action: permit, prefix: 10.0.0.0/8}\n"
+     "          - {seq: 10, action: deny, prefix: 11.0.0.0/8}\n",
+     6, 19, "duplicate sequence number 10 in prefix list 'PL' (first at line 5)"},
+    {"missing_steps", "vrf: blue\n", 1, 1, "missing key 'steps'"},
+    {"empty_step_list", "steps: []\n", 1, 8,
+     "expected a list of at least one step, got an empty list"},
+    {"step_without_config", "steps:\n  - name: first\n", 2, 5, "step 1: missing key 'config'"},
+    {"unknown_input", "steps:\n  - config: {}\n    inputs: [route-map-config, routemap]\n", 3, 32,
+     "unknown input 'routemap'"},
+    {"vrf_longer_than_64_bytes",
+     "vrf: a1234567890123456789012345678901234567890123456789012345678901234\n"
+     "steps:\n  - config: {}\n",
+     1, 6, "at most 64 bytes, got 65 bytes"},
+    {"unknown_match_option_name",
+     RM_ENTRY("            match: [{option: prefixlist, value: PL}]\n"), 7, 30,
+     "unknown match option 'prefixlist'"},
+    {"standard_community_half_out_of_range",
+     RM_ENTRY("            set: {community: {values: [\"65536:1\"]}}\n"), 7, 40,
+     "expected a standard community AA:NN"},
+    {"extended_community_not_a_number",
+     RM_ENTRY("            set: {extended-community: {values: [\"1:2\"]}}\n"), 7, 49,
+     "expected an extended community as a 64-bit number"},
+    {"sequence_number_above_32_bits",
+     "steps:\n  - config:\n      prefix-lists:\n        PL:\n"
+     "          - {seq: 4294967296, action: permit, prefix: 10.0.0.0/8}\n",
+     5, 19, "seq: expected a number from 0 to 4294967295"},
+    {"signed_value_above_64_bits", RM_ENTRY("            set: {action-3: 9223372036854775808}\n"),
+     7, 29, "action-3: expected a signed 64-bit number"},
+    {"duplicate_key", RM_ENTRY("            action: deny\n"), 7, 13, "duplicate key 'action'"},
+    {"regex_on_a_value_community_entry",
+     "steps:\n  - config:\n      community-lists:\n        C:\n"
+     "          - {seq: 10, action: permit, type: standard, regex: \"^1:\"}\n",
+     5, 55, "key 'regex' does not apply to a community entry of type standard"},
+    {"prepend_last_as_256", RM_ENTRY("            set: {as-path-prepend-last-as: 256}\n"), 7, 44,
+     "expected a number from 0 to 255"},
+    {"match_option_given_by_name_and_number",
+     RM_ENTRY("            match: [{option: prefix-list, value: A}, {option: 2, value: B}]\n"), 7,
+     54, "option prefix-list given twice"},
+};
+
+class ScenarioErrorsTest : public ::testing::TestWithParam<BadScenario> {};
+
+// The scenario is refused with status 2 and exactly one error line at the expected position.
+TEST_P(ScenarioErrorsTest, RefusedWithPosition) {
+  const BadScenario& c = GetParam();
+  const std::string file = scenarioFile(std::string(c.name) + ".yaml", c.yaml);
+  const auto r = runTool({"check", file});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.out, "");
+  const std::string prefix =
+      file + ':' + std::to_string(c.line) + ':' + std::to_string(c.column) + ": error: ";
+  EXPECT_EQ(r.err.rfind(prefix, 0), 0u) << r.err;
+  EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+  EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << "one line expected: " << r.err;
+}
+
+// The subcommands that run a scenario refuse it the same way, before the library sees it.
+TEST_P(ScenarioErrorsTest, RunRefusesToo) {
+  const BadScenario& c = GetParam();
+  const std::string file = scenarioFile(std::string(c.name) + ".yaml", c.yaml);
+  for (const char* command : {"run", "state", "verify"}) {
+    const auto r = runTool({command, file});
+    EXPECT_EQ(r.status, 2) << command;
+    EXPECT_EQ(r.out, "") << command;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ScenarioErrorsTest, ::testing::ValuesIn(kBadScenarios),
+                         [](const ::testing::TestParamInfo<BadScenario>& info) {
+                           return std::string(info.param.name);
+                         });
+
+// A file that cannot be read is bad input too, reported at its first position.
+TEST(ScenarioErrorsTest, UnreadableFile) {
+  const auto r = runTool({"check", ::testing::TempDir() + "no-such-scenario.yaml"});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_NE(r.err.find("no-such-scenario.yaml:1:1: error: "), std::string::npos) << r.err;
+}
+
+}  // namespace
