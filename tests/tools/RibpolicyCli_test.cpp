@@ -81,9 +81,10 @@ TEST(RibpolicyCliTest, BinaryBytesSurvive) {
     EXPECT_NE(line.find("\\u0000"), std::string::npos) << line;
   }
   EXPECT_TRUE(found) << r.out;
-  EXPECT_EQ(ribpolicy::jsonText(
-                ribpolicy::Json(ribpolicy::jsonBytes(std::string("a\x01\xff\"", 4))), false),
-            R"("a\u0001\u00ff\"")");
+  // Control characters too, and a backslash stays one escaped backslash.
+  const std::string bytes("a\x01\xff\"\n\\", 6);
+  EXPECT_EQ(ribpolicy::jsonText(ribpolicy::Json(ribpolicy::jsonBytes(bytes)), false),
+            R"("a\u0001\u00ff\"\u000a\\")");
 }
 
 // The state's members come in the canonical order: values first, then children by tag

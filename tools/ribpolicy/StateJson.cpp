@@ -114,7 +114,47 @@ Json stateJson(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::Pol
 }
 
 std::string jsonText(const Json& json, bool indented) {
-  return json.dump(indented ? 2 : -1, ' ', true);
+  const std::string dumped = json.dump(indented ? 2 : -1, ' ', true);
+  // The serializer writes five control characters in their short forms (\n, \t ...);
+  // the operation stream writes every byte outside printable ASCII as \u00XX, and the state
+  // does the same. A backslash in the output always begins an escape, so each escape can
+  // be taken whole.
+  std::string out;
+  out.reserve(dumped.size());
+  for (std::size_t i = 0; i < dumped.size(); ++i) {
+    if (dumped[i] != '\\' || i + 1 == dumped.size()) {
+      out += dumped[i];
+      continue;
+    }
+    const char next = dumped[++i];
+    const char* code = nullptr;
+    switch (next) {
+      case 'b':
+        code = "\\u0008";
+        break;
+      case 't':
+        code = "\\u0009";
+        break;
+      case 'n':
+        code = "\\u000a";
+        break;
+      case 'f':
+        code = "\\u000c";
+        break;
+      case 'r':
+        code = "\\u000d";
+        break;
+      default:
+        break;
+    }
+    if (code) {
+      out += code;
+    } else {
+      out += '\\';
+      out += next;
+    }
+  }
+  return out;
 }
 
 }  // namespace ribpolicy
