@@ -133,8 +133,10 @@ class JsonLinesWriter : public MioSink {
   void execute(const MioOp& op) override;
   void commit(CommitKind kind) override;
 
+  // One line each, without the line end (execute and commit add it).
   static std::string opLine(const OpRecord& op);
   static std::string commitLine(CommitKind kind);
+  // Appends `s` as a JSON string, quotes included, escaped as above.
   static void appendJsonString(std::string& out, std::string_view s);
 
  private:
@@ -169,7 +171,9 @@ class EngineModel : public MioSink {
   // Equal when both trees hold the same meaningful nodes and values.
   static bool equivalent(const Node& a, const Node& b);
   // The differences between two trees, one line each ("only in left: 512/603/515=\"PL\"",
-  // "values differ at ...: {..} vs {..}"), in tree order; empty when equivalent.
+  // "values differ at ...: {..} vs {..}"), in tree order; empty when equivalent. A subtree
+  // present on one side only is one line at its top node; a values line shows, on each side,
+  // only the tags whose values differ.
   static std::vector<std::string> differences(const Node& left, const Node& right);
 
  private:
