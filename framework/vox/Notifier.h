@@ -73,7 +73,9 @@ class NotifieeBase {
   NotifieeBase(const NotifieeBase&) = delete;
   NotifieeBase& operator=(const NotifieeBase&) = delete;
   virtual ~NotifieeBase() {
-    if (notifier_) notifier_->notifiees().remove(static_cast<Self*>(this));
+    // The pointer registered earlier is removed as stored: by now the Self part is gone, so
+    // it must not be cast again.
+    if (notifier_) notifier_->notifiees().remove(registered_);
   }
 
   const NotifierPtr& notifier() const { return notifier_; }
@@ -81,9 +83,10 @@ class NotifieeBase {
   // Watches `n` instead of the current entity; a no-op when it is the same entity.
   void notifierIs(const NotifierPtr& n) {
     if (n == notifier_) return;
-    if (notifier_) notifier_->notifiees().remove(static_cast<Self*>(this));
+    if (notifier_) notifier_->notifiees().remove(registered_);
     notifier_ = n;
-    if (notifier_) notifier_->notifiees().add(static_cast<Self*>(this));
+    registered_ = static_cast<Self*>(this);
+    if (notifier_) notifier_->notifiees().add(registered_);
     onNotifier();
   }
 
@@ -92,6 +95,7 @@ class NotifieeBase {
 
  private:
   NotifierPtr notifier_;
+  Self* registered_ = nullptr;
 };
 
 }  // namespace Vox
