@@ -72,9 +72,9 @@ class NotifieeBase {
   NotifieeBase() = default;
   NotifieeBase(const NotifieeBase&) = delete;
   NotifieeBase& operator=(const NotifieeBase&) = delete;
+  // By now the Self part is already destroyed, so `this` may no longer be cast down to it:
+  // the pointer registered while the object was whole is what leaves the list.
   virtual ~NotifieeBase() {
-    // The pointer registered earlier is removed as stored: by now the Self part is gone, so
-    // it must not be cast again.
     if (notifier_) notifier_->notifiees().remove(registered_);
   }
 
@@ -85,8 +85,10 @@ class NotifieeBase {
     if (n == notifier_) return;
     if (notifier_) notifier_->notifiees().remove(registered_);
     notifier_ = n;
-    registered_ = static_cast<Self*>(this);
-    if (notifier_) notifier_->notifiees().add(registered_);
+    if (notifier_) {
+      registered_ = static_cast<Self*>(this);
+      notifier_->notifiees().add(registered_);
+    }
     onNotifier();
   }
 
@@ -95,7 +97,7 @@ class NotifieeBase {
 
  private:
   NotifierPtr notifier_;
-  Self* registered_ = nullptr;
+  Self* registered_ = nullptr;  // what the watched entity's list holds for this notifiee
 };
 
 }  // namespace Vox
