@@ -28,6 +28,7 @@ struct Requester {
   CliMode mode = 0;
   std::string configCli;
   std::string configKey;
+  // NOLINTNEXTLINE(modernize-use-nullptr): the defaulted comparison has no pointer in it.
   friend auto operator<=>(const Requester&, const Requester&) = default;
   friend bool operator==(const Requester&, const Requester&) = default;
 };

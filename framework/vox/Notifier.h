@@ -72,8 +72,10 @@ class NotifieeBase {
   NotifieeBase() = default;
   NotifieeBase(const NotifieeBase&) = delete;
   NotifieeBase& operator=(const NotifieeBase&) = delete;
+  // By now the Self part is already destroyed, so `this` may no longer be cast down to it:
+  // the pointer registered while the object was whole is what leaves the list.
   virtual ~NotifieeBase() {
-    if (notifier_) notifier_->notifiees().remove(static_cast<Self*>(this));
+    if (notifier_) notifier_->notifiees().remove(registered_);
   }
 
   const NotifierPtr& notifier() const { return notifier_; }
@@ -81,9 +83,12 @@ class NotifieeBase {
   // Watches `n` instead of the current entity; a no-op when it is the same entity.
   void notifierIs(const NotifierPtr& n) {
     if (n == notifier_) return;
-    if (notifier_) notifier_->notifiees().remove(static_cast<Self*>(this));
+    if (notifier_) notifier_->notifiees().remove(registered_);
     notifier_ = n;
-    if (notifier_) notifier_->notifiees().add(static_cast<Self*>(this));
+    if (notifier_) {
+      registered_ = static_cast<Self*>(this);
+      notifier_->notifiees().add(registered_);
+    }
     onNotifier();
   }
 
@@ -92,6 +97,7 @@ class NotifieeBase {
 
  private:
   NotifierPtr notifier_;
+  Self* registered_ = nullptr;  // what the watched entity's list holds for this notifiee
 };
 
 }  // namespace Vox

@@ -79,6 +79,6 @@ class TraceHelper {
 #define RIB_TRACE(handle, level, message)                                          \
   do {                                                                             \
     if (auto ribTraceLine = ::Vox::TraceHelper::createIfEnabled(handle, level)) { \
-      *ribTraceLine << message;                                                    \
+      *ribTraceLine << message; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
     }                                                                              \
   } while (0)

@@ -92,12 +92,13 @@ TEST_F(RootTest, SettersNotifyAfterBuildingAndOnlyOnChange) {
 // The same inputs keep the existing VRF state; a different entity replaces it.
 TEST_F(RootTest, VrfStatusSmKeptForSameInputs) {
   Agent agent;
-  auto* before = agent.root->vrfStatusSm().ptr();
+  const Vox::Ptr<RibRouteMap::VrfStatusSm> before = agent.root->vrfStatusSm();
   agent.root->vrfStatusSmIs(agent.root->vrfName(), agent.routeMapConfig, agent.peerFilterConfig,
                             agent.aclListConfig, agent.aclConfig, agent.dplConfig, agent.policyMap);
-  EXPECT_EQ(agent.root->vrfStatusSm().ptr(), before);
+  EXPECT_EQ(agent.root->vrfStatusSm(), before);
   agent.root->routeMapConfigIs(Vox::make<Routing::RouteMap::Config>());
-  EXPECT_NE(agent.root->vrfStatusSm().ptr(), before);
+  EXPECT_FALSE(agent.root->vrfStatusSm() == before);
+  EXPECT_TRUE(before->zombie());
 }
 
 // The global options and the sync commit, each as its whole stream.
