@@ -160,7 +160,7 @@ TEST(RibpolicyCliTest, ExamplesAreValid) {
   EXPECT_EQ(r.status, 0) << r.out;
 }
 
-// --trace sends the library's trace to standard error; a malformed spec is a usage error.
+// --trace sends the library's trace to standard error; a malformed def is a usage error.
 TEST(RibpolicyCliTest, Trace) {
   const std::string file = scenarioFile("trace.yaml", kTwoSteps);
   const auto traced = runTool({"run", "--trace", "RouteMap=8", file});

@@ -21,7 +21,7 @@ struct CliResult {
 
 // Writes `text` to a file named `name` in the test's temporary directory; returns its path.
 inline std::string scenarioFile(const std::string& name, const std::string& text) {
-  const std::string path = ::testing::TempDir() + name;
+  std::string path = ::testing::TempDir() + name;
   std::ofstream(path, std::ios::binary) << text;
   return path;
 }

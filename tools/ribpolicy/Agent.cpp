@@ -35,15 +35,15 @@ void forEachKey(const std::map<K, V, C>& before, const std::map<K, V, C>& after,
 
 // The objects of one named section: removals first, then additions and changes, each in
 // ascending name order.
-template <class Spec, class Remove, class Put>
-void syncNamed(const std::map<std::string, Spec>& before, const std::map<std::string, Spec>& after,
+template <class Def, class Remove, class Put>
+void syncNamed(const std::map<std::string, Def>& before, const std::map<std::string, Def>& after,
                Remove&& remove, Put&& put) {
-  for (const auto& [name, spec] : before) {
+  for (const auto& [name, def] : before) {
     if (!after.contains(name)) remove(name);
   }
-  for (const auto& [name, spec] : after) {
+  for (const auto& [name, def] : after) {
     auto it = before.find(name);
-    put(name, spec, it == before.end() ? nullptr : &it->second);
+    put(name, def, it == before.end() ? nullptr : &it->second);
   }
 }
 
@@ -56,14 +56,14 @@ U32 nextVersion(const std::optional<U32>& explicitVersion, U32 current, bool cha
 
 // --- Prefix lists of both families ---------------------------------------------------------
 
-template <class List, class Spec>
-void fillPrefixList(List& list, const Spec& spec) {
-  for (const auto& [seq, entry] : spec.entries) list.entryIs(entry);
-  list.versionIs(spec.version.value_or(1));
+template <class List, class Def>
+void fillPrefixList(List& list, const Def& def) {
+  for (const auto& [seq, entry] : def.entries) list.entryIs(entry);
+  list.versionIs(def.version.value_or(1));
 }
 
-template <class List, class Spec>
-void updatePrefixList(List& list, const Spec& before, const Spec& after) {
+template <class List, class Def>
+void updatePrefixList(List& list, const Def& before, const Def& after) {
   bool changed = false;
   forEachKey(before.entries, after.entries, [&](U32 seq, const auto* b, const auto* a) {
     if (!a) {
@@ -79,19 +79,19 @@ void updatePrefixList(List& list, const Spec& before, const Spec& after) {
 
 // --- Route-map entries ----------------------------------------------------------------------
 
-Vox::Ptr<MapEntry> buildEntry(U32 seq, const MapEntrySpec& spec) {
+Vox::Ptr<MapEntry> buildEntry(U32 seq, const MapEntryDef& def) {
   auto e = Vox::make<MapEntry>(seq);
-  e->permitIs(spec.permit);
-  for (const auto& [option, rule] : spec.match) e->matchRuleIs(rule);
-  e->subRouteMapIs(spec.subRouteMap);
+  e->permitIs(def.permit);
+  for (const auto& [option, rule] : def.match) e->matchRuleIs(rule);
+  e->subRouteMapIs(def.subRouteMap);
   for (Routing::RouteMap::SetFlagBit bit : Routing::RouteMap::SetClauses::allBits()) {
-    e->setClauseIs(bit, spec.set);
+    e->setClauseIs(bit, def.set);
   }
   return e;
 }
 
 // Changes an entry that stays, one attribute at a time, so that each change is notified.
-void updateEntry(MapEntry& e, const MapEntrySpec& before, const MapEntrySpec& after) {
+void updateEntry(MapEntry& e, const MapEntryDef& before, const MapEntryDef& after) {
   forEachKey(before.match, after.match,
              [&](Routing::RouteMap::MatchOption option, const auto* b, const auto* a) {
                if (!a) {
@@ -109,25 +109,25 @@ void updateEntry(MapEntry& e, const MapEntrySpec& before, const MapEntrySpec& af
 
 // --- Community-list entries -------------------------------------------------------------------
 
-void writeCommunityEntry(Acl::CommunityListEntry& e, const CommunityEntrySpec& spec) {
-  e.permitIs(spec.permit);
-  e.listTypeIs(spec.type);
-  e.communitiesIs(spec.communities);
-  e.regexIs(spec.regex);
+void writeCommunityEntry(Acl::CommunityListEntry& e, const CommunityEntryDef& def) {
+  e.permitIs(def.permit);
+  e.listTypeIs(def.type);
+  e.communitiesIs(def.communities);
+  e.regexIs(def.regex);
 }
 
-Vox::Ptr<Acl::CommunityListEntry> buildCommunityEntry(U32 seq, const CommunityEntrySpec& spec) {
+Vox::Ptr<Acl::CommunityListEntry> buildCommunityEntry(U32 seq, const CommunityEntryDef& def) {
   auto e = Vox::make<Acl::CommunityListEntry>(seq);
-  writeCommunityEntry(*e, spec);
-  e->versionIs(spec.version.value_or(1));
+  writeCommunityEntry(*e, def);
+  e->versionIs(def.version.value_or(1));
   return e;
 }
 
 void writeDynamicPrefixList(Routing::DynamicPrefixList::DynamicPrefixListEntry& e,
-                            const DynamicPrefixListSpec& spec) {
-  e.matchMapIs(spec.matchMap);
-  e.ipv4PrefixListIs(spec.ipv4PrefixList);
-  e.ipv6PrefixListIs(spec.ipv6PrefixList);
+                            const DynamicPrefixListDef& def) {
+  e.matchMapIs(def.matchMap);
+  e.ipv4PrefixListIs(def.ipv4PrefixList);
+  e.ipv6PrefixListIs(def.ipv6PrefixList);
 }
 
 }  // namespace
@@ -226,14 +226,13 @@ void Agent::syncPrefixLists(const ScenarioConfig& from, const ScenarioConfig& to
   syncNamed(
       from.prefixLists, to.prefixLists,
       [&](const std::string& name) { aclListConfig_->prefixListDel(name); },
-      [&](const std::string& name, const Ipv4PrefixListSpec& spec,
-          const Ipv4PrefixListSpec* before) {
+      [&](const std::string& name, const Ipv4PrefixListDef& def, const Ipv4PrefixListDef* before) {
         if (!before) {
           auto list = Vox::make<Acl::PrefixList>(name);
           aclListConfig_->prefixListIs(list);
-          fillPrefixList(*list, spec);
+          fillPrefixList(*list, def);
         } else {
-          updatePrefixList(*aclListConfig_->prefixList().at(name), *before, spec);
+          updatePrefixList(*aclListConfig_->prefixList().at(name), *before, def);
         }
       });
 }
@@ -242,14 +241,13 @@ void Agent::syncIpv6PrefixLists(const ScenarioConfig& from, const ScenarioConfig
   syncNamed(
       from.ipv6PrefixLists, to.ipv6PrefixLists,
       [&](const std::string& name) { aclListConfig_->ipv6PrefixListDel(name); },
-      [&](const std::string& name, const Ipv6PrefixListSpec& spec,
-          const Ipv6PrefixListSpec* before) {
+      [&](const std::string& name, const Ipv6PrefixListDef& def, const Ipv6PrefixListDef* before) {
         if (!before) {
           auto list = Vox::make<Acl::Ipv6PrefixList>(name);
           aclListConfig_->ipv6PrefixListIs(list);
-          fillPrefixList(*list, spec);
+          fillPrefixList(*list, def);
         } else {
-          updatePrefixList(*aclListConfig_->ipv6PrefixList().at(name), *before, spec);
+          updatePrefixList(*aclListConfig_->ipv6PrefixList().at(name), *before, def);
         }
       });
 }
@@ -258,19 +256,19 @@ void Agent::syncAsPathLists(const ScenarioConfig& from, const ScenarioConfig& to
   syncNamed(
       from.asPathLists, to.asPathLists,
       [&](const std::string& name) { aclListConfig_->pathListDel(name); },
-      [&](const std::string& name, const AsPathListSpec& spec, const AsPathListSpec* before) {
+      [&](const std::string& name, const AsPathListDef& def, const AsPathListDef* before) {
         if (!before) {
           auto list = Vox::make<Acl::AsPathList>(name);
-          list->sourceIs(spec.source);
+          list->sourceIs(def.source);
           aclListConfig_->pathListIs(list);
-          for (const auto& [seq, entry] : spec.entries) list->pathEntryIs(entry);
-          list->versionIs(spec.version.value_or(1));
+          for (const auto& [seq, entry] : def.entries) list->pathEntryIs(entry);
+          list->versionIs(def.version.value_or(1));
           return;
         }
         Acl::AsPathList& list = *aclListConfig_->pathList().at(name);
-        bool changed = spec.source != before->source;
-        list.sourceIs(spec.source);
-        forEachKey(before->entries, spec.entries, [&](U32 seq, const auto* b, const auto* a) {
+        bool changed = def.source != before->source;
+        list.sourceIs(def.source);
+        forEachKey(before->entries, def.entries, [&](U32 seq, const auto* b, const auto* a) {
           if (!a) {
             list.pathEntryDel(seq);
             changed = true;
@@ -279,7 +277,7 @@ void Agent::syncAsPathLists(const ScenarioConfig& from, const ScenarioConfig& to
             changed = true;
           }
         });
-        list.versionIs(nextVersion(spec.version, list.version(), changed));
+        list.versionIs(nextVersion(def.version, list.version(), changed));
       });
 }
 
@@ -287,17 +285,17 @@ void Agent::syncCommunityLists(const ScenarioConfig& from, const ScenarioConfig&
   syncNamed(
       from.communityLists, to.communityLists,
       [&](const std::string& name) { aclListConfig_->communityListDel(name); },
-      [&](const std::string& name, const CommunityListSpec& spec, const CommunityListSpec* before) {
+      [&](const std::string& name, const CommunityListDef& def, const CommunityListDef* before) {
         if (!before) {
           auto list = Vox::make<Acl::CommunityList>(name);
           aclListConfig_->communityListIs(list);
-          for (const auto& [seq, entry] : spec.entries) {
+          for (const auto& [seq, entry] : def.entries) {
             list->communityListEntryIs(buildCommunityEntry(seq, entry));
           }
           return;
         }
         Acl::CommunityList& list = *aclListConfig_->communityList().at(name);
-        forEachKey(before->entries, spec.entries, [&](U32 seq, const auto* b, const auto* a) {
+        forEachKey(before->entries, def.entries, [&](U32 seq, const auto* b, const auto* a) {
           if (!a) {
             list.communityListEntryDel(seq);
           } else if (!b) {
@@ -312,9 +310,9 @@ void Agent::syncCommunityLists(const ScenarioConfig& from, const ScenarioConfig&
       });
 }
 
-Vox::Ptr<Acl::RuleSet const> Agent::ruleSet(const AccessListSpec& spec) {
+Vox::Ptr<Acl::RuleSet const> Agent::ruleSet(const AccessListDef& def) {
   auto set = Vox::make<Acl::RuleSet>();
-  for (const auto& [seq, rule] : spec.rules) {
+  for (const auto& [seq, rule] : def.rules) {
     const Acl::UniqueId id = nextRuleId_++;
     set->rules.emplace(seq, id);
     set->ruleConfig.emplace(id, rule);
@@ -326,14 +324,14 @@ void Agent::syncAccessLists(const ScenarioConfig& from, const ScenarioConfig& to
   syncNamed(
       from.accessLists, to.accessLists,
       [&](const std::string& name) { ipAclConfig_->aclDel(name); },
-      [&](const std::string& name, const AccessListSpec& spec, const AccessListSpec* before) {
+      [&](const std::string& name, const AccessListDef& def, const AccessListDef* before) {
         if (!before) {
           auto acl = Vox::make<Acl::AclConfig>(name);
           acl->standardIs(true);
-          acl->currCfgIs(ruleSet(spec));
+          acl->currCfgIs(ruleSet(def));
           ipAclConfig_->aclIs(acl);
-        } else if (!(*before == spec)) {
-          ipAclConfig_->acl().at(name)->currCfgIs(ruleSet(spec));
+        } else if (!(*before == def)) {
+          ipAclConfig_->acl().at(name)->currCfgIs(ruleSet(def));
         }
       });
 }
@@ -342,24 +340,24 @@ void Agent::syncDynamicPrefixLists(const ScenarioConfig& from, const ScenarioCon
   syncNamed(
       from.dynamicPrefixLists, to.dynamicPrefixLists,
       [&](const std::string& name) { dynPfxListConfig_->dynamicPrefixListDel(name); },
-      [&](const std::string& name, const DynamicPrefixListSpec& spec,
-          const DynamicPrefixListSpec* before) {
+      [&](const std::string& name, const DynamicPrefixListDef& def,
+          const DynamicPrefixListDef* before) {
         if (!before) {
           auto e = Vox::make<Routing::DynamicPrefixList::DynamicPrefixListEntry>(name);
-          writeDynamicPrefixList(*e, spec);
-          e->versionIs(spec.version.value_or(1));
+          writeDynamicPrefixList(*e, def);
+          e->versionIs(def.version.value_or(1));
           dynPfxListConfig_->dynamicPrefixListIs(e);
           return;
         }
         auto& e = *dynPfxListConfig_->dynamicPrefixList().at(name);
-        const bool changed = !before->sameFields(spec);
-        if (changed) writeDynamicPrefixList(e, spec);
-        e.versionIs(nextVersion(spec.version, e.version(), changed));
+        const bool changed = !before->sameFields(def);
+        if (changed) writeDynamicPrefixList(e, def);
+        e.versionIs(nextVersion(def.version, e.version(), changed));
       });
 }
 
-void Agent::syncMaps(const std::map<std::string, MapSpec>& from,
-                     const std::map<std::string, MapSpec>& to, bool peerFilters) {
+void Agent::syncMaps(const std::map<std::string, MapDef>& from,
+                     const std::map<std::string, MapDef>& to, bool peerFilters) {
   syncNamed(
       from, to,
       [&](const std::string& name) {
@@ -369,7 +367,7 @@ void Agent::syncMaps(const std::map<std::string, MapSpec>& from,
           routeMapConfig_->routeMapDel(name);
         }
       },
-      [&](const std::string& name, const MapSpec& spec, const MapSpec* before) {
+      [&](const std::string& name, const MapDef& def, const MapDef* before) {
         if (!before) {
           auto map = Vox::make<Map>(name);
           if (peerFilters) {
@@ -377,14 +375,14 @@ void Agent::syncMaps(const std::map<std::string, MapSpec>& from,
           } else {
             routeMapConfig_->routeMapIs(map);
           }
-          for (const auto& [seq, entry] : spec.entries) map->mapEntryIs(buildEntry(seq, entry));
-          map->versionIs(spec.version.value_or(1));
+          for (const auto& [seq, entry] : def.entries) map->mapEntryIs(buildEntry(seq, entry));
+          map->versionIs(def.version.value_or(1));
           return;
         }
         Map& map = peerFilters ? *peerFilterConfig_->peerFilter().at(name)
                                : *routeMapConfig_->routeMap().at(name);
         bool changed = false;
-        forEachKey(before->entries, spec.entries, [&](U32 seq, const auto* b, const auto* a) {
+        forEachKey(before->entries, def.entries, [&](U32 seq, const auto* b, const auto* a) {
           if (!a) {
             map.mapEntryDel(seq);
             changed = true;
@@ -396,11 +394,11 @@ void Agent::syncMaps(const std::map<std::string, MapSpec>& from,
             changed = true;
           }
         });
-        map.versionIs(nextVersion(spec.version, map.version(), changed));
+        map.versionIs(nextVersion(def.version, map.version(), changed));
       });
 }
 
-void Agent::syncPolicyMap(const PolicyMapSpec& from, const PolicyMapSpec& to) {
+void Agent::syncPolicyMap(const PolicyMapDef& from, const PolicyMapDef& to) {
   const RoutingPolicyMap::Requester reason = externalReason();
   RoutingPolicyMap::PolicyMap& pm = *policyMap_;
   // The library may hold reasons of its own for the same name; the entity goes only when

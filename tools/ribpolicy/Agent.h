@@ -80,11 +80,11 @@ class Agent {
   void syncCommunityLists(const ScenarioConfig& from, const ScenarioConfig& to);
   void syncAccessLists(const ScenarioConfig& from, const ScenarioConfig& to);
   void syncDynamicPrefixLists(const ScenarioConfig& from, const ScenarioConfig& to);
-  void syncMaps(const std::map<std::string, MapSpec>& from,
-                const std::map<std::string, MapSpec>& to, bool peerFilters);
-  void syncPolicyMap(const PolicyMapSpec& from, const PolicyMapSpec& to);
+  void syncMaps(const std::map<std::string, MapDef>& from, const std::map<std::string, MapDef>& to,
+                bool peerFilters);
+  void syncPolicyMap(const PolicyMapDef& from, const PolicyMapDef& to);
   void attach(Input input, bool on);
-  Vox::Ptr<Acl::RuleSet const> ruleSet(const AccessListSpec& spec);
+  Vox::Ptr<Acl::RuleSet const> ruleSet(const AccessListDef& def);
 
   std::string vrf_;
   Vox::Ptr<Routing::RouteMap::Config> routeMapConfig_;

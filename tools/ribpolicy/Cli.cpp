@@ -38,10 +38,10 @@ class TraceScope {
   TraceScope(const TraceScope&) = delete;
   TraceScope& operator=(const TraceScope&) = delete;
 
-  // False (changing nothing) when `spec` is malformed.
-  bool specIs(const std::string& spec) {
-    if (!Vox::traceSpecIs(spec)) return false;
-    std::stringstream items(spec);
+  // False (changing nothing) when `levels` is malformed.
+  bool levelsIs(const std::string& levels) {
+    if (!Vox::traceSpecIs(levels)) return false;
+    std::stringstream items(levels);
     std::string item;
     while (std::getline(items, item, ',')) {
       const auto eq = item.find('=');
@@ -211,8 +211,8 @@ int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& e
   TraceScope traceScope(err);
   CLI::App* used = app.get_subcommands().front();
   const CLI::Option* traceOption = used->get_option_no_throw("--trace");
-  if (traceOption && traceOption->count() > 0 && !traceScope.specIs(trace)) {
-    err << "ribpolicy: error: --trace: malformed trace spec '" << trace
+  if (traceOption && traceOption->count() > 0 && !traceScope.levelsIs(trace)) {
+    err << "ribpolicy: error: --trace: malformed trace setting '" << trace
         << "' (expected NAME=LEVEL[,NAME=LEVEL...], e.g. RouteMap=9,RibDynamicPrefixList=8)\n";
     return kExitBadInput;
   }

@@ -20,7 +20,7 @@ const char* inputName(Input input) {
   return "?";
 }
 
-bool MapEntrySpec::sameAs(const MapEntrySpec& o) const {
+bool MapEntryDef::sameAs(const MapEntryDef& o) const {
   if (permit != o.permit || match != o.match || subRouteMap != o.subRouteMap) return false;
   for (Routing::RouteMap::SetFlagBit bit : Routing::RouteMap::SetClauses::allBits()) {
     if (!set.sameClause(bit, o.set)) return false;

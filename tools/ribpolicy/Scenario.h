@@ -65,22 +65,22 @@ struct InputSet {
 // A prefix list of either family, an IPv4 one with Acl::PrefixEntry entries and an IPv6 one
 // with Acl::Ipv6PrefixEntry entries.
 template <class Entry>
-struct PrefixListSpec {
+struct PrefixListDef {
   std::optional<U32> version;  // explicit version, instead of the automatic one
   std::map<U32, Entry> entries;
-  friend bool operator==(const PrefixListSpec&, const PrefixListSpec&) = default;
+  friend bool operator==(const PrefixListDef&, const PrefixListDef&) = default;
 };
-using Ipv4PrefixListSpec = PrefixListSpec<Acl::PrefixEntry>;
-using Ipv6PrefixListSpec = PrefixListSpec<Acl::Ipv6PrefixEntry>;
+using Ipv4PrefixListDef = PrefixListDef<Acl::PrefixEntry>;
+using Ipv6PrefixListDef = PrefixListDef<Acl::Ipv6PrefixEntry>;
 
-struct AsPathListSpec {
+struct AsPathListDef {
   std::optional<U32> version;
   std::string source;
   std::map<U32, Acl::AsPathEntry> entries;
-  friend bool operator==(const AsPathListSpec&, const AsPathListSpec&) = default;
+  friend bool operator==(const AsPathListDef&, const AsPathListDef&) = default;
 };
 
-struct CommunityEntrySpec {
+struct CommunityEntryDef {
   Acl::MatchPermit permit = Acl::permit;
   Acl::CommunityListType type = Acl::standardValues;
   std::set<Acl::CommunityValue> communities;
@@ -88,49 +88,49 @@ struct CommunityEntrySpec {
   std::optional<U32> version;
 
   // Whether the two entries hold the same contents (the version aside).
-  bool sameContents(const CommunityEntrySpec& o) const {
+  bool sameContents(const CommunityEntryDef& o) const {
     return permit == o.permit && type == o.type && communities == o.communities && regex == o.regex;
   }
 };
 
-struct CommunityListSpec {
-  std::map<U32, CommunityEntrySpec> entries;
+struct CommunityListDef {
+  std::map<U32, CommunityEntryDef> entries;
 };
 
-struct AccessListSpec {
+struct AccessListDef {
   std::map<U32, Acl::RuleConfig> rules;  // sequence number -> rule
-  friend bool operator==(const AccessListSpec&, const AccessListSpec&) = default;
+  friend bool operator==(const AccessListDef&, const AccessListDef&) = default;
 };
 
-struct MapEntrySpec {
+struct MapEntryDef {
   Acl::MatchPermit permit = Acl::permit;
   std::map<Routing::RouteMap::MatchOption, Routing::RouteMap::MatchRule> match;
   std::string subRouteMap;
   Routing::RouteMap::SetClauses set;
 
-  bool sameAs(const MapEntrySpec& o) const;
+  bool sameAs(const MapEntryDef& o) const;
 };
 
 // A route map or a peer filter.
-struct MapSpec {
+struct MapDef {
   std::optional<U32> version;
-  std::map<U32, MapEntrySpec> entries;
+  std::map<U32, MapEntryDef> entries;
 };
 
-struct DynamicPrefixListSpec {
+struct DynamicPrefixListDef {
   std::string matchMap;
   std::string ipv4PrefixList;
   std::string ipv6PrefixList;
   std::optional<U32> version;
 
-  bool sameFields(const DynamicPrefixListSpec& o) const {
+  bool sameFields(const DynamicPrefixListDef& o) const {
     return matchMap == o.matchMap && ipv4PrefixList == o.ipv4PrefixList &&
            ipv6PrefixList == o.ipv6PrefixList;
   }
 };
 
 // The names that the rest of the agent refers to in the policy-reference map.
-struct PolicyMapSpec {
+struct PolicyMapDef {
   std::set<std::string> routeMaps;
   std::set<std::string> dynamicPrefixLists;
 };
@@ -139,15 +139,15 @@ struct PolicyMapSpec {
 struct ScenarioConfig {
   U32 routeMapOpMode = 0;
   U32 asPathRegexMode = 0;
-  std::map<std::string, Ipv4PrefixListSpec> prefixLists;
-  std::map<std::string, Ipv6PrefixListSpec> ipv6PrefixLists;
-  std::map<std::string, AsPathListSpec> asPathLists;
-  std::map<std::string, CommunityListSpec> communityLists;
-  std::map<std::string, AccessListSpec> accessLists;
-  std::map<std::string, DynamicPrefixListSpec> dynamicPrefixLists;
-  std::map<std::string, MapSpec> routeMaps;
-  std::map<std::string, MapSpec> peerFilters;
-  PolicyMapSpec policyMap;
+  std::map<std::string, Ipv4PrefixListDef> prefixLists;
+  std::map<std::string, Ipv6PrefixListDef> ipv6PrefixLists;
+  std::map<std::string, AsPathListDef> asPathLists;
+  std::map<std::string, CommunityListDef> communityLists;
+  std::map<std::string, AccessListDef> accessLists;
+  std::map<std::string, DynamicPrefixListDef> dynamicPrefixLists;
+  std::map<std::string, MapDef> routeMaps;
+  std::map<std::string, MapDef> peerFilters;
+  PolicyMapDef policyMap;
 };
 
 struct Step {

@@ -473,32 +473,32 @@ std::set<std::string> nameList(const YAML::Node& n, std::string_view key) {
 // --- Prefix, AS-path, community and access lists -----------------------------------------
 
 template <class Entry, class PrefixParser>
-PrefixListSpec<Entry> parsePrefixList(const YAML::Node& n, const std::string& what, U32 maxLength,
-                                      PrefixParser prefix) {
+PrefixListDef<Entry> parsePrefixList(const YAML::Node& n, const std::string& what, U32 maxLength,
+                                     PrefixParser prefix) {
   const ListForm form = listForm(n, what, true, false);
-  PrefixListSpec<Entry> spec;
-  spec.version = form.version;
-  spec.entries = parseEntries<Entry>(form.entries, what, {"seq", "action", "prefix", "ge", "le"},
-                                     [&](const Fields& f, U32 seq) {
-                                       Entry e;
-                                       e.seqno = seq;
-                                       e.permit = action(f.need("action"));
-                                       e.prefix = prefix(f.need("prefix"), "prefix");
-                                       if (const YAML::Node* v = f.get("ge"))
-                                         e.ge = u32(*v, "ge", 0, maxLength);
-                                       if (const YAML::Node* v = f.get("le"))
-                                         e.le = u32(*v, "le", 0, maxLength);
-                                       return e;
-                                     });
-  return spec;
+  PrefixListDef<Entry> def;
+  def.version = form.version;
+  def.entries = parseEntries<Entry>(form.entries, what, {"seq", "action", "prefix", "ge", "le"},
+                                    [&](const Fields& f, U32 seq) {
+                                      Entry e;
+                                      e.seqno = seq;
+                                      e.permit = action(f.need("action"));
+                                      e.prefix = prefix(f.need("prefix"), "prefix");
+                                      if (const YAML::Node* v = f.get("ge"))
+                                        e.ge = u32(*v, "ge", 0, maxLength);
+                                      if (const YAML::Node* v = f.get("le"))
+                                        e.le = u32(*v, "le", 0, maxLength);
+                                      return e;
+                                    });
+  return def;
 }
 
-AsPathListSpec parseAsPathList(const YAML::Node& n, const std::string& what) {
+AsPathListDef parseAsPathList(const YAML::Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, true, true);
-  AsPathListSpec spec;
-  spec.version = form.version;
-  spec.source = form.source;
-  spec.entries = parseEntries<Acl::AsPathEntry>(
+  AsPathListDef def;
+  def.version = form.version;
+  def.source = form.source;
+  def.entries = parseEntries<Acl::AsPathEntry>(
       form.entries, what, {"seq", "action", "regex", "origin", "valid"},
       [&](const Fields& f, U32 seq) {
         Acl::AsPathEntry e;
@@ -521,7 +521,7 @@ AsPathListSpec parseAsPathList(const YAML::Node& n, const std::string& what) {
         }
         return e;
       });
-  return spec;
+  return def;
 }
 
 struct CommunityTypeName {
@@ -582,13 +582,13 @@ Acl::CommunityValue communityValue(const YAML::Node& n, Acl::CommunityListType t
   return {};
 }
 
-CommunityListSpec parseCommunityList(const YAML::Node& n, const std::string& what) {
+CommunityListDef parseCommunityList(const YAML::Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, false, false);
-  CommunityListSpec spec;
-  spec.entries = parseEntries<CommunityEntrySpec>(
+  CommunityListDef def;
+  def.entries = parseEntries<CommunityEntryDef>(
       form.entries, what, {"seq", "action", "type", "communities", "regex", "version"},
       [&](const Fields& f, U32) {
-        CommunityEntrySpec e;
+        CommunityEntryDef e;
         e.permit = action(f.need("action"));
         e.type = communityListType(f.need("type"));
         if (const YAML::Node* v = f.get("version")) e.version = u32(*v, "version");
@@ -607,20 +607,20 @@ CommunityListSpec parseCommunityList(const YAML::Node& n, const std::string& wha
         }
         return e;
       });
-  return spec;
+  return def;
 }
 
-AccessListSpec parseAccessList(const YAML::Node& n, const std::string& what) {
+AccessListDef parseAccessList(const YAML::Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, false, false);
-  AccessListSpec spec;
-  spec.rules = parseEntries<Acl::RuleConfig>(
+  AccessListDef def;
+  def.rules = parseEntries<Acl::RuleConfig>(
       form.entries, what, {"seq", "action", "source"}, [&](const Fields& f, U32) {
         Acl::RuleConfig r;
         r.action = action(f.need("action"));
         r.filter = Acl::IpFilter(addressWithMask(f.need("source"), "source"));
         return r;
       });
-  return spec;
+  return def;
 }
 
 // --- Route maps: match rules --------------------------------------------------------------
@@ -1052,14 +1052,14 @@ SetClauses parseSetClauses(const YAML::Node& n) {
   return s;
 }
 
-MapSpec parseMap(const YAML::Node& n, const std::string& what) {
+MapDef parseMap(const YAML::Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, true, false);
-  MapSpec spec;
-  spec.version = form.version;
-  spec.entries = parseEntries<MapEntrySpec>(
+  MapDef def;
+  def.version = form.version;
+  def.entries = parseEntries<MapEntryDef>(
       form.entries, what, {"seq", "action", "match", "sub-route-map", "set"},
       [&](const Fields& f, U32) {
-        MapEntrySpec e;
+        MapEntryDef e;
         e.permit = action(f.need("action"));
         if (const YAML::Node* m = f.get("match")) {
           if (!m->IsNull()) {
@@ -1082,14 +1082,14 @@ MapSpec parseMap(const YAML::Node& n, const std::string& what) {
         if (const YAML::Node* s = f.get("set")) e.set = parseSetClauses(*s);
         return e;
       });
-  return spec;
+  return def;
 }
 
 // --- Sections, steps, scenario ------------------------------------------------------------
 
-DynamicPrefixListSpec parseDynamicPrefixList(const YAML::Node& n, const std::string& what) {
+DynamicPrefixListDef parseDynamicPrefixList(const YAML::Node& n, const std::string& what) {
   Fields f(n, what, {"match-map", "ipv4-prefix-list", "ipv6-prefix-list", "version"});
-  DynamicPrefixListSpec d;
+  DynamicPrefixListDef d;
   if (const YAML::Node* v = f.get("match-map")) d.matchMap = text(*v, "match-map");
   if (const YAML::Node* v = f.get("ipv4-prefix-list")) {
     d.ipv4PrefixList = text(*v, "ipv4-prefix-list");
