@@ -149,6 +149,12 @@ class PolicyMapWatch : public Watcher<RoutingPolicyMap::PolicyMap> {
   void onDynamicPrefixList(const std::string& n) override { record("dynamicPrefixList " + n); }
 };
 
+class RequesterWatch : public Watcher<RoutingPolicyMap::PolicyRequester> {
+ public:
+  using Watcher::Watcher;
+  void onReason(const RoutingPolicyMap::Requester& r) override { record("reason " + r.configCli); }
+};
+
 class RootWatch : public Watcher<RibRouteMap::Root> {
  public:
   using Watcher::Watcher;
@@ -362,21 +368,31 @@ TEST_F(AgentDriverTest, DynamicPrefixListUpdated) {
   EXPECT_EQ(d->ipv4PrefixList(), "P4");
 }
 
-// The external reference is one reason per name; withdrawing it removes the entity only
-// when nobody else holds a reason for it.
+// The external reference is one reason per name; withdrawing it takes the reason away and
+// then the entity, unless somebody else still holds a reason for it.
 TEST_F(AgentDriverTest, PolicyMapExternalReferences) {
+  PolicyMapWatch pmWatch(log_, "pm", agent_.policyMap());
   step("      policy-map: {route-maps: [R1, R2], dynamic-prefix-lists: [D]}\n");
   const auto& pm = agent_.policyMap();
-  ASSERT_TRUE(pm->routeMap("R1"));
+  EXPECT_EQ(log_, (Log{"pm routeMap R1", "pm routeMap R2", "pm dynamicPrefixList D"}));
   EXPECT_EQ(pm->routeMap("R1")->reason(),
             (std::set<RoutingPolicyMap::Requester>{ribpolicy::externalReason()}));
   EXPECT_EQ(ribpolicy::externalReason(),
             (RoutingPolicyMap::Requester{0, 0, "external", "scenario"}));
   const RoutingPolicyMap::Requester other{1, 6, "sub-route-map", "X seqNo 10"};
   pm->routeMap("R2")->reasonIs(other, true);
-  step("      policy-map: {route-maps: []}\n");
+  RequesterWatch r1(log_, "R1", pm->routeMap("R1"));
+  RequesterWatch r2(log_, "R2", pm->routeMap("R2"));
+  RequesterWatch d(log_, "D", pm->dynamicPrefixList("D"));
+  log_.clear();
+  step("      policy-map: {route-maps: [R2, R3]}\n");
+  EXPECT_EQ(log_, (Log{"R1 reason external", "pm routeMap R1", "D reason external",
+                       "pm dynamicPrefixList D", "pm routeMap R3"}));
   EXPECT_FALSE(pm->routeMap("R1"));
   EXPECT_FALSE(pm->dynamicPrefixList("D"));
+  log_.clear();
+  step("      policy-map: {route-maps: [R3]}\n");
+  EXPECT_EQ(log_, (Log{"R2 reason external"}));
   ASSERT_TRUE(pm->routeMap("R2"));
   EXPECT_EQ(pm->routeMap("R2")->reason(), (std::set<RoutingPolicyMap::Requester>{other}));
 }
