@@ -121,7 +121,9 @@ std::optional<Ip6Addr> Ip6Addr::parse(std::string_view text) {
 
 std::string Ip6Addr::toString() const {
   std::uint32_t g[8];
-  for (int i = 0; i < 8; ++i) g[i] = (std::uint32_t{bytes_[2 * i]} << 8) | bytes_[2 * i + 1];
+  for (std::size_t i = 0; i < 8; ++i) {
+    g[i] = (std::uint32_t{bytes_[2 * i]} << 8) | bytes_[2 * i + 1];
+  }
   // The longest run of two or more zero groups (the first of equal runs) becomes "::".
   int bestStart = -1, bestLen = 0;
   for (int i = 0; i < 8;) {
