@@ -8,6 +8,7 @@
 #pragma once
 
 #include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/peerfilter/PeerFilterConfigSm.h"
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 #include "framework/config/AclListConfig.h"
 #include "framework/config/DynamicPrefixListConfig.h"
@@ -53,6 +54,9 @@ class VrfStatusSm : public Vox::Reactor {
   void routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
                           const PolicyMapPtr& policyMap);
   void routeMapConfigSmDel();
+  PeerFilterConfigSm* peerFilterConfigSm() const { return peerFilterConfigSm_.get(); }
+  void peerFilterConfigSmIs(const PeerFilterConfigPtr& config, const L3::VrfName& vrfName);
+  void peerFilterConfigSmDel();
 
   void handleInitialized();
 
@@ -65,6 +69,7 @@ class VrfStatusSm : public Vox::Reactor {
   DynPfxListConfigPtr dynPfxListConfig_;
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
+  Vox::ReactorSlot<PeerFilterConfigSm> peerFilterConfigSm_{this};
 };
 
 class Root : public Vox::PtrInterface {
