@@ -49,6 +49,8 @@ void VrfStatusSm::handleInitialized() {
   // lists.
   routeMapConfigSmIs(routeMapConfig_, vrf, policyMap_);
   peerFilterConfigSmIs(peerFilterConfig_, vrf);
+
+  aclConfigSmIs(aclConfig_, vrf);
   initializedIs(true);
 }
 
@@ -72,6 +74,16 @@ void VrfStatusSm::peerFilterConfigSmIs(const PeerFilterConfigPtr& config,
 
 void VrfStatusSm::peerFilterConfigSmDel() {
   peerFilterConfigSm_.reset();
+}
+
+void VrfStatusSm::aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName) {
+  auto sm = aclConfigSmFactory(config, vrfName);
+  aclConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::aclConfigSmDel() {
+  aclConfigSm_.reset();
 }
 
 // --- Root -------------------------------------------------------------------------------

@@ -7,6 +7,7 @@
 // community-list user tracking and is reachable library-wide as `rmRoot`.
 #pragma once
 
+#include "RibRouteMap/acl/AclConfigSm.h"
 #include "RibRouteMap/community/CommListUsers.h"
 #include "RibRouteMap/peerfilter/PeerFilterConfigSm.h"
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
@@ -58,6 +59,10 @@ class VrfStatusSm : public Vox::Reactor {
   void peerFilterConfigSmIs(const PeerFilterConfigPtr& config, const L3::VrfName& vrfName);
   void peerFilterConfigSmDel();
 
+  AclConfigSm* aclConfigSm() const { return aclConfigSm_.get(); }
+  void aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName);
+  void aclConfigSmDel();
+
   void handleInitialized();
 
  private:
@@ -70,6 +75,8 @@ class VrfStatusSm : public Vox::Reactor {
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
   Vox::ReactorSlot<PeerFilterConfigSm> peerFilterConfigSm_{this};
+
+  Vox::ReactorSlot<AclConfigSm> aclConfigSm_{this};
 };
 
 class Root : public Vox::PtrInterface {
