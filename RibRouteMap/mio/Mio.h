@@ -179,6 +179,16 @@ class Mio : public Vox::PtrInterface {
                                 const Vela::Ip6Prefix& prefix, U32 ge, U32 le) const;
   void doDelIpPrefixListEntry(const String& name, U32 seqno, PrefixListFamily family) const;
 
+  // --- Standard access lists ------------------------------------------------------------
+  // A list is replaced whole by its caller (delete, commit, add with every entry, commit),
+  // so the entry delete is never needed by the state machines; none of these commits.
+  void doAddIpStdAcl(const String& name) const;
+  // The permit flag is true unless `action` is deny.
+  void doAddIpStdAclEntry(const String& name, U32 seqno, Acl::MatchPermit action,
+                          const Vela::IpAddrWithFullMask& source) const;
+  void doDelIpStdAcl(const String& name) const;
+  void doDelIpStdAclEntry(const String& name, U32 seqno) const;
+
  private:
   L3::VrfName vrfName_;
 };

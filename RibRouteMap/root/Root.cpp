@@ -45,7 +45,12 @@ void VrfStatusSm::handleInitialized() {
   // Children take the root's VRF name, so every command channel of this VRF passes the
   // root's check.
   const L3::VrfName vrf = rmRoot ? rmRoot->vrfName() : vrfName_;
+  // In a fixed order: route maps, peer filters, filter lists, access lists, dynamic prefix
+  // lists.
   routeMapConfigSmIs(routeMapConfig_, vrf, policyMap_);
+  peerFilterConfigSmIs(peerFilterConfig_, vrf);
+
+  aclConfigSmIs(aclConfig_, vrf);
   initializedIs(true);
 }
 
@@ -58,6 +63,27 @@ void VrfStatusSm::routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::
 
 void VrfStatusSm::routeMapConfigSmDel() {
   routeMapConfigSm_.reset();
+}
+
+void VrfStatusSm::peerFilterConfigSmIs(const PeerFilterConfigPtr& config,
+                                       const L3::VrfName& vrfName) {
+  auto sm = peerFilterConfigSmFactory(config, vrfName);
+  peerFilterConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::peerFilterConfigSmDel() {
+  peerFilterConfigSm_.reset();
+}
+
+void VrfStatusSm::aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName) {
+  auto sm = aclConfigSmFactory(config, vrfName);
+  aclConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::aclConfigSmDel() {
+  aclConfigSm_.reset();
 }
 
 // --- Root -------------------------------------------------------------------------------

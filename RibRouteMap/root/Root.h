@@ -7,7 +7,9 @@
 // community-list user tracking and is reachable library-wide as `rmRoot`.
 #pragma once
 
+#include "RibRouteMap/acl/AclConfigSm.h"
 #include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/peerfilter/PeerFilterConfigSm.h"
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 #include "framework/config/AclListConfig.h"
 #include "framework/config/DynamicPrefixListConfig.h"
@@ -53,6 +55,13 @@ class VrfStatusSm : public Vox::Reactor {
   void routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
                           const PolicyMapPtr& policyMap);
   void routeMapConfigSmDel();
+  PeerFilterConfigSm* peerFilterConfigSm() const { return peerFilterConfigSm_.get(); }
+  void peerFilterConfigSmIs(const PeerFilterConfigPtr& config, const L3::VrfName& vrfName);
+  void peerFilterConfigSmDel();
+
+  AclConfigSm* aclConfigSm() const { return aclConfigSm_.get(); }
+  void aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName);
+  void aclConfigSmDel();
 
   void handleInitialized();
 
@@ -65,6 +74,9 @@ class VrfStatusSm : public Vox::Reactor {
   DynPfxListConfigPtr dynPfxListConfig_;
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
+  Vox::ReactorSlot<PeerFilterConfigSm> peerFilterConfigSm_{this};
+
+  Vox::ReactorSlot<AclConfigSm> aclConfigSm_{this};
 };
 
 class Root : public Vox::PtrInterface {

@@ -89,6 +89,32 @@ TEST_F(RootTest, SettersNotifyAfterBuildingAndOnlyOnChange) {
               ElementsAre("routeMapConfig none", "policyMap built", "routeMapConfig none"));
 }
 
+// Start-up sends route maps, then peer filters, then access lists.
+TEST_F(RootTest, StartUpOrder) {
+  Agent agent("default", /*attach=*/false);
+  auto map = Vox::make<Routing::RouteMap::Map>("M");
+  map->mapEntryIs(testing_support::entry(1));
+  agent.routeMapConfig->routeMapIs(map);
+  auto filter = Vox::make<Routing::RouteMap::Map>("F");
+  filter->mapEntryIs(testing_support::entry(2));
+  agent.peerFilterConfig->peerFilterIs(filter);
+  auto ip = Vox::make<Acl::AclTypeConfig>(Acl::aclTypeIp);
+  auto acl = Vox::make<Acl::AclConfig>("L");
+  acl->standardIs(true);
+  acl->currCfgIs(Vox::make<Acl::RuleSet>());
+  ip->aclIs(acl);
+  agent.aclConfig->configIs(ip);
+  agent.attachAll();
+  EXPECT_THAT(agent.take(),
+              ElementsAre(kStartUp[0], kStartUp[1], R"(deleteRouteMap 512/576="M" del)", "commit",
+                          R"(routeMap 512/576="M" {0:str="M"})",
+                          R"(routeMapSeq 512/576="M"/577/578=1 {0:u32=1 1:flag=true})", "commit",
+                          R"(deleteRouteMap 512/576=".PEER_FILTER.F" del)", "commit",
+                          R"(routeMap 512/576=".PEER_FILTER.F" {0:str=".PEER_FILTER.F"})",
+                          R"(routeMapSeq 512/576=".PEER_FILTER.F"/577/578=2 {0:u32=2 1:flag=true})",
+                          "commit", R"(doDelIpStdAcl 512/602/517="L" del)", "commit"));
+}
+
 // The same inputs keep the existing VRF state; a different entity replaces it.
 TEST_F(RootTest, VrfStatusSmKeptForSameInputs) {
   Agent agent;

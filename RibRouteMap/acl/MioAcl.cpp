@@ -1,0 +1,70 @@
+// Standard IP access lists: a named list of permit or deny entries, each an IPv4 source
+// address with a full mask. None of these commands commits.
+#include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/mio/Tags.h"
+#include "RibRouteMap/root/Trace.h"
+
+namespace RibRouteMap {
+
+namespace {
+
+RibPath stdAclPath(const Mio& mio, const Vox::String& name) {
+  RibPath path = mio.ribPathIs(Tag::policyRoot);
+  path->doPushPath(Tag::stdAcls);
+  path->doPushString(Tag::stdAcl, name);
+  return path;
+}
+
+RibPath stdAclEntryPath(const Mio& mio, const Vox::String& name, U32 seqno) {
+  RibPath path = stdAclPath(mio, name);
+  path->doPushU32(Tag::stdAclEntry, seqno);
+  return path;
+}
+
+// The engine takes the mask as an address whose dotted form is the mask itself. The mask is
+// a host-order number (255.255.255.0 is 0xffffff00), and an IpAddr is built from exactly such
+// a number, so the conversion to network order is the IpAddr itself: swapping the bytes here
+// would send 0.255.255.255 on a little-endian host.
+Vela::IpAddr maskAddress(std::uint32_t mask) {
+  return Vela::IpAddr(mask);
+}
+
+}  // namespace
+
+void Mio::doAddIpStdAcl(const String& name) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddIpStdAcl(Vox::String)"
+                             << " name: " << name);
+  RibValue v = ribValueIs();
+  v->doPushString(0, name);
+  ribExecute("doAddIpStdAcl", stdAclPath(*this, name), v);
+}
+
+void Mio::doAddIpStdAclEntry(const String& name, U32 seqno, Acl::MatchPermit action,
+                             const Vela::IpAddrWithFullMask& source) const {
+  RM_TRACE(traceCommand,
+           "void RibRouteMap::Mio::doAddIpStdAclEntry(Vox::String, U32, Acl::MatchPermit, "
+           "Vela::IpAddrWithFullMask)"
+               << " name: " << name << " seqno: " << seqno << " action: " << action
+               << " source: " << source.toString());
+  RibValue v = ribValueIs();
+  v->doPushU32(9, seqno);
+  // Only deny denies: any other configured action is sent as permit.
+  v->doPushFlag(8, action != Acl::deny);
+  v->doPushIpAddr(0, source.address());
+  v->doPushIpAddr(4, maskAddress(source.mask()));
+  ribExecute("doAddIpStdAclEntry", stdAclEntryPath(*this, name, seqno), v);
+}
+
+void Mio::doDelIpStdAcl(const String& name) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDelIpStdAcl(Vox::String)"
+                             << " name: " << name);
+  ribExecute("doDelIpStdAcl", stdAclPath(*this, name), nullptr, true);
+}
+
+void Mio::doDelIpStdAclEntry(const String& name, U32 seqno) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDelIpStdAclEntry(Vox::String, U32)"
+                             << " name: " << name << " seqno: " << seqno);
+  ribExecute("doDelIpStdAclEntry", stdAclEntryPath(*this, name, seqno), nullptr, true);
+}
+
+}  // namespace RibRouteMap

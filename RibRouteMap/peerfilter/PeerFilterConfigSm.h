@@ -1,0 +1,88 @@
+// Keeps the engine's copies of the peer filters of one VRF equal to the configuration.
+//
+// The engine has no peer-filter object: a peer filter has the shape of a route map and is
+// sent as a route map named ".PEER_FILTER." followed by the filter's name. The prefix keeps a
+// peer filter and a route map of the same name apart, and the library's own names all begin
+// with "." so no configured name can take it. Like a route map, a filter is replaced whole on
+// every version change: delete, commit, insert, commit.
+//
+// Ownership: the state machine owns one VoxPeerFilterConfig (on the configuration) and one
+// VoxPeerFilter per configured filter; nested reactors keep a plain back pointer.
+#pragma once
+
+#include <string>
+
+#include "RibRouteMap/mio/Mio.h"
+#include "framework/config/RouteMapConfig.h"
+#include "framework/l3/VrfName.h"
+#include "framework/vox/Reactor.h"
+#include "framework/vox/ReactorColl.h"
+
+namespace RibRouteMap {
+
+class PeerFilterConfigSm : public Vox::Reactor {
+ public:
+  using ConfigPtr = Vox::Ptr<Routing::RouteMap::PeerFilterConfig const>;
+  using MapPtr = Vox::Ptr<Routing::RouteMap::Map const>;
+
+  // The engine's route-map name of the peer filter `name`.
+  static Vox::String engineName(const std::string& name) { return ".PEER_FILTER." + name; }
+
+  class VoxPeerFilterConfig : public Vox::Reactor,
+                              public Routing::RouteMap::PeerFilterConfig::Notifiee {
+   public:
+    VoxPeerFilterConfig(const ConfigPtr& config, PeerFilterConfigSm* sm);
+    void onPeerFilter(const std::string& name) override;
+    void onNotifier() override;
+    // The immediate whole-collection form: a reactor for every configured filter, none for a
+    // filter that is gone.
+    void onPeerFiltervoxImmediate();
+
+   private:
+    PeerFilterConfigSm* sm_;
+  };
+
+  class VoxPeerFilter : public Vox::Reactor, public Routing::RouteMap::Map::Notifiee {
+   public:
+    VoxPeerFilter(const MapPtr& map, PeerFilterConfigSm* sm);
+
+    const std::string& filterName() const { return filterName_; }
+
+    void onVersion() override;
+    void onNotifier() override;
+
+    void handleMapVersion();
+
+   private:
+    PeerFilterConfigSm* sm_;
+    std::string filterName_;
+  };
+
+  PeerFilterConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName);
+
+  const ConfigPtr& peerFilterConfig() const { return config_; }
+  const L3::VrfName& vrfName() const { return vrfName_; }
+  const Vox::ReactorColl<std::string, VoxPeerFilter, Routing::RouteMap::Map>& peerFilter() const {
+    return peerFilter_;
+  }
+
+  VoxPeerFilter* peerFilterIs(const MapPtr& map) { return peerFilter_.is(map); }
+  void peerFilterDel(const std::string& name) { peerFilter_.del(name); }
+  void peerFilterDelAll() { peerFilter_.delAll(); }
+
+  void handleInitialized();
+  void handlePeerFilter(const std::string& name);
+
+ private:
+  friend class VoxPeerFilterConfig;
+
+  ConfigPtr config_;
+  L3::VrfName vrfName_;
+  Vox::ReactorSlot<VoxPeerFilterConfig> configReactor_{this};
+  Vox::ReactorColl<std::string, VoxPeerFilter, Routing::RouteMap::Map> peerFilter_;
+};
+
+Vox::Ptr<PeerFilterConfigSm> peerFilterConfigSmFactory(const PeerFilterConfigSm::ConfigPtr& config,
+                                                       const L3::VrfName& vrfName);
+
+}  // namespace RibRouteMap
