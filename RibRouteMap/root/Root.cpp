@@ -46,6 +46,9 @@ void VrfStatusSm::handleInitialized() {
   // root's check.
   const L3::VrfName vrf = rmRoot ? rmRoot->vrfName() : vrfName_;
   routeMapConfigSmIs(routeMapConfig_, vrf, policyMap_);
+  // Last: the other machines' start-up has entered their references in the policy map by now,
+  // so the dynamic prefix lists they refer to are sent at once.
+  dynPfxConfigSmIs(dynPfxListConfig_, policyMap_);
   initializedIs(true);
 }
 
@@ -58,6 +61,17 @@ void VrfStatusSm::routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::
 
 void VrfStatusSm::routeMapConfigSmDel() {
   routeMapConfigSm_.reset();
+}
+
+void VrfStatusSm::dynPfxConfigSmIs(const DynPfxListConfigPtr& config,
+                                   const PolicyMapPtr& policyMap) {
+  auto sm = RibDynamicPrefixList::dynPfxConfigSmFactory(config, policyMap);
+  dynPfxConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::dynPfxConfigSmDel() {
+  dynPfxConfigSm_.reset();
 }
 
 // --- Root -------------------------------------------------------------------------------

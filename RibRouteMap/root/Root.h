@@ -7,6 +7,7 @@
 // community-list user tracking and is reachable library-wide as `rmRoot`.
 #pragma once
 
+#include "RibDynamicPrefixList/DynPfxConfigSm.h"
 #include "RibRouteMap/community/CommListUsers.h"
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 #include "framework/config/AclListConfig.h"
@@ -53,6 +54,9 @@ class VrfStatusSm : public Vox::Reactor {
   void routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
                           const PolicyMapPtr& policyMap);
   void routeMapConfigSmDel();
+  RibDynamicPrefixList::DynPfxConfigSm* dynPfxConfigSm() const { return dynPfxConfigSm_.get(); }
+  void dynPfxConfigSmIs(const DynPfxListConfigPtr& config, const PolicyMapPtr& policyMap);
+  void dynPfxConfigSmDel();
 
   void handleInitialized();
 
@@ -65,6 +69,7 @@ class VrfStatusSm : public Vox::Reactor {
   DynPfxListConfigPtr dynPfxListConfig_;
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
+  Vox::ReactorSlot<RibDynamicPrefixList::DynPfxConfigSm> dynPfxConfigSm_{this};
 };
 
 class Root : public Vox::PtrInterface {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "framework/rib/MioSink.h"
+#include "tests/support/Agent.h"
 
 namespace {
 
@@ -155,6 +156,26 @@ TEST_F(DynPfxConfigSmTest, NullEntryIsRefused) {
   EXPECT_DEATH(sm_->dynamicPrefixListIs(nullptr),
                "null _dynamicPrefixList parameter to mutator for "
                "RibDynamicPrefixList::DynPfxConfigSm::dynamicPrefixList not allowed");
+}
+
+// Referencing a route map that matches on a list brings the list into the policy map, which
+// sends it to the engine.
+TEST(DynPfxAgentTest, RouteMapReferenceSendsList) {
+  testing_support::Agent agent;
+  agent.dplConfig->dynamicPrefixListIs(dpl("D", "MM", "P4"));
+  auto map = agent.addMap("RM");
+  auto e10 = testing_support::entry(10);
+  Routing::RouteMap::MatchRule rule;
+  rule.option = Routing::RouteMap::matchDynamicPrefixList;
+  rule.stringValue = "D";
+  e10->matchRuleIs(rule);
+  map->mapEntryIs(e10);
+  map->versionIs(1);
+  agent.take();
+  agent.policyMap->routeMapIs("RM")->reasonIs(kExternal, true);
+  EXPECT_EQ(agent.take(), (Lines{R"(addDynamicPrefixList 512/627/628="D" {0:str="D"})",
+                                 R"(ipv4_prefix_list_name 512/627/628="D" {1:str="P4"})",
+                                 R"(match_map 512/627/628="D" {3:str="MM"})", "commit"}));
 }
 
 }  // namespace
