@@ -139,6 +139,17 @@ TEST_F(DynPfxConfigSmTest, PolicyMapRemovalDeletesList) {
   EXPECT_TRUE(policyMap_->routeMap().empty());
 }
 
+// Another entity under a sent list's name is sent with its own fields at once.
+TEST_F(DynPfxConfigSmTest, ReplacedEntryIsSentAgain) {
+  hold("D");
+  start();
+  config_->dynamicPrefixListIs(dpl("D", "A"));
+  take();
+  config_->dynamicPrefixListIs(dpl("D", "B"));
+  EXPECT_EQ(take(), sent("D", "B"));
+  EXPECT_EQ(reasons("B"), (std::set{matchMapReason("D")}));
+}
+
 // Removal from the configuration alone drops the reactor and leaves the engine alone.
 TEST_F(DynPfxConfigSmTest, ConfigRemovalAloneSendsNothing) {
   hold("D");

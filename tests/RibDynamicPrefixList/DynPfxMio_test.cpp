@@ -33,10 +33,4 @@ TEST_F(DynPfxMioTest, AllNamesWithIpv6Prefixed) {
                                       R"(match_map 512/627/628="D" {3:str=""})", "commit"}));
 }
 
-// A delete carries the list's path, no values and the delete flag, and commits.
-TEST_F(DynPfxMioTest, DeleteCommits) {
-  RibDynamicPrefixList::mioFactory()->doDelDynamicPrefixList("D");
-  EXPECT_EQ(recorder_.lines(), (Lines{R"(delDynamicPrefixList 512/627/628="D" del)", "commit"}));
-}
-
 }  // namespace
