@@ -8,6 +8,11 @@ bad=0
 while IFS= read -r line; do
   file=${line%%:*}
   inc=$(sed -E 's/.*#include[[:space:]]*([<"][^>"]+[>"]).*/\1/' <<<"$line")
+  # The route-map library builds the dynamic-prefix-list state machine, so the reverse
+  # include would make the two libraries depend on each other.
+  if [[ "$file" == RibDynamicPrefixList/* && "$inc" == \"RibRouteMap/* ]]; then
+    echo "$file: dynamic-prefix-list library includes the route-map library: $inc"; bad=1
+  fi
   case "$inc" in
     \"framework/*|\"RibRouteMap/*|\"RibDynamicPrefixList/*|\"RoutingPolicyMap/*) ;;
     \<*\>)

@@ -51,6 +51,9 @@ void VrfStatusSm::handleInitialized() {
   peerFilterConfigSmIs(peerFilterConfig_, vrf);
 
   aclConfigSmIs(aclConfig_, vrf);
+  // Last: the other machines' start-up has entered their references in the policy map by now,
+  // so the dynamic prefix lists they refer to are sent at once.
+  dynPfxConfigSmIs(dynPfxListConfig_, policyMap_);
   initializedIs(true);
 }
 
@@ -84,6 +87,17 @@ void VrfStatusSm::aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& v
 
 void VrfStatusSm::aclConfigSmDel() {
   aclConfigSm_.reset();
+}
+
+void VrfStatusSm::dynPfxConfigSmIs(const DynPfxListConfigPtr& config,
+                                   const PolicyMapPtr& policyMap) {
+  auto sm = RibDynamicPrefixList::dynPfxConfigSmFactory(config, policyMap);
+  dynPfxConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::dynPfxConfigSmDel() {
+  dynPfxConfigSm_.reset();
 }
 
 // --- Root -------------------------------------------------------------------------------

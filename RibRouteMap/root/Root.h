@@ -7,6 +7,7 @@
 // community-list user tracking and is reachable library-wide as `rmRoot`.
 #pragma once
 
+#include "RibDynamicPrefixList/DynPfxConfigSm.h"
 #include "RibRouteMap/acl/AclConfigSm.h"
 #include "RibRouteMap/community/CommListUsers.h"
 #include "RibRouteMap/peerfilter/PeerFilterConfigSm.h"
@@ -62,6 +63,9 @@ class VrfStatusSm : public Vox::Reactor {
   AclConfigSm* aclConfigSm() const { return aclConfigSm_.get(); }
   void aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName);
   void aclConfigSmDel();
+  RibDynamicPrefixList::DynPfxConfigSm* dynPfxConfigSm() const { return dynPfxConfigSm_.get(); }
+  void dynPfxConfigSmIs(const DynPfxListConfigPtr& config, const PolicyMapPtr& policyMap);
+  void dynPfxConfigSmDel();
 
   void handleInitialized();
 
@@ -77,6 +81,7 @@ class VrfStatusSm : public Vox::Reactor {
   Vox::ReactorSlot<PeerFilterConfigSm> peerFilterConfigSm_{this};
 
   Vox::ReactorSlot<AclConfigSm> aclConfigSm_{this};
+  Vox::ReactorSlot<RibDynamicPrefixList::DynPfxConfigSm> dynPfxConfigSm_{this};
 };
 
 class Root : public Vox::PtrInterface {

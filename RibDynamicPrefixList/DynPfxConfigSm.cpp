@@ -1,0 +1,191 @@
+#include "RibDynamicPrefixList/DynPfxConfigSm.h"
+
+#include "RibDynamicPrefixList/Mio.h"
+#include "RibDynamicPrefixList/Trace.h"
+#include "RoutingPolicyMap/UpdatePolicyMap.h"
+
+namespace RibDynamicPrefixList {
+
+namespace {
+
+// Who records a list's match map in the policy map, and from which configuration mode.
+constexpr RoutingPolicyMap::PluginType kDynPfxPlugin = 3;
+constexpr RoutingPolicyMap::CliMode kDynPfxMode = 7;
+
+}  // namespace
+
+Vox::Ptr<DynPfxConfigSm> dynPfxConfigSmFactory(const DynPfxConfigSm::ConfigPtr& config,
+                                               const DynPfxConfigSm::PolicyMapPtr& policyMap) {
+  return Vox::validPtr(Vox::make<DynPfxConfigSm>(config, policyMap));
+}
+
+// --- DynPfxConfigSm ---------------------------------------------------------------------
+
+DynPfxConfigSm::DynPfxConfigSm(const ConfigPtr& config, const PolicyMapPtr& policyMap)
+    : config_(config),
+      policyMap_(policyMap),
+      dynamicPrefixList_(
+          this, "_dynamicPrefixList", "RibDynamicPrefixList::DynPfxConfigSm::dynamicPrefixList",
+          [](const Entry& e) { return e.name(); },
+          [this](const EntryPtr& e) { return Vox::make<VoxDynamicPrefixList>(e, this); }) {
+  configReactor_.set(Vox::make<VoxConfig>(config_, this));
+  policyMapReactor_.set(Vox::make<VoxPolicyMap>(policyMap_, this));
+  // Each new reactor sends its list at once if the policy map already holds it.
+  if (config_) {
+    for (const auto& [name, entry] : config_->dynamicPrefixList()) dynamicPrefixListIs(entry);
+  }
+  handleInitialized();
+}
+
+DynPfxConfigSm::~DynPfxConfigSm() = default;
+
+void DynPfxConfigSm::handleInitialized() {
+  initializedIs(true);
+  DPL_TRACE(traceError, "Initialized DynPfxConfigSm");
+}
+
+void DynPfxConfigSm::configDel() {
+  configReactor_->notifierIs(nullptr);
+  config_ = nullptr;
+  dynamicPrefixListDelAll();
+}
+
+void DynPfxConfigSm::policyMapDel() {
+  policyMapReactor_->notifierIs(nullptr);
+  policyMap_ = nullptr;
+}
+
+void DynPfxConfigSm::handleDynamicPrefixListMap(const std::string& name) {
+  DPL_TRACE(traceHandler,
+            "void RibDynamicPrefixList::DynPfxConfigSm::handleDynamicPrefixListMap(Vox::String)"
+                << " dynamic prefix-list: " << name);
+  VoxDynamicPrefixList* reactor = dynamicPrefixList_.find(name);
+  if (!reactor || !reactor->notifier()) return;
+  if (policyMap_ && policyMap_->dynamicPrefixList(name)) {
+    DPL_TRACE(traceHandler, "dynamicPrefixList config and policyMap both exist.");
+    reactor->handleDynamicPrefixListVersion();
+  } else {
+    DPL_TRACE(traceHandler, "dynamicPrefixList is deleted from policyMap");
+    reactor->handleMirrorConfigDelete();
+  }
+}
+
+// --- VoxConfig --------------------------------------------------------------------------
+
+DynPfxConfigSm::VoxConfig::VoxConfig(const ConfigPtr& config, DynPfxConfigSm* sm) : sm_(sm) {
+  notifierIs(config);
+}
+
+void DynPfxConfigSm::VoxConfig::onDynamicPrefixList(const std::string& name) {
+  // No handler: what a list sends is its own reactor's business, at its creation and on its
+  // version; removal from the configuration alone leaves the engine as it is.
+  if (notifier()) sm_->dynamicPrefixList_.reconcile(name, notifier()->dynamicPrefixList(name));
+}
+
+void DynPfxConfigSm::VoxConfig::onNotifier() {
+  // Construction registers too; the state machine's start-up creates the first reactors.
+  if (sm_->initialized()) onDynamicPrefixListvoxImmediate();
+}
+
+void DynPfxConfigSm::VoxConfig::onDynamicPrefixListvoxImmediate() {
+  if (notifier()) sm_->dynamicPrefixList_.reconcileAll(notifier()->dynamicPrefixList());
+}
+
+// --- VoxPolicyMap -----------------------------------------------------------------------
+
+DynPfxConfigSm::VoxPolicyMap::VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map,
+                                           DynPfxConfigSm* sm)
+    : sm_(sm) {
+  notifierIs(map);
+}
+
+void DynPfxConfigSm::VoxPolicyMap::onDynamicPrefixList(const std::string& name) {
+  dispatchScalar([&] { sm_->handleDynamicPrefixListMap(name); });
+}
+
+// --- VoxDynamicPrefixList ---------------------------------------------------------------
+
+using VoxDynamicPrefixList = DynPfxConfigSm::VoxDynamicPrefixList;
+
+VoxDynamicPrefixList::VoxDynamicPrefixList(const EntryPtr& entry, DynPfxConfigSm* sm)
+    : sm_(sm), name_(entry->name()) {
+  notifierIs(entry);
+  handleInitialized();
+}
+
+void VoxDynamicPrefixList::onVersion() {
+  dispatchScalar([this] { handleDynamicPrefixListVersion(); });
+}
+
+void VoxDynamicPrefixList::onNotifier() {
+  // Construction registers too; a later retarget is another entity whose fields may differ,
+  // and no version change of it will announce them.
+  if (initialized() && notifier()) dispatchScalar([this] { handleDynamicPrefixListVersion(); });
+}
+
+void VoxDynamicPrefixList::handleInitialized() {
+  DPL_TRACE(traceHandler,
+            "void RibDynamicPrefixList::DynPfxConfigSm::VoxDynamicPrefixList::handleInitialized()"
+                << " Initializing DynamicPrefixList: " << name_);
+  handleDynamicPrefixListVersion();
+  initializedIs(true);
+}
+
+void VoxDynamicPrefixList::handleDynamicPrefixListVersion() {
+  const EntryPtr entry = notifier();
+  DPL_TRACE(traceHandler,
+            "void RibDynamicPrefixList::DynPfxConfigSm::VoxDynamicPrefixList::"
+            "handleDynamicPrefixListVersion()"
+                << " Updating DynamicPrefixList: " << name_
+                << " Version: " << (entry ? entry->version() : 0));
+  if (!entry) return;
+  const PolicyMapPtr& policyMap = sm_->policyMap();
+  if (!policyMap || !policyMap->dynamicPrefixList(name_)) {
+    DPL_TRACE(traceHandler, "returning as dynamicPrefixList does not exist in policyMap");
+    return;
+  }
+  updatePolicyMapMatchMap(kDynPfxMode, RoutingPolicyMap::pmapDplNestedRmap, name_, prevMatchMap_,
+                          entry->matchMap());
+  // Recorded now, so that the next change withdraws the right reference.
+  prevMatchMap_ = entry->matchMap();
+  mioFactory()->doAddDynamicPrefixListEntry(name_, entry->ipv4PrefixList(), entry->ipv6PrefixList(),
+                                            entry->matchMap());
+}
+
+void VoxDynamicPrefixList::handleMirrorConfigDelete() {
+  DPL_TRACE(traceHandler,
+            "void RibDynamicPrefixList::DynPfxConfigSm::VoxDynamicPrefixList::"
+            "handleMirrorConfigDelete()"
+                << " Deleting DynamicPrefixList: " << name_);
+  const std::string matchMap = notifier() ? notifier()->matchMap() : std::string();
+  updatePolicyMapMatchMap(kDynPfxMode, RoutingPolicyMap::pmapDplNestedRmap, name_, matchMap, "");
+  mioFactory()->doDelDynamicPrefixList(name_);
+}
+
+void VoxDynamicPrefixList::updatePolicyMapMatchMap(RoutingPolicyMap::CliMode mode,
+                                                   const std::string& configCli,
+                                                   const std::string& configKey,
+                                                   const std::string& prevMatchMapName,
+                                                   const std::string& currMatchMapName) {
+  DPL_TRACE(traceHandler,
+            "void RibDynamicPrefixList::DynPfxConfigSm::VoxDynamicPrefixList::"
+            "updatePolicyMapMatchMap(RoutingPolicyMap::CliMode, Vox::String, Vox::String, "
+            "Vox::String, Vox::String)"
+                << " mode: " << mode << " configCli: " << configCli << " configKey: " << configKey
+                << " prevMatchMapName: " << prevMatchMapName
+                << " currMatchMapName: " << currMatchMapName);
+  const PolicyMapPtr& policyMap = sm_->policyMap();
+  if (!policyMap) return;
+  // The current match map is entered before the previous one is withdrawn, so a map that both
+  // name never drops out of the policy map in between.
+  if (!currMatchMapName.empty()) {
+    RoutingPolicyMap::updatePolicyMap(RoutingPolicyMap::routeMapPolicy, kDynPfxPlugin, mode,
+                                      configCli, configKey, policyMap, currMatchMapName, false);
+  }
+  if (!prevMatchMapName.empty() && prevMatchMapName != currMatchMapName) {
+    RoutingPolicyMap::updatePolicyMap(RoutingPolicyMap::routeMapPolicy, kDynPfxPlugin, mode,
+                                      configCli, configKey, policyMap, prevMatchMapName, true);
+  }
+}
+
+}  // namespace RibDynamicPrefixList

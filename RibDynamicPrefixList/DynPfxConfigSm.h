@@ -1,0 +1,114 @@
+// Keeps the engine's dynamic prefix lists of one VRF equal to the configured lists that are in
+// use.
+//
+// A configured list reaches the engine only while the policy-reference map holds it too: the
+// map says which lists something refers to, and an unreferenced list is of no use to the
+// engine. So a list is written when its version changes or when it appears in the map, and
+// deleted when it leaves the map; removing it from the configuration alone only drops its
+// reactor. While a list is written, its match map is recorded in the policy-reference map as
+// referred to by the list, so that the route-map side sends the match map as well.
+//
+// Ownership: the state machine owns one VoxConfig (on the configuration), one VoxPolicyMap (on
+// the policy map) and one VoxDynamicPrefixList per configured list. Nested reactors keep a
+// plain back pointer to their owner.
+#pragma once
+
+#include <string>
+
+#include "framework/config/DynamicPrefixListConfig.h"
+#include "framework/config/PolicyMap.h"
+#include "framework/vox/Reactor.h"
+#include "framework/vox/ReactorColl.h"
+
+namespace RibDynamicPrefixList {
+
+class DynPfxConfigSm : public Vox::Reactor {
+ public:
+  using Config = Routing::DynamicPrefixList::Config;
+  using Entry = Routing::DynamicPrefixList::DynamicPrefixListEntry;
+  using ConfigPtr = Vox::Ptr<Config const>;
+  using EntryPtr = Vox::Ptr<Entry const>;
+  using PolicyMapPtr = Vox::Ptr<RoutingPolicyMap::PolicyMap>;
+
+  class VoxConfig : public Vox::Reactor, public Config::Notifiee {
+   public:
+    VoxConfig(const ConfigPtr& config, DynPfxConfigSm* sm);
+    // Only keeps the reactors in line: a list's own reactor decides what to send.
+    void onDynamicPrefixList(const std::string& name) override;
+    void onNotifier() override;
+    // The immediate whole-collection form: a reactor for every configured list, none for a
+    // list that is gone.
+    void onDynamicPrefixListvoxImmediate();
+
+   private:
+    DynPfxConfigSm* sm_;
+  };
+
+  class VoxPolicyMap : public Vox::Reactor, public RoutingPolicyMap::PolicyMap::Notifiee {
+   public:
+    VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map, DynPfxConfigSm* sm);
+    void onDynamicPrefixList(const std::string& name) override;
+
+   private:
+    DynPfxConfigSm* sm_;
+  };
+
+  class VoxDynamicPrefixList : public Vox::Reactor, public Entry::Notifiee {
+   public:
+    VoxDynamicPrefixList(const EntryPtr& entry, DynPfxConfigSm* sm);
+
+    const std::string& name() const { return name_; }
+    // The match map last recorded in the policy map for this list.
+    const std::string& prevMatchMap() const { return prevMatchMap_; }
+
+    void onVersion() override;
+    void onNotifier() override;
+
+    void handleInitialized();
+    void handleDynamicPrefixListVersion();
+    void handleMirrorConfigDelete();
+    void updatePolicyMapMatchMap(RoutingPolicyMap::CliMode mode, const std::string& configCli,
+                                 const std::string& configKey, const std::string& prevMatchMapName,
+                                 const std::string& currMatchMapName);
+
+   private:
+    DynPfxConfigSm* sm_;
+    std::string name_;
+    std::string prevMatchMap_;
+  };
+
+  DynPfxConfigSm(const ConfigPtr& config, const PolicyMapPtr& policyMap);
+  ~DynPfxConfigSm() override;
+
+  const ConfigPtr& config() const { return config_; }
+  const PolicyMapPtr& policyMap() const { return policyMap_; }
+  const Vox::ReactorColl<std::string, VoxDynamicPrefixList, Entry>& dynamicPrefixList() const {
+    return dynamicPrefixList_;
+  }
+
+  VoxDynamicPrefixList* dynamicPrefixListIs(const EntryPtr& entry) {
+    return dynamicPrefixList_.is(entry);
+  }
+  void dynamicPrefixListDel(const std::string& name) { dynamicPrefixList_.del(name); }
+  void dynamicPrefixListDelAll() { dynamicPrefixList_.delAll(); }
+  // Stop watching the configuration (its lists' reactors go with it) or the policy map.
+  void configDel();
+  void policyMapDel();
+
+  void handleInitialized();
+  void handleDynamicPrefixListMap(const std::string& name);
+
+ private:
+  friend class VoxConfig;
+
+  ConfigPtr config_;
+  PolicyMapPtr policyMap_;
+  Vox::ReactorSlot<VoxConfig> configReactor_{this};
+  Vox::ReactorSlot<VoxPolicyMap> policyMapReactor_{this};
+  Vox::ReactorColl<std::string, VoxDynamicPrefixList, Entry> dynamicPrefixList_;
+};
+
+Vox::Ptr<DynPfxConfigSm> dynPfxConfigSmFactory(const DynPfxConfigSm::ConfigPtr& config,
+                                               const DynPfxConfigSm::PolicyMapPtr& policyMap);
+
+}  // namespace RibDynamicPrefixList
