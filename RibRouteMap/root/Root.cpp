@@ -46,6 +46,7 @@ void VrfStatusSm::handleInitialized() {
   // root's check.
   const L3::VrfName vrf = rmRoot ? rmRoot->vrfName() : vrfName_;
   routeMapConfigSmIs(routeMapConfig_, vrf, policyMap_);
+  aclListConfigSmIs(aclListConfig_, vrf);
   initializedIs(true);
 }
 
@@ -58,6 +59,16 @@ void VrfStatusSm::routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::
 
 void VrfStatusSm::routeMapConfigSmDel() {
   routeMapConfigSm_.reset();
+}
+
+void VrfStatusSm::aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName) {
+  auto sm = aclListConfigSmFactory(config, vrfName);
+  aclListConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::aclListConfigSmDel() {
+  aclListConfigSm_.reset();
 }
 
 // --- Root -------------------------------------------------------------------------------

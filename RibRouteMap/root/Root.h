@@ -8,6 +8,7 @@
 #pragma once
 
 #include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/filterlist/AclListConfigSm.h"
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 #include "framework/config/AclListConfig.h"
 #include "framework/config/DynamicPrefixListConfig.h"
@@ -53,6 +54,9 @@ class VrfStatusSm : public Vox::Reactor {
   void routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
                           const PolicyMapPtr& policyMap);
   void routeMapConfigSmDel();
+  AclListConfigSm* aclListConfigSm() const { return aclListConfigSm_.get(); }
+  void aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName);
+  void aclListConfigSmDel();
 
   void handleInitialized();
 
@@ -65,6 +69,7 @@ class VrfStatusSm : public Vox::Reactor {
   DynPfxListConfigPtr dynPfxListConfig_;
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
+  Vox::ReactorSlot<AclListConfigSm> aclListConfigSm_{this};
 };
 
 class Root : public Vox::PtrInterface {

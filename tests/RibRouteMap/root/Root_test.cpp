@@ -12,7 +12,18 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing_support::Agent;
 
-const std::vector<std::string> kStartUp = {"RouteMapSetOpMode 256 scalars{18:u32=0}", "commit"};
+// Route maps first, then the filter lists: with no AS-path list configured, the dialect is
+// switched around an empty sync commit, and the (empty) AS-path pass commits.
+const std::vector<std::string> kStartUp = {
+    "RouteMapSetOpMode 256 scalars{18:u32=0}",
+    "commit",
+    "deleteAsPathList 512/534/535=\"/policy/asplist not_a_funny_name\" del",
+    "commit op",
+    "commit",
+    "AsPathRegexMode 256 scalars{16:u32=1}",
+    "commit",
+    "commit",
+    "commit"};
 
 // Records the root's notifications and what the VRF state was when each arrived.
 struct RootWatcher : RibRouteMap::Root::Notifiee {

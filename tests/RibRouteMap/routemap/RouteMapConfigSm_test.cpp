@@ -63,6 +63,17 @@ Vox::Ptr<RM::Map> addRm1(Agent& agent) {
   return map;
 }
 
+// What the filter-list state machine, built after the route maps, sends on an empty
+// configuration.
+const std::vector<std::string> kFilterListStartUp = {
+    "deleteAsPathList 512/534/535=\"/policy/asplist not_a_funny_name\" del",
+    "commit op",
+    "commit",
+    "AsPathRegexMode 256 scalars{16:u32=1}",
+    "commit",
+    "commit",
+    "commit"};
+
 class RouteMapConfigSmTest : public testing::Test {
  protected:
   Agent agent;
@@ -190,7 +201,8 @@ TEST(RouteMapConfigSmStartTest, StartUpSendsExistingMaps) {
                                 {"commit"},
                                 deleteMap("B"),
                                 insertSeq("B", 1),
-                                {"commit"}}));
+                                {"commit"},
+                                kFilterListStartUp}));
 }
 
 // Starting on existing maps gives the engine state of adding the same maps after start-up.
