@@ -143,32 +143,5 @@ TEST_F(AsPathListTest, UnknownModeDeactivatesNonEmptyLists) {
   EXPECT_TRUE(sm().pathList().find("E")->active());
 }
 
-// An entry is valid by its mark for the dialect; a list by all of its entries.
-TEST_F(AsPathListTest, ValidityQueries) {
-  struct Row {
-    bool mode0, mode1;
-    Acl::RegexMode mode;
-    bool valid;
-  };
-  const Row rows[] = {{true, false, 0, true},
-                      {true, false, 1, false},
-                      {false, true, 1, true},
-                      {false, true, 0, false},
-                      {true, true, 2, false}};
-  for (const Row& r : rows) {
-    EXPECT_EQ(RibRouteMap::aspathEntryValidRegex(pathEntry(1, "x", r.mode0, r.mode1), r.mode),
-              r.valid)
-        << r.mode0 << r.mode1 << " in " << r.mode;
-  }
-
-  auto list = Vox::make<Acl::AsPathList>("P");
-  config().pathListIs(list);
-  list->pathEntryIs(pathEntry(10, "^1$", true, false));
-  EXPECT_TRUE(sm().aspathListValidRegex("P"));
-  EXPECT_TRUE(sm().aspathListValidRegex("unknown"));
-  config().regexModeIs(1);
-  EXPECT_FALSE(sm().aspathListValidRegex("P"));
-}
-
 }  // namespace
 }  // namespace filterlist_test

@@ -10,18 +10,6 @@ using MioAsPathTest = MioStreamTest;
 
 const std::string kList = R"(512/534/535="/policy/asplist AP")";
 
-// A list is keyed by its path text but named as configured; entries by number and suffix.
-TEST_F(MioAsPathTest, ListAndEntryPaths) {
-  mio_->doAddAsPathList("AP");
-  mio_->doDelAsPathListEntry("AP", 10);
-  mio_->doDeleteAsPathList("AP");
-  EXPECT_EQ(lines(), (Lines{
-                         "addAsPathList " + kList + R"( {0:str="AP"})",
-                         "delAsPathListEntry " + kList + R"(/536/537="10/asplist/entry" del)",
-                         "deleteAsPathList " + kList + " del",
-                     }));
-}
-
 // Origins 0, 1 and 2 select one bit of the mask; any other origin matches every origin.
 TEST_F(MioAsPathTest, OriginMasks) {
   struct Row {
