@@ -189,6 +189,17 @@ class Mio : public Vox::PtrInterface {
   void doDelIpStdAcl(const String& name) const;
   void doDelIpStdAclEntry(const String& name, U32 seqno) const;
 
+  // --- AS-path lists --------------------------------------------------------------------
+  // A list is keyed by "/policy/asplist " and its name, an entry by its sequence number and
+  // "/asplist/entry". None of them commits.
+  void doAddAsPathList(const String& name) const;
+  void doDeleteAsPathList(const String& name) const;
+  // The origin travels as a mask: 257, 258, 260 for origins 0, 1, 2 and 256 (any origin) for
+  // every other value. Only a permit entry carries the permit flag; its absence means deny.
+  void doAddAsPathListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
+                            const String& regex, Acl::BGPOrigin origin) const;
+  void doDelAsPathListEntry(const String& name, U32 seqno) const;
+
  private:
   L3::VrfName vrfName_;
 };

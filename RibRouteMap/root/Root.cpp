@@ -49,7 +49,7 @@ void VrfStatusSm::handleInitialized() {
   // lists.
   routeMapConfigSmIs(routeMapConfig_, vrf, policyMap_);
   peerFilterConfigSmIs(peerFilterConfig_, vrf);
-
+  aclListConfigSmIs(aclListConfig_, vrf);
   aclConfigSmIs(aclConfig_, vrf);
   // Last: the other machines' start-up has entered their references in the policy map by now,
   // so the dynamic prefix lists they refer to are sent at once.
@@ -98,6 +98,16 @@ void VrfStatusSm::dynPfxConfigSmIs(const DynPfxListConfigPtr& config,
 
 void VrfStatusSm::dynPfxConfigSmDel() {
   dynPfxConfigSm_.reset();
+}
+
+void VrfStatusSm::aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName) {
+  auto sm = aclListConfigSmFactory(config, vrfName);
+  aclListConfigSm_.set(sm);
+  sm->hasNotificationActiveIs(true);
+}
+
+void VrfStatusSm::aclListConfigSmDel() {
+  aclListConfigSm_.reset();
 }
 
 // --- Root -------------------------------------------------------------------------------

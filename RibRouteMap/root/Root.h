@@ -10,6 +10,7 @@
 #include "RibDynamicPrefixList/DynPfxConfigSm.h"
 #include "RibRouteMap/acl/AclConfigSm.h"
 #include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/filterlist/AclListConfigSm.h"
 #include "RibRouteMap/peerfilter/PeerFilterConfigSm.h"
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 #include "framework/config/AclListConfig.h"
@@ -60,6 +61,10 @@ class VrfStatusSm : public Vox::Reactor {
   void peerFilterConfigSmIs(const PeerFilterConfigPtr& config, const L3::VrfName& vrfName);
   void peerFilterConfigSmDel();
 
+  AclListConfigSm* aclListConfigSm() const { return aclListConfigSm_.get(); }
+  void aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName);
+  void aclListConfigSmDel();
+
   AclConfigSm* aclConfigSm() const { return aclConfigSm_.get(); }
   void aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName);
   void aclConfigSmDel();
@@ -79,7 +84,7 @@ class VrfStatusSm : public Vox::Reactor {
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
   Vox::ReactorSlot<PeerFilterConfigSm> peerFilterConfigSm_{this};
-
+  Vox::ReactorSlot<AclListConfigSm> aclListConfigSm_{this};
   Vox::ReactorSlot<AclConfigSm> aclConfigSm_{this};
   Vox::ReactorSlot<RibDynamicPrefixList::DynPfxConfigSm> dynPfxConfigSm_{this};
 };

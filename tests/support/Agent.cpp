@@ -41,6 +41,20 @@ Vox::Ptr<Routing::RouteMap::MapEntry> entry(U32 seqno, Acl::MatchPermit permit) 
   return e;
 }
 
+std::vector<std::string> filterListStartUp() {
+  return {"deleteAsPathList 512/534/535=\"/policy/asplist not_a_funny_name\" del",
+          "commit op",
+          "commit",
+          "AsPathRegexMode 256 scalars{16:u32=1}",
+          "commit",
+          "commit",
+          "commit"};
+}
+
+std::vector<std::string> emptyStartUp() {
+  return join({{"RouteMapSetOpMode 256 scalars{18:u32=0}", "commit"}, filterListStartUp()});
+}
+
 std::vector<std::string> seqCommCleanup(const std::string& map, U32 seqno) {
   const std::string ms = map + std::to_string(seqno);
   return {

@@ -43,6 +43,12 @@ class Agent {
 // A map entry of `seqno` with `permit`.
 Vox::Ptr<Routing::RouteMap::MapEntry> entry(U32 seqno, Acl::MatchPermit permit = Acl::permit);
 
+// What the filter-list start-up sends when no AS-path list is configured: the dialect is
+// switched around an empty sync commit, then the (empty) AS-path pass commits.
+std::vector<std::string> filterListStartUp();
+// Everything an agent with an empty configuration receives at start-up.
+std::vector<std::string> emptyStartUp();
+
 // The lines of removing every internal community object of one sequence.
 std::vector<std::string> seqCommCleanup(const std::string& map, U32 seqno);
 

@@ -160,6 +160,19 @@ TEST(RibpolicyCliTest, ExamplesAreValid) {
   EXPECT_EQ(r.status, 0) << r.out;
 }
 
+// A prefix-list entry held back by its version differs from a fresh start exactly while it
+// is pending, and verify fails on that step alone.
+TEST(RibpolicyCliTest, PendingPrefixEntryDiffersUntilAnnounced) {
+  const auto r =
+      runTool({"verify", std::string(RIBPOLICY_SOURCE_DIR) + "/examples/pending-versions.yaml"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(lines(r.out), (std::vector<std::string>{
+                              "step 1: ok", "step 2: ok",
+                              "step 3: differs (left: this run, right: a fresh start on the step's "
+                              "configuration)",
+                              R"(  only in right: 512/603/515="CUST"/516=20)", "step 4: ok"}));
+}
+
 // --trace sends the library's trace to standard error; a malformed def is a usage error.
 TEST(RibpolicyCliTest, Trace) {
   const std::string file = scenarioFile("trace.yaml", kTwoSteps);

@@ -138,7 +138,7 @@ TEST(AclConfigSmStartTest, ListsPresentAtStartUpAndAddedWithTheType) {
   agent.aclConfig->configIs(ip);
   agent.attachAll();
   EXPECT_EQ(agent.take(),
-            join({{"RouteMapSetOpMode 256 scalars{18:u32=0}", "commit"},
+            join({testing_support::emptyStartUp(),
                   deleteList("A"),
                   deleteList("B"),
                   {addList("B"), addEntry("B", 1, true, "10.0.0.0", "255.0.0.0"), "commit"}}));

@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing_support::Agent;
 
-const std::vector<std::string> kStartUp = {"RouteMapSetOpMode 256 scalars{18:u32=0}", "commit"};
+const std::vector<std::string> kStartUp = testing_support::emptyStartUp();
 
 // Records the root's notifications and what the VRF state was when each arrived.
 struct RootWatcher : RibRouteMap::Root::Notifiee {
@@ -89,7 +89,7 @@ TEST_F(RootTest, SettersNotifyAfterBuildingAndOnlyOnChange) {
               ElementsAre("routeMapConfig none", "policyMap built", "routeMapConfig none"));
 }
 
-// Start-up sends route maps, then peer filters, then access lists.
+// Start-up sends route maps, then peer filters, then filter lists, then access lists.
 TEST_F(RootTest, StartUpOrder) {
   Agent agent("default", /*attach=*/false);
   auto map = Vox::make<Routing::RouteMap::Map>("M");
@@ -105,14 +105,17 @@ TEST_F(RootTest, StartUpOrder) {
   ip->aclIs(acl);
   agent.aclConfig->configIs(ip);
   agent.attachAll();
-  EXPECT_THAT(agent.take(),
-              ElementsAre(kStartUp[0], kStartUp[1], R"(deleteRouteMap 512/576="M" del)", "commit",
-                          R"(routeMap 512/576="M" {0:str="M"})",
-                          R"(routeMapSeq 512/576="M"/577/578=1 {0:u32=1 1:flag=true})", "commit",
-                          R"(deleteRouteMap 512/576=".PEER_FILTER.F" del)", "commit",
-                          R"(routeMap 512/576=".PEER_FILTER.F" {0:str=".PEER_FILTER.F"})",
-                          R"(routeMapSeq 512/576=".PEER_FILTER.F"/577/578=2 {0:u32=2 1:flag=true})",
-                          "commit", R"(doDelIpStdAcl 512/602/517="L" del)", "commit"));
+  using testing_support::join;
+  EXPECT_EQ(agent.take(),
+            join({{kStartUp[0], kStartUp[1], R"(deleteRouteMap 512/576="M" del)", "commit",
+                   R"(routeMap 512/576="M" {0:str="M"})",
+                   R"(routeMapSeq 512/576="M"/577/578=1 {0:u32=1 1:flag=true})", "commit",
+                   R"(deleteRouteMap 512/576=".PEER_FILTER.F" del)", "commit",
+                   R"(routeMap 512/576=".PEER_FILTER.F" {0:str=".PEER_FILTER.F"})",
+                   R"(routeMapSeq 512/576=".PEER_FILTER.F"/577/578=2 {0:u32=2 1:flag=true})",
+                   "commit"},
+                  testing_support::filterListStartUp(),
+                  {R"(doDelIpStdAcl 512/602/517="L" del)", "commit"}}));
 }
 
 // The same inputs keep the existing VRF state; a different entity replaces it.

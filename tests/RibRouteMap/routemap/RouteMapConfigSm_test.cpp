@@ -63,6 +63,10 @@ Vox::Ptr<RM::Map> addRm1(Agent& agent) {
   return map;
 }
 
+// What the filter-list state machine, built after the route maps, sends on an empty
+// configuration.
+const std::vector<std::string> kFilterListStartUp = testing_support::filterListStartUp();
+
 class RouteMapConfigSmTest : public testing::Test {
  protected:
   Agent agent;
@@ -190,7 +194,8 @@ TEST(RouteMapConfigSmStartTest, StartUpSendsExistingMaps) {
                                 {"commit"},
                                 deleteMap("B"),
                                 insertSeq("B", 1),
-                                {"commit"}}));
+                                {"commit"},
+                                kFilterListStartUp}));
 }
 
 // Starting on existing maps gives the engine state of adding the same maps after start-up.

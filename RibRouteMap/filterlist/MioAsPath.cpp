@@ -1,0 +1,86 @@
+// AS-path access lists on the engine.
+//
+// Lists and entries are addressed by path texts rather than bare names: a list by
+// "/policy/asplist " and its name, an entry by its sequence number followed by
+// "/asplist/entry". The regular expression goes to the engine as configured; whether it is
+// valid in the VRF's dialect is decided before a command is issued.
+#include <string>
+
+#include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/mio/Tags.h"
+#include "RibRouteMap/root/Trace.h"
+
+namespace RibRouteMap {
+
+namespace {
+
+const Vox::String kListKeyPrefix = "/policy/asplist ";
+const Vox::String kEntryKeySuffix = "/asplist/entry";
+
+// Value tags of the AS-path commands.
+constexpr U32 kListName = 0;     // string: the list's configured name
+constexpr U32 kEntrySeqno = 0;   // U32
+constexpr U32 kEntryRegex = 1;   // string
+constexpr U32 kEntryOrigin = 2;  // U32: the origin mask
+constexpr U32 kEntryPermit = 3;  // flag, present only for a permit entry
+
+// Bit 8 marks the mask; origins 0, 1 and 2 add one bit each, and a mask without one of
+// those bits matches routes of any origin.
+constexpr U32 kAnyOrigin = 256;
+
+U32 originMask(Acl::BGPOrigin origin) {
+  return origin <= 2 ? kAnyOrigin | (1u << origin) : kAnyOrigin;
+}
+
+RibPath asPathListPath(const Mio& mio, const Vox::String& name) {
+  RibPath path = mio.ribPathIs(Tag::policyRoot);
+  path->doPushPath(Tag::asPathLists);
+  path->doPushString(Tag::asPathListKey, kListKeyPrefix + name);
+  return path;
+}
+
+RibPath asPathEntryPath(const Mio& mio, const Vox::String& name, U32 seqno) {
+  RibPath path = asPathListPath(mio, name);
+  path->doPushPath(Tag::asPathEntries);
+  path->doPushString(Tag::asPathEntryKey, std::to_string(seqno) + kEntryKeySuffix);
+  return path;
+}
+
+}  // namespace
+
+void Mio::doAddAsPathList(const String& name) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddAsPathList(Vox::String)"
+                             << " name: " << name);
+  RibValue v = ribValueIs();
+  v->doPushString(kListName, name);
+  ribExecute("addAsPathList", asPathListPath(*this, name), v);
+}
+
+void Mio::doDeleteAsPathList(const String& name) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDeleteAsPathList(Vox::String)"
+                             << " name: " << name);
+  ribExecute("deleteAsPathList", asPathListPath(*this, name), nullptr, true);
+}
+
+void Mio::doAddAsPathListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
+                               const String& regex, Acl::BGPOrigin origin) const {
+  RM_TRACE(traceCommand,
+           "void RibRouteMap::Mio::doAddAsPathListEntry(Vox::String, U32, Acl::MatchPermit, "
+           "Vox::String, Acl::BGPOrigin)"
+               << " name: " << name << " seqno: " << seqno << " permit: " << permit
+               << " regex: " << regex << " origin: " << origin);
+  RibValue v = ribValueIs();
+  v->doPushU32(kEntrySeqno, seqno);
+  v->doPushString(kEntryRegex, regex);
+  v->doPushU32(kEntryOrigin, originMask(origin));
+  if (permit == Acl::permit) v->doPushFlag(kEntryPermit, true);
+  ribExecute("addAsPathListEntry", asPathEntryPath(*this, name, seqno), v);
+}
+
+void Mio::doDelAsPathListEntry(const String& name, U32 seqno) const {
+  RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDelAsPathListEntry(Vox::String, U32)"
+                             << " name: " << name << " seqno: " << seqno);
+  ribExecute("delAsPathListEntry", asPathEntryPath(*this, name, seqno), nullptr, true);
+}
+
+}  // namespace RibRouteMap
