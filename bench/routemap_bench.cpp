@@ -77,8 +77,7 @@ void BM_RefreshOneMapOfTenThousand(benchmark::State& state) {
   U32 version = 1;
   const std::size_t before = sink.ops();
   for (auto _ : state) map->versionIs(++version);
-  state.counters["ops_per_refresh"] =
-      static_cast<double>(sink.ops() - before) / state.iterations();
+  state.counters["ops_per_refresh"] = static_cast<double>(sink.ops() - before) / state.iterations();
   root->routeMapConfigIs(nullptr);
   RibRouteMap::rmRoot = nullptr;
 }

@@ -67,8 +67,8 @@ class CommSetClauseMapEntryColl : public Vox::PtrInterface {
   };
   VOX_NOTIFIER_LIST(Notifiee)
 
-  using Coll = std::unordered_map<MapEntryCommSetClause, CommSetClauseInMapEntry,
-                                  MapEntryCommSetClauseHash>;
+  using Coll =
+      std::unordered_map<MapEntryCommSetClause, CommSetClauseInMapEntry, MapEntryCommSetClauseHash>;
 
   explicit CommSetClauseMapEntryColl(Vox::Name name) : name_(std::move(name)) {}
   const Vox::Name& name() const { return name_; }

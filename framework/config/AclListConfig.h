@@ -274,7 +274,7 @@ struct RuleConfig {
 // identifier under which its configuration is kept. Immutable once shared.
 class RuleSet : public Vox::PtrInterface {
  public:
-  std::map<U32, UniqueId> rules;             // sequence number -> rule id, ascending
+  std::map<U32, UniqueId> rules;              // sequence number -> rule id, ascending
   std::map<UniqueId, RuleConfig> ruleConfig;  // rule id -> configuration
   bool sameAs(const RuleSet& o) const { return rules == o.rules && ruleConfig == o.ruleConfig; }
 };

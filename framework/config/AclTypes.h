@@ -73,7 +73,9 @@ struct CommunityValue {
     return (static_cast<std::uint64_t>(words[0]) << 32) | words[1];
   }
   // The number of 32-bit words the value takes in an engine array.
-  U32 wordCount() const { return kind == communityStandard ? 1 : kind == communityExtended ? 2 : 3; }
+  U32 wordCount() const {
+    return kind == communityStandard ? 1 : kind == communityExtended ? 2 : 3;
+  }
 
   friend bool operator==(const CommunityValue& a, const CommunityValue& b) {
     return a.kind == b.kind && a.words[0] == b.words[0] && a.words[1] == b.words[1] &&

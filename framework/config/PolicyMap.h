@@ -17,8 +17,11 @@
 
 namespace RoutingPolicyMap {
 
-enum PolicyType : U32 { routeMapPolicy = 0, dynamicPrefixListPolicy = 1,
-                        redistributedDynPfxPolicy = 2 };
+enum PolicyType : U32 {
+  routeMapPolicy = 0,
+  dynamicPrefixListPolicy = 1,
+  redistributedDynPfxPolicy = 2
+};
 using PluginType = U32;
 using CliMode = U32;
 
@@ -76,9 +79,7 @@ class PolicyMap : public Vox::PtrInterface {
   const Coll& dynamicPrefixList() const { return dpl_; }
   const Coll& redistributedDynPfx() const { return redist_; }
   Vox::Ptr<PolicyRequester> routeMap(std::string_view n) const { return find(routeMap_, n); }
-  Vox::Ptr<PolicyRequester> dynamicPrefixList(std::string_view n) const {
-    return find(dpl_, n);
-  }
+  Vox::Ptr<PolicyRequester> dynamicPrefixList(std::string_view n) const { return find(dpl_, n); }
   Vox::Ptr<PolicyRequester> redistributedDynPfx(std::string_view n) const {
     return find(redist_, n);
   }

@@ -23,19 +23,29 @@ bool sameSet(const Vox::Ptr<CommunitySet const>& a, const Vox::Ptr<CommunitySet 
 }  // namespace
 
 const std::vector<SetFlagBit>& SetClauses::allBits() {
-  static const std::vector<SetFlagBit> bits = {
-      setAsPathPrepend,     setNextHop,
-      setIpv6NextHop,       setOrigin,
-      setAction19,          setMetric,
-      setOspfMetricType,    setIsisLevel,
-      setAction2,           setCommunityAddReplace,
-      setCommunityDelete,   setExtCommunity,
-      setAction3,           setAction25,
-      setAction26,          setNextHopPeerAddr,
-      setIpv6NextHopPeerAddr, setNextHopUnchanged,
-      setIpv6NextHopUnchanged, setAsPathPrependLastAs,
-      setAsPathReplace,     setAction35,
-      setLargeCommunity};
+  static const std::vector<SetFlagBit> bits = {setAsPathPrepend,
+                                               setNextHop,
+                                               setIpv6NextHop,
+                                               setOrigin,
+                                               setAction19,
+                                               setMetric,
+                                               setOspfMetricType,
+                                               setIsisLevel,
+                                               setAction2,
+                                               setCommunityAddReplace,
+                                               setCommunityDelete,
+                                               setExtCommunity,
+                                               setAction3,
+                                               setAction25,
+                                               setAction26,
+                                               setNextHopPeerAddr,
+                                               setIpv6NextHopPeerAddr,
+                                               setNextHopUnchanged,
+                                               setIpv6NextHopUnchanged,
+                                               setAsPathPrependLastAs,
+                                               setAsPathReplace,
+                                               setAction35,
+                                               setLargeCommunity};
   return bits;
 }
 
@@ -44,36 +54,78 @@ const std::vector<SetFlagBit>& SetClauses::allBits() {
 template <class F>
 static void visitClause(SetFlagBit bit, F&& f) {
   switch (bit) {
-    case setAsPathPrepend: f(&SetClauses::asPathPrepend); return;
-    case setNextHop: f(&SetClauses::nextHop); return;
-    case setIpv6NextHop: f(&SetClauses::ipv6NextHop); return;
-    case setOrigin: f(&SetClauses::origin); return;
-    case setAction19: f(&SetClauses::action19); return;
+    case setAsPathPrepend:
+      f(&SetClauses::asPathPrepend);
+      return;
+    case setNextHop:
+      f(&SetClauses::nextHop);
+      return;
+    case setIpv6NextHop:
+      f(&SetClauses::ipv6NextHop);
+      return;
+    case setOrigin:
+      f(&SetClauses::origin);
+      return;
+    case setAction19:
+      f(&SetClauses::action19);
+      return;
     case setMetric:
       f(&SetClauses::metric);
       f(&SetClauses::medType);
       return;
-    case setOspfMetricType: f(&SetClauses::ospfMetricType); return;
-    case setIsisLevel: f(&SetClauses::isisLevel); return;
-    case setAction2: f(&SetClauses::action2); return;
-    case setCommunityAddReplace: f(&SetClauses::communityAddReplace); return;
-    case setCommunityDelete: f(&SetClauses::communityDelete); return;
+    case setOspfMetricType:
+      f(&SetClauses::ospfMetricType);
+      return;
+    case setIsisLevel:
+      f(&SetClauses::isisLevel);
+      return;
+    case setAction2:
+      f(&SetClauses::action2);
+      return;
+    case setCommunityAddReplace:
+      f(&SetClauses::communityAddReplace);
+      return;
+    case setCommunityDelete:
+      f(&SetClauses::communityDelete);
+      return;
     case setExtCommunity:
       f(&SetClauses::extCommunity);
       f(&SetClauses::extCommLbwFlag);
       f(&SetClauses::extCommLbwBandwidth);
       return;
-    case setAction3: f(&SetClauses::action3); return;
-    case setAction25: f(&SetClauses::action25); return;
-    case setAction26: f(&SetClauses::action26); return;
-    case setNextHopPeerAddr: f(&SetClauses::nextHopPeerAddr); return;
-    case setIpv6NextHopPeerAddr: f(&SetClauses::ipv6NextHopPeerAddr); return;
-    case setNextHopUnchanged: f(&SetClauses::nextHopUnchanged); return;
-    case setIpv6NextHopUnchanged: f(&SetClauses::ipv6NextHopUnchanged); return;
-    case setAsPathPrependLastAs: f(&SetClauses::asPathPrependLastAs); return;
-    case setAsPathReplace: f(&SetClauses::asPathReplace); return;
-    case setAction35: f(&SetClauses::action35); return;
-    case setLargeCommunity: f(&SetClauses::largeCommunity); return;
+    case setAction3:
+      f(&SetClauses::action3);
+      return;
+    case setAction25:
+      f(&SetClauses::action25);
+      return;
+    case setAction26:
+      f(&SetClauses::action26);
+      return;
+    case setNextHopPeerAddr:
+      f(&SetClauses::nextHopPeerAddr);
+      return;
+    case setIpv6NextHopPeerAddr:
+      f(&SetClauses::ipv6NextHopPeerAddr);
+      return;
+    case setNextHopUnchanged:
+      f(&SetClauses::nextHopUnchanged);
+      return;
+    case setIpv6NextHopUnchanged:
+      f(&SetClauses::ipv6NextHopUnchanged);
+      return;
+    case setAsPathPrependLastAs:
+      f(&SetClauses::asPathPrependLastAs);
+      return;
+    case setAsPathReplace:
+      f(&SetClauses::asPathReplace);
+      return;
+    case setAction35:
+      f(&SetClauses::action35);
+      return;
+    case setLargeCommunity:
+      f(&SetClauses::largeCommunity);
+      return;
   }
 }
 

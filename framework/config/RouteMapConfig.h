@@ -275,9 +275,7 @@ class PeerFilterConfig : public Vox::PtrInterface {
 
   using Coll = std::map<std::string, Vox::Ptr<Map>, std::less<>>;
   const Coll& peerFilter() const { return peerFilter_; }
-  Vox::Ptr<Map const> peerFilter(std::string_view n) const {
-    return Vox::lookup(peerFilter_, n);
-  }
+  Vox::Ptr<Map const> peerFilter(std::string_view n) const { return Vox::lookup(peerFilter_, n); }
   void peerFilterIs(const Vox::Ptr<Map>& m);
   void peerFilterDel(const std::string& name);
 

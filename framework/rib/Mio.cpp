@@ -14,7 +14,9 @@ MioSink* sinkIs(MioSink* s) {
   return previous;
 }
 
-MioSink* sink() { return currentSink; }
+MioSink* sink() {
+  return currentSink;
+}
 
 void MioOp::doExecute() const {
   if (currentSink) currentSink->execute(*this);

@@ -58,7 +58,9 @@ using ValueData =
     std::variant<U32, U8, std::string, bool, Vela::IpAddr, Vela::Ip6Addr, std::vector<U32>, Reset>;
 
 enum class ValueType : std::uint8_t { u32, u8, str, flag, ipv4, ipv6, words, reset };
-inline ValueType typeOf(const ValueData& d) { return static_cast<ValueType>(d.index()); }
+inline ValueType typeOf(const ValueData& d) {
+  return static_cast<ValueType>(d.index());
+}
 // "u32", "u8", "str", "flag", "ipv4", "ipv6", "words", "reset".
 const char* typeName(ValueType t);
 

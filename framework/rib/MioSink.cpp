@@ -131,9 +131,13 @@ std::string opText(const OpRecord& op) {
   return out;
 }
 
-void Recorder::execute(const MioOp& op) { entries_.push_back({false, CommitKind::engine, OpRecord::of(op)}); }
+void Recorder::execute(const MioOp& op) {
+  entries_.push_back({false, CommitKind::engine, OpRecord::of(op)});
+}
 
-void Recorder::commit(CommitKind kind) { entries_.push_back({true, kind, {}}); }
+void Recorder::commit(CommitKind kind) {
+  entries_.push_back({true, kind, {}});
+}
 
 std::vector<std::string> Recorder::lines() const {
   std::vector<std::string> out;

@@ -24,10 +24,10 @@ std::optional<std::uint32_t> hexGroup(std::string_view s) {
   if (s.empty() || s.size() > 4) return std::nullopt;
   std::uint32_t v = 0;
   for (char c : s) {
-    const int d = std::isdigit(static_cast<unsigned char>(c))   ? c - '0'
-                  : (c >= 'a' && c <= 'f')                      ? c - 'a' + 10
-                  : (c >= 'A' && c <= 'F')                      ? c - 'A' + 10
-                                                                : -1;
+    const int d = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
+                  : (c >= 'a' && c <= 'f')                    ? c - 'a' + 10
+                  : (c >= 'A' && c <= 'F')                    ? c - 'A' + 10
+                                                              : -1;
     if (d < 0) return std::nullopt;
     v = v * 16 + static_cast<std::uint32_t>(d);
   }
@@ -39,7 +39,8 @@ std::vector<std::string_view> split(std::string_view s, char sep) {
   std::size_t start = 0;
   for (;;) {
     const std::size_t at = s.find(sep, start);
-    out.push_back(s.substr(start, at == std::string_view::npos ? std::string_view::npos : at - start));
+    out.push_back(
+        s.substr(start, at == std::string_view::npos ? std::string_view::npos : at - start));
     if (at == std::string_view::npos) return out;
     start = at + 1;
   }
@@ -163,7 +164,9 @@ std::optional<Prefix> Prefix::parse(std::string_view text) {
   return Prefix(*addr, *len);
 }
 
-std::string Prefix::toString() const { return addr_.toString() + "/" + std::to_string(len_); }
+std::string Prefix::toString() const {
+  return addr_.toString() + "/" + std::to_string(len_);
+}
 
 std::optional<Ip6Prefix> Ip6Prefix::parse(std::string_view text) {
   std::string_view a, l;
@@ -198,15 +201,25 @@ std::string IpAddrWithFullMask::toString() const {
   return addr_.toString() + "/" + IpAddr(mask_).toString();
 }
 
-std::ostream& operator<<(std::ostream& os, IpAddr a) { return os << a.toString(); }
-std::ostream& operator<<(std::ostream& os, const Ip6Addr& a) { return os << a.toString(); }
-std::ostream& operator<<(std::ostream& os, const Prefix& p) { return os << p.toString(); }
-std::ostream& operator<<(std::ostream& os, const Ip6Prefix& p) { return os << p.toString(); }
+std::ostream& operator<<(std::ostream& os, IpAddr a) {
+  return os << a.toString();
+}
+std::ostream& operator<<(std::ostream& os, const Ip6Addr& a) {
+  return os << a.toString();
+}
+std::ostream& operator<<(std::ostream& os, const Prefix& p) {
+  return os << p.toString();
+}
+std::ostream& operator<<(std::ostream& os, const Ip6Prefix& p) {
+  return os << p.toString();
+}
 
 std::string orbIntfToKernelIntf(std::string_view configured) {
-  static constexpr std::pair<std::string_view, std::string_view> kShort[] = {
-      {"port-channel", "po"}, {"ethernet", "et"}, {"management", "ma"},
-      {"loopback", "lo"},     {"vlan", "vlan"}};
+  static constexpr std::pair<std::string_view, std::string_view> kShort[] = {{"port-channel", "po"},
+                                                                             {"ethernet", "et"},
+                                                                             {"management", "ma"},
+                                                                             {"loopback", "lo"},
+                                                                             {"vlan", "vlan"}};
   std::string out;
   for (const auto& [longForm, shortForm] : kShort) {
     if (configured.size() < longForm.size()) continue;

@@ -11,17 +11,19 @@
 #include "framework/vox/Ptr.h"
 
 // Declares the notifiee list of an entity whose Notifiee class is `NotifieeType`.
-#define VOX_NOTIFIER_LIST(NotifieeType)                                                    \
- public:                                                                                   \
-  ::Vox::NotifierList<NotifieeType>& notifiees() const { return notifiees_; }              \
-  template <class F>                                                                       \
-  void notify(F&& f) const {                                                               \
-    notifiees_.notify(f);                                                                  \
-  }                                                                                        \
-                                                                                           \
- private:                                                                                  \
-  mutable ::Vox::NotifierList<NotifieeType> notifiees_;                                    \
-                                                                                           \
+#define VOX_NOTIFIER_LIST(NotifieeType)                  \
+ public:                                                 \
+  ::Vox::NotifierList<NotifieeType>& notifiees() const { \
+    return notifiees_;                                   \
+  }                                                      \
+  template <class F>                                     \
+  void notify(F&& f) const {                             \
+    notifiees_.notify(f);                                \
+  }                                                      \
+                                                         \
+ private:                                                \
+  mutable ::Vox::NotifierList<NotifieeType> notifiees_;  \
+                                                         \
  public:
 
 namespace Vox {

@@ -12,10 +12,11 @@ namespace Vox {
 [[noreturn]] void fatal(std::string_view message);
 
 // The framework's range error for a null result where a valid pointer is required.
-[[noreturn]] inline void nullValidPtr() { fatal("null ValidPtr"); }
+[[noreturn]] inline void nullValidPtr() {
+  fatal("null ValidPtr");
+}
 
 }  // namespace Vox
 
 // An assertion that stays on in release builds and prints the failed expression.
-#define VOX_ASSERT(expr) \
-  ((expr) ? static_cast<void>(0) : ::Vox::fatal("Assertion failed: " #expr))
+#define VOX_ASSERT(expr) ((expr) ? static_cast<void>(0) : ::Vox::fatal("Assertion failed: " #expr))

@@ -38,8 +38,8 @@ class NotifierList {
     }
   }
   std::size_t size() const {
-    return static_cast<std::size_t>(std::count_if(list_.begin(), list_.end(),
-                                                  [](Notifiee* n) { return n != nullptr; }));
+    return static_cast<std::size_t>(
+        std::count_if(list_.begin(), list_.end(), [](Notifiee* n) { return n != nullptr; }));
   }
 
   // Calls f(notifiee) for every notifiee registered when the round began.

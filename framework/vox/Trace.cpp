@@ -20,11 +20,11 @@ Registry& registry() {
   return r;
 }
 
-bool parseSpec(std::string_view spec, std::map<std::string, int, std::less<>>& into) {
-  while (!spec.empty()) {
-    const auto comma = spec.find(',');
-    std::string_view item = spec.substr(0, comma);
-    spec = comma == std::string_view::npos ? std::string_view() : spec.substr(comma + 1);
+bool parseLevels(std::string_view text, std::map<std::string, int, std::less<>>& into) {
+  while (!text.empty()) {
+    const auto comma = text.find(',');
+    std::string_view item = text.substr(0, comma);
+    text = comma == std::string_view::npos ? std::string_view() : text.substr(comma + 1);
     if (item.empty()) continue;
     const auto eq = item.find('=');
     if (eq == std::string_view::npos || eq == 0 || eq + 1 == item.size()) return false;
@@ -44,7 +44,7 @@ void readEnvironment() {
   r.environmentRead = true;
   if (const char* env = std::getenv("RIBPOLICY_TRACE")) {
     std::map<std::string, int, std::less<>> levels;
-    if (parseSpec(env, levels)) {
+    if (parseLevels(env, levels)) {
       for (auto& [name, level] : levels) r.levels[name] = level;
     }
   }
@@ -74,14 +74,16 @@ void traceLevelIs(std::string_view handleName, int level) {
   }
 }
 
-bool traceSpecIs(std::string_view spec) {
+bool traceLevelsIs(std::string_view text) {
   std::map<std::string, int, std::less<>> levels;
-  if (!parseSpec(spec, levels)) return false;
+  if (!parseLevels(text, levels)) return false;
   for (auto& [name, level] : levels) traceLevelIs(name, level);
   return true;
 }
 
-void traceOutputIs(std::ostream* out) { registry().out = out; }
+void traceOutputIs(std::ostream* out) {
+  registry().out = out;
+}
 
 TraceHelper::TraceHelper(const TraceHandle& /*handle*/, int /*level*/) {}
 

@@ -42,8 +42,8 @@ class TraceHandle {
 
 // Sets the level of the named handle, now and for a handle of that name created later.
 void traceLevelIs(std::string_view handleName, int level);
-// Parses "Name=level,Name=level"; returns false (changing nothing) on a malformed spec.
-bool traceSpecIs(std::string_view spec);
+// Parses "Name=level,Name=level"; returns false (changing nothing) on malformed text.
+bool traceLevelsIs(std::string_view text);
 // Where trace lines go (standard error unless set); null restores standard error.
 void traceOutputIs(std::ostream* out);
 
@@ -76,9 +76,9 @@ class TraceHelper {
 }  // namespace Vox
 
 // Writes one trace line; `message` is a chain of `<<` operands, evaluated only when enabled.
-#define RIB_TRACE(handle, level, message)                                          \
-  do {                                                                             \
-    if (auto ribTraceLine = ::Vox::TraceHelper::createIfEnabled(handle, level)) { \
+#define RIB_TRACE(handle, level, message)                                            \
+  do {                                                                               \
+    if (auto ribTraceLine = ::Vox::TraceHelper::createIfEnabled(handle, level)) {    \
       *ribTraceLine << message; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
-    }                                                                              \
+    }                                                                                \
   } while (0)

@@ -66,7 +66,7 @@ TEST_F(TraceTest, SettingStringSetsNamedLevels) {
   const int savedRouteMap = routeMap.level();
   const int savedDynamic = dynamic.level();
 
-  EXPECT_TRUE(Vox::traceSpecIs("RouteMap=8,RibDynamicPrefixList=9"));
+  EXPECT_TRUE(Vox::traceLevelsIs("RouteMap=8,RibDynamicPrefixList=9"));
   Vox::TraceHandle later("RouteMap", false);
   const int levels[] = {routeMap.level(), dynamic.level(), later.level()};
 
@@ -90,7 +90,7 @@ TEST_F(TraceTest, MalformedSettingStringChangesNothing) {
     SCOPED_TRACE(setting);
     a.levelIs(3);
     b.levelIs(3);
-    EXPECT_FALSE(Vox::traceSpecIs(setting));
+    EXPECT_FALSE(Vox::traceLevelsIs(setting));
     EXPECT_EQ(a.level(), 3);
     EXPECT_EQ(b.level(), 3);
   }

@@ -40,7 +40,7 @@ class TraceScope {
 
   // False (changing nothing) when `levels` is malformed.
   bool levelsIs(const std::string& levels) {
-    if (!Vox::traceSpecIs(levels)) return false;
+    if (!Vox::traceLevelsIs(levels)) return false;
     std::stringstream items(levels);
     std::string item;
     while (std::getline(items, item, ',')) {

@@ -106,16 +106,16 @@ TEST_F(RootTest, StartUpOrder) {
   agent.aclConfig->configIs(ip);
   agent.attachAll();
   using testing_support::join;
-  EXPECT_EQ(agent.take(),
-            join({{kStartUp[0], kStartUp[1], R"(deleteRouteMap 512/576="M" del)", "commit",
-                   R"(routeMap 512/576="M" {0:str="M"})",
-                   R"(routeMapSeq 512/576="M"/577/578=1 {0:u32=1 1:flag=true})", "commit",
-                   R"(deleteRouteMap 512/576=".PEER_FILTER.F" del)", "commit",
-                   R"(routeMap 512/576=".PEER_FILTER.F" {0:str=".PEER_FILTER.F"})",
-                   R"(routeMapSeq 512/576=".PEER_FILTER.F"/577/578=2 {0:u32=2 1:flag=true})",
-                   "commit"},
-                  testing_support::filterListStartUp(),
-                  {R"(doDelIpStdAcl 512/602/517="L" del)", "commit"}}));
+  EXPECT_EQ(
+      agent.take(),
+      join({{kStartUp[0], kStartUp[1], R"(deleteRouteMap 512/576="M" del)", "commit",
+             R"(routeMap 512/576="M" {0:str="M"})",
+             R"(routeMapSeq 512/576="M"/577/578=1 {0:u32=1 1:flag=true})", "commit",
+             R"(deleteRouteMap 512/576=".PEER_FILTER.F" del)", "commit",
+             R"(routeMap 512/576=".PEER_FILTER.F" {0:str=".PEER_FILTER.F"})",
+             R"(routeMapSeq 512/576=".PEER_FILTER.F"/577/578=2 {0:u32=2 1:flag=true})", "commit"},
+            testing_support::filterListStartUp(),
+            {R"(doDelIpStdAcl 512/602/517="L" del)", "commit"}}));
 }
 
 // The same inputs keep the existing VRF state; a different entity replaces it.
