@@ -35,7 +35,6 @@ class Watcher : public Entity::Notifiee {
       : log_(log), label_(std::move(label)) {
     this->notifierIs(entity);
   }
-  ~Watcher() override { this->notifierIs(nullptr); }
 
  protected:
   void record(const std::string& what) { log_.push_back(label_ + ' ' + what); }

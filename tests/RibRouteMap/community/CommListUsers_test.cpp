@@ -205,9 +205,7 @@ TEST(CommSetClauseInMapEntryTest, EqualityComparesContents) {
 
 // --- CommSetClauseMapEntryColl ------------------------------------------------------------
 
-// Watchers stop watching in their own destructor, while they are still whole objects.
 struct ClauseWatcher : CommSetClauseMapEntryColl::Notifiee {
-  ~ClauseWatcher() override { notifierIs(nullptr); }
   void onCommSetClause(const MapEntryCommSetClause& c) override { seen.push_back(c); }
   std::vector<MapEntryCommSetClause> seen;
 };
@@ -262,7 +260,6 @@ TEST(CommSetClauseMapEntryCollTest, DeleteRemovesOnlyThatClause) {
 // --- CommListUsers ------------------------------------------------------------------------
 
 struct UserWatcher : CommListUsers::Notifiee {
-  ~UserWatcher() override { notifierIs(nullptr); }
   void onCommListUser(const Vox::Name& n) override { seen.push_back(n); }
   std::vector<Vox::Name> seen;
 };
