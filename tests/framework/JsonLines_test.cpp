@@ -8,6 +8,8 @@
 #include "framework/rib/Mio.h"
 #include "framework/rib/MioSink.h"
 
+#include "tests/support/Latin1.h"
+
 namespace {
 
 using Rib::JsonLinesWriter;
@@ -172,21 +174,6 @@ INSTANTIATE_TEST_SUITE_P(
         EscapeCase{"Utf8NotDecoded", "\xc3\xa9", R"("\u00c3\u00a9")"}),
     [](const testing::TestParamInfo<EscapeCase>& info) { return std::string(info.param.name); });
 
-// Reads a JSON parser's UTF-8 result back to one byte per code point (all below 0x100 here).
-std::string bytesOfCodePoints(const std::string& utf8) {
-  std::string out;
-  for (std::size_t i = 0; i < utf8.size(); ++i) {
-    const auto c = static_cast<unsigned char>(utf8[i]);
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else {
-      const auto next = static_cast<unsigned char>(utf8[++i]);
-      out += static_cast<char>(((c & 0x1f) << 6) | (next & 0x3f));
-    }
-  }
-  return out;
-}
-
 // Every byte value survives a standard JSON parser exactly, in keys and values.
 TEST(JsonLinesTest, EveryByteSurvivesJsonParser) {
   std::string all;
@@ -194,8 +181,8 @@ TEST(JsonLinesTest, EveryByteSurvivesJsonParser) {
   const OpRecord op{"addAsPathListEntry", {at(537, all)}, {{1, all}}, {}, false};
 
   const auto parsed = nlohmann::json::parse(JsonLinesWriter::opLine(op));
-  EXPECT_EQ(bytesOfCodePoints(parsed["path"][0][1].get<std::string>()), all);
-  EXPECT_EQ(bytesOfCodePoints(parsed["values"][0][2].get<std::string>()), all);
+  EXPECT_EQ(testing_support::latin1Bytes(parsed["path"][0][1].get<std::string>()), all);
+  EXPECT_EQ(testing_support::latin1Bytes(parsed["values"][0][2].get<std::string>()), all);
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include "tools/ribpolicy/StateJson.h"
 #include "tools/ribpolicy/TextWriter.h"
 
+#include "tests/support/Latin1.h"
+
 namespace {
 
 using ribpolicy::testing::lines;
@@ -51,20 +53,6 @@ TEST(RibpolicyCliTest, JsonLinesAreObjects) {
   EXPECT_TRUE(state.contains("policy-map"));
 }
 
-// Code points 0 to 255 back to the bytes they carry.
-std::string latin1Bytes(const std::string& utf8) {
-  std::string out;
-  for (std::size_t i = 0; i < utf8.size(); ++i) {
-    const auto c = static_cast<unsigned char>(utf8[i]);
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else {
-      out += static_cast<char>(((c & 0x03) << 6) | (static_cast<unsigned char>(utf8[++i]) & 0x3f));
-    }
-  }
-  return out;
-}
-
 // Packed binary strings survive the stream: every byte outside printable ASCII is one
 // \u00XX escape, and decoding gives back the engine's bytes exactly.
 TEST(RibpolicyCliTest, BinaryBytesSurvive) {
@@ -77,7 +65,7 @@ TEST(RibpolicyCliTest, BinaryBytesSurvive) {
     const auto j = nlohmann::json::parse(line);
     if (j.value("op", "") != "setStrValue") continue;
     found = true;
-    EXPECT_EQ(latin1Bytes(j["values"][0][2].get<std::string>()), packed);
+    EXPECT_EQ(testing_support::latin1Bytes(j["values"][0][2].get<std::string>()), packed);
     EXPECT_NE(line.find("\\u0000"), std::string::npos) << line;
   }
   EXPECT_TRUE(found) << r.out;

@@ -51,6 +51,13 @@ std::vector<std::string> deleteMap(const std::string& map) {
   return {"deleteRouteMap 512/576=\"" + map + "\" del", "commit"};
 }
 
+// The match and set clauses of RM1's sequence 10, as inserted.
+std::vector<std::string> rm1Seq10Clauses() {
+  return {"prefixList " + seq("RM1", 10) + "/587=\"PL1\" {8:u8=1 7:str=\"PL1\"}",
+          "setIntValue " + seq("RM1", 10) + "/601 {1:u32=100}",
+          "setIntValue " + seq("RM1", 10) + "/601 {17:u32=100}"};
+}
+
 // Builds RM1 the way an agent adds a map: empty, then its entries, then version 1.
 Vox::Ptr<RM::Map> addRm1(Agent& agent) {
   auto map = agent.addMap("RM1");
@@ -76,18 +83,15 @@ class RouteMapConfigSmTest : public testing::Test {
 TEST_F(RouteMapConfigSmTest, AddingAMapSendsItWhole) {
   agent.take();
   addRm1(agent);
-  EXPECT_EQ(agent.take(),
-            join({deleteMap("RM1"),
-                  {"commit"},
-                  seqCommCleanup("RM1", 10),
-                  seqCommCleanup("RM1", 20),
-                  deleteMap("RM1"),
-                  insertSeq("RM1", 10),
-                  {"prefixList " + seq("RM1", 10) + "/587=\"PL1\" {8:u8=1 7:str=\"PL1\"}",
-                   "setIntValue " + seq("RM1", 10) + "/601 {1:u32=100}",
-                   "setIntValue " + seq("RM1", 10) + "/601 {17:u32=100}"},
-                  insertSeq("RM1", 20, false),
-                  {"commit"}}));
+  EXPECT_EQ(agent.take(), join({deleteMap("RM1"),
+                                {"commit"},
+                                seqCommCleanup("RM1", 10),
+                                seqCommCleanup("RM1", 20),
+                                deleteMap("RM1"),
+                                insertSeq("RM1", 10),
+                                rm1Seq10Clauses(),
+                                insertSeq("RM1", 20, false),
+                                {"commit"}}));
 }
 
 // Changing one clause of a sequence refreshes the whole map: delete, commit, insert, commit.
@@ -98,17 +102,14 @@ TEST_F(RouteMapConfigSmTest, ChangedSequenceRefreshesWholeMap) {
   setMetric(*e20, -5);
   EXPECT_THAT(agent.take(), IsEmpty());
   map->versionIs(2);
-  EXPECT_EQ(agent.take(),
-            join({seqCommCleanup("RM1", 10),
-                  seqCommCleanup("RM1", 20),
-                  deleteMap("RM1"),
-                  insertSeq("RM1", 10),
-                  {"prefixList " + seq("RM1", 10) + "/587=\"PL1\" {8:u8=1 7:str=\"PL1\"}",
-                   "setIntValue " + seq("RM1", 10) + "/601 {1:u32=100}",
-                   "setIntValue " + seq("RM1", 10) + "/601 {17:u32=100}"},
-                  insertSeq("RM1", 20, false),
-                  {"setIntValue " + seq("RM1", 20) + "/601 {1:u32=0}",
-                   "setIntValue " + seq("RM1", 20) + "/601 {17:u32=0}", "commit"}}));
+  EXPECT_EQ(agent.take(), join({seqCommCleanup("RM1", 10),
+                                seqCommCleanup("RM1", 20),
+                                deleteMap("RM1"),
+                                insertSeq("RM1", 10),
+                                rm1Seq10Clauses(),
+                                insertSeq("RM1", 20, false),
+                                {"setIntValue " + seq("RM1", 20) + "/601 {1:u32=0}",
+                                 "setIntValue " + seq("RM1", 20) + "/601 {17:u32=0}", "commit"}}));
 }
 
 // Removing one of two sequences deletes that sequence, then its community objects.
@@ -119,13 +120,11 @@ TEST_F(RouteMapConfigSmTest, RemovingOneSequence) {
   EXPECT_EQ(agent.take(), join({{"deleteRouteMap " + seq("RM1", 20) + " del", "commit"},
                                 seqCommCleanup("RM1", 20)}));
   map->versionIs(2);
-  EXPECT_EQ(agent.take(),
-            join({seqCommCleanup("RM1", 10),
-                  deleteMap("RM1"),
-                  insertSeq("RM1", 10),
-                  {"prefixList " + seq("RM1", 10) + "/587=\"PL1\" {8:u8=1 7:str=\"PL1\"}",
-                   "setIntValue " + seq("RM1", 10) + "/601 {1:u32=100}",
-                   "setIntValue " + seq("RM1", 10) + "/601 {17:u32=100}", "commit"}}));
+  EXPECT_EQ(agent.take(), join({seqCommCleanup("RM1", 10),
+                                deleteMap("RM1"),
+                                insertSeq("RM1", 10),
+                                rm1Seq10Clauses(),
+                                {"commit"}}));
 }
 
 // The map leaves the engine with its last sequence.
