@@ -2,6 +2,8 @@
 # Sets up, builds the program and runs the built-in demo scenario.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh
-cmake --build --preset release --target ribpolicy
+# Set-up and build talk on standard error, so the program's output can be piped as it is
+# (for example `./scripts/demo.sh --format jsonl | jq .`).
+scripts/setup.sh >&2
+cmake --build --preset release --target ribpolicy >&2
 build/bin/ribpolicy run "$@"
