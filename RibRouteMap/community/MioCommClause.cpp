@@ -130,6 +130,42 @@ void Mio::doDeleteInternalCommunityList(const String& mapName, U32 seqno,
   doDelCommSet(csName, Acl::communityStandard);
 }
 
+namespace {
+
+// How an extended or a large set clause reaches the sequence's set-action node.
+struct SetClauseTags {
+  const char* opName;
+  U32 addTag;
+  U32 deleteTag;
+  U32 modeTag;
+  U8 additiveMode;
+};
+
+constexpr SetClauseTags kExtendedClause{"setExtCommunity", Tag::CommValue::extSetAdd,
+                                        Tag::CommValue::extSetDelete, Tag::CommValue::extSetMode,
+                                        2};
+constexpr SetClauseTags kLargeClause{"setLargeCommunity", Tag::CommValue::largeSetAdd,
+                                     Tag::CommValue::largeSetDelete, Tag::CommValue::largeSetMode,
+                                     4};
+
+// The sequence's own set of that kind is rebuilt whole, then named on the set-action node with
+// the clause's mode: replacing (a false flag), adding (the kind's additive mode), or neither
+// for a delete clause. `replaces` forces the replacing mode.
+void applySetClause(const Mio& mio, const Vox::String& mapName, U32 seqno,
+                    const Vox::String& setName, Acl::CommSetFlag flag, bool replaces,
+                    const SetClauseTags& tags) {
+  RibValue v = mio.ribValueIs();
+  v->doPushString(flag == Acl::commSetDelete_ ? tags.deleteTag : tags.addTag, setName);
+  if (flag == Acl::commSetReplace_ || replaces) {
+    v->doPushFlag(tags.modeTag, false);
+  } else if (flag != Acl::commSetDelete_) {
+    v->doPushU8(tags.modeTag, tags.additiveMode);
+  }
+  mio.ribExecute(tags.opName, mio.ribSetPathIs(mapName, seqno), v);
+}
+
+}  // namespace
+
 void Mio::doSetExtCommunity(const String& mapName, U32 seqno, const CommunitySetPtr& set) const {
   const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
   const String name = getExtCommunitySetName(mapName, seqno);
@@ -138,20 +174,9 @@ void Mio::doSetExtCommunity(const String& mapName, U32 seqno, const CommunitySet
            "Vox::Ptr<Routing::RouteMap::CommunitySet const>)"
                << "( " << mapName << "," << seqno << ") " << name);
   doDelCommSet(name, Acl::communityExtended);
-  const bool linkBandwidth = doAddSetCommSet(name, set, Acl::communityExtended);
-  RibValue v = ribValueIs();
-  if (cs.flag == Acl::commSetDelete_) {
-    v->doPushString(Tag::CommValue::extSetDelete, name);
-  } else {
-    v->doPushString(Tag::CommValue::extSetAdd, name);
-  }
   // A route carries a single link bandwidth, so a set holding one replaces rather than adds.
-  if (cs.flag == Acl::commSetReplace_ || linkBandwidth) {
-    v->doPushFlag(Tag::CommValue::extSetMode, false);
-  } else if (cs.flag != Acl::commSetDelete_) {
-    v->doPushU8(Tag::CommValue::extSetMode, 2);
-  }
-  ribExecute("setExtCommunity", ribSetPathIs(mapName, seqno), v);
+  const bool linkBandwidth = doAddSetCommSet(name, set, Acl::communityExtended);
+  applySetClause(*this, mapName, seqno, name, cs.flag, linkBandwidth, kExtendedClause);
 }
 
 void Mio::doSetLargeCommunity(const String& mapName, U32 seqno, const CommunitySetPtr& set) const {
@@ -163,18 +188,7 @@ void Mio::doSetLargeCommunity(const String& mapName, U32 seqno, const CommunityS
                << "( " << mapName << "," << seqno << ") " << name);
   doDelCommSet(name, Acl::communityLarge);
   doAddSetCommSet(name, set, Acl::communityLarge);
-  RibValue v = ribValueIs();
-  if (cs.flag == Acl::commSetDelete_) {
-    v->doPushString(Tag::CommValue::largeSetDelete, name);
-  } else {
-    v->doPushString(Tag::CommValue::largeSetAdd, name);
-  }
-  if (cs.flag == Acl::commSetReplace_) {
-    v->doPushFlag(Tag::CommValue::largeSetMode, false);
-  } else if (cs.flag != Acl::commSetDelete_) {
-    v->doPushU8(Tag::CommValue::largeSetMode, 4);
-  }
-  ribExecute("setLargeCommunity", ribSetPathIs(mapName, seqno), v);
+  applySetClause(*this, mapName, seqno, name, cs.flag, false, kLargeClause);
 }
 
 void Mio::doSetExtCommunityLbwOpts(const String& mapName, U32 seqno,
