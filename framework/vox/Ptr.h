@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -123,10 +124,11 @@ class Ptr {
 template <class T>
 using PtrConst = Ptr<T const>;
 
-// Allocates a new entity; a null allocation is the framework's range error.
+// Allocates a new entity; a failed allocation is the framework's range error rather than an
+// exception, so no exception leaves the library.
 template <class T, class... Args>
 Ptr<T> make(Args&&... args) {
-  T* p = new T(std::forward<Args>(args)...);
+  T* p = new (std::nothrow) T(std::forward<Args>(args)...);
   if (p == nullptr) nullValidPtr();
   return Ptr<T>(p);
 }
