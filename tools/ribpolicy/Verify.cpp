@@ -47,9 +47,8 @@ std::vector<std::string> policyMapDifferences(const RoutingPolicyMap::PolicyMap&
   return out;
 }
 
-std::vector<std::string> compareWithFreshStart(const std::string& vrf, const ScenarioConfig& config,
-                                               const Rib::EngineModel::Node& engine,
-                                               const RoutingPolicyMap::PolicyMap& policyMap) {
+void withFreshStart(const std::string& vrf, const ScenarioConfig& config,
+                    const FreshStartInspector& inspect) {
   // The fresh root replaces the library-wide root while it runs; the guard gives it back to
   // the incremental run afterwards.
   LibraryRootGuard keepRoot;
@@ -57,13 +56,23 @@ std::vector<std::string> compareWithFreshStart(const std::string& vrf, const Sce
   Rib::ScopedSink sink(&fresh);
   Agent agent(vrf);
   agent.applyStep(config, InputSet::all());
-  std::vector<std::string> out = Rib::EngineModel::differences(engine, fresh.committed());
-  for (std::string& line : policyMapDifferences(policyMap, *agent.policyMap())) {
-    out.push_back(std::move(line));
-  }
+  inspect(fresh.committed(), *agent.policyMap());
   // Its VRF state goes while its own sink and root are still current, so that whatever the
   // library sends on the way out reaches the fresh model, not the incremental one.
   agent.teardown();
+}
+
+std::vector<std::string> compareWithFreshStart(const std::string& vrf, const ScenarioConfig& config,
+                                               const Rib::EngineModel::Node& engine,
+                                               const RoutingPolicyMap::PolicyMap& policyMap) {
+  std::vector<std::string> out;
+  withFreshStart(vrf, config,
+                 [&](const Rib::EngineModel::Node& fresh, const RoutingPolicyMap::PolicyMap& pm) {
+                   out = Rib::EngineModel::differences(engine, fresh);
+                   for (std::string& line : policyMapDifferences(policyMap, pm)) {
+                     out.push_back(std::move(line));
+                   }
+                 });
   return out;
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,13 @@ struct StepVerdict {
 
 // Runs the scenario and compares after every step.
 std::vector<StepVerdict> verifyScenario(const Scenario& scenario);
+
+// Starts a new set of entities, a new root and a new engine model on `config` and shows the
+// committed engine tree and the policy-reference map they reach to `inspect`, before they go.
+using FreshStartInspector = std::function<void(const Rib::EngineModel::Node& engine,
+                                               const RoutingPolicyMap::PolicyMap& policyMap)>;
+void withFreshStart(const std::string& vrf, const ScenarioConfig& config,
+                    const FreshStartInspector& inspect);
 
 // The differences between the incremental state (left) and a fresh start on `config` (right).
 std::vector<std::string> compareWithFreshStart(const std::string& vrf, const ScenarioConfig& config,

@@ -1,0 +1,57 @@
+// Runs a scenario through the agent and holds the library, after every step, to what it
+// promises (Promises.h).
+//
+// After a step that leaves every input attached, a fresh start on the step's configuration
+// is compared with the incremental run, as `ribpolicy verify` does. When the step asks for
+// exact convergence, the engine trees and the policy-reference maps must be equal. Otherwise
+// the comparison leaves out what the library does not promise and checks what it does:
+// nothing while a change is held back; a stale AS-path list must be deactivated (without
+// entries) but is otherwise compared; after changes while detached, the fresh start must be
+// contained in the engine and anything more must be left over from the engine as it was when
+// the input went; dynamic prefix lists and policy-map names that a reference cycle reaches
+// are left out.
+//
+// The run takes place on a thread with a small stack, so that work that grows the stack with
+// the depth of nesting shows at a moderate depth instead of only at thousands of levels.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/ribpolicy/Scenario.h"
+
+namespace converge {
+
+struct Failure {
+  std::size_t step = 0;  // 1-based: the step after which the check failed, or that crashed
+  std::string what;      // "differs from a fresh start", "crashed (signal 11: ...)"
+  // Where the first difference lies: "engine 512/627" (an engine collection), "engine 256",
+  // "policy-map route-maps"; empty for a crash.
+  std::string area;
+  std::vector<std::string> differences;
+
+  // The kind of failure, what went wrong and where, so that a smaller scenario can be told
+  // to fail the same way.
+  std::string signature() const;
+};
+
+struct CheckResult {
+  std::size_t steps = 0;     // steps run
+  std::size_t compared = 0;  // steps compared with a fresh start
+  std::optional<Failure> failure;
+};
+
+struct CheckOptions {
+  // Called before each step with its 1-based number.
+  std::function<void(std::size_t)> onStep;
+};
+
+CheckResult checkScenario(const ribpolicy::Scenario& scenario, const CheckOptions& options = {});
+
+// The size of the stack the checks run on, in bytes.
+std::size_t checkStackBytes();
+
+}  // namespace converge

@@ -1,0 +1,780 @@
+#include "tools/converge/Generator.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tools/converge/Promises.h"
+
+namespace converge {
+
+namespace {
+
+using ribpolicy::AccessListDef;
+using ribpolicy::AsPathListDef;
+using ribpolicy::CommunityEntryDef;
+using ribpolicy::CommunityListDef;
+using ribpolicy::DynamicPrefixListDef;
+using ribpolicy::InputSet;
+using ribpolicy::MapDef;
+using ribpolicy::MapEntryDef;
+using ribpolicy::Scenario;
+using ribpolicy::ScenarioConfig;
+using ribpolicy::Step;
+using Routing::RouteMap::CommunitySet;
+using Routing::RouteMap::MatchOption;
+using Routing::RouteMap::MatchRule;
+using Routing::RouteMap::SetClauses;
+using Routing::RouteMap::SetFlagBit;
+
+// Small pools, so that references often meet configured objects. IPv4 and IPv6 prefix lists
+// share their names, as the engine keeps them apart.
+const std::vector<std::string> kRouteMaps = {"RA", "RB", "RC", "RD", "RE", "RF"};
+const std::vector<std::string> kPeerFilters = {"FA", "FB", "FC"};
+const std::vector<std::string> kPrefixLists = {"P1", "P2", "P3", "P4"};
+const std::vector<std::string> kAsPathLists = {"A1", "A2", "A3"};
+const std::vector<std::string> kCommunityLists = {"C1", "C2", "C3", "C4"};
+const std::vector<std::string> kAccessLists = {"L1", "L2", "L3"};
+const std::vector<std::string> kDynamicPrefixLists = {"D1", "D2", "D3", "D4"};
+const std::vector<U32> kSeqs = {5, 10, 15, 20, 30, 40};
+const std::vector<std::string> kAsPathRegexes = {"^65000_", "_64512$", ".*",         "^$",
+                                                 "[0-9]+_", "(",       "_6451[0-9]_"};
+const std::vector<std::string> kCommunityRegexes = {"^65000:.*$", "65001:[0-9]+", ".*", "^6:1:"};
+const std::vector<std::string> kInterfaces = {"Ethernet1/2",    "Port-Channel10", "Vlan100",
+                                              "Loopback0",      "Management1",    "Tunnel5",
+                                              "Ethernet3/1.100"};
+const std::vector<std::string> kTexts = {"alpha", "beta gamma", "x", "10"};
+const std::vector<U32> kAsPathOrigins = {0, 1, 2, 0xffffffffu, 7};
+
+// How a match option takes its value, as the scenario reader has it.
+enum class Form : std::uint8_t {
+  accessList,
+  prefixList,
+  ipv4Address,
+  ipv6Address,
+  communityLists,
+  interfaceName,
+  text,
+  routeMapName,  // may be empty
+  dynamicPrefixList,
+  metricType,
+  protocol,
+  routeType,
+  range,
+  pair,
+  integer,
+  passThrough,
+};
+
+struct OptionForm {
+  MatchOption option;
+  Form form;
+};
+
+// Every option the reader knows, and two it passes through; options that refer to other
+// objects appear twice, so that references are common.
+const std::vector<OptionForm> kOptions = {
+    {Routing::RouteMap::matchAccessList, Form::accessList},
+    {Routing::RouteMap::matchPrefixList, Form::prefixList},
+    {Routing::RouteMap::matchPrefixList, Form::prefixList},
+    {Routing::RouteMap::matchIpv6PrefixList, Form::prefixList},
+    {Routing::RouteMap::matchGateway, Form::ipv4Address},
+    {Routing::RouteMap::matchNextHop, Form::ipv4Address},
+    {Routing::RouteMap::matchIpv6NextHop, Form::ipv6Address},
+    {Routing::RouteMap::matchNextHopPrefixList, Form::prefixList},
+    {Routing::RouteMap::matchIpv6NextHopPrefixList, Form::prefixList},
+    {Routing::RouteMap::matchResolvedNextHopPrefixList, Form::prefixList},
+    {Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList, Form::prefixList},
+    {Routing::RouteMap::matchCommunity, Form::communityLists},
+    {Routing::RouteMap::matchCommunity, Form::communityLists},
+    {Routing::RouteMap::matchExtCommunity, Form::communityLists},
+    {Routing::RouteMap::matchLargeCommunity, Form::communityLists},
+    {Routing::RouteMap::matchInterface, Form::interfaceName},
+    {Routing::RouteMap::matchMetricType, Form::metricType},
+    {Routing::RouteMap::matchProtocol, Form::protocol},
+    {Routing::RouteMap::matchAsRange, Form::range},
+    {Routing::RouteMap::matchRouteType, Form::routeType},
+    {Routing::RouteMap::matchDynamicPrefixList, Form::dynamicPrefixList},
+    {Routing::RouteMap::matchDynamicPrefixList, Form::dynamicPrefixList},
+    {Routing::RouteMap::matchIpv6DynamicPrefixList, Form::dynamicPrefixList},
+    {Routing::RouteMap::matchCommInstances, Form::range},
+    {Routing::RouteMap::matchAsPathLength, Form::pair},
+    {Routing::RouteMap::matchContribAggAttr, Form::routeMapName},
+    {100, Form::integer},
+    {101, Form::text},
+    {102, Form::text},
+    {105, Form::integer},
+    {108, Form::integer},
+    {109, Form::integer},
+    {110, Form::integer},
+    {111, Form::integer},
+    {115, Form::integer},
+    {120, Form::text},
+    {200, Form::passThrough},
+    {4242, Form::passThrough},
+};
+
+class Generator {
+ public:
+  Generator(std::uint64_t seed, const GeneratorOptions& options) : rng_(seed), options_(options) {}
+
+  Scenario run();
+
+ private:
+  // --- Randomness ---
+  bool chance(double p) { return std::bernoulli_distribution(p)(rng_); }
+  std::size_t below(std::size_t n) {
+    return std::uniform_int_distribution<std::size_t>(0, n - 1)(rng_);
+  }
+  U32 between(U32 lo, U32 hi) { return std::uniform_int_distribution<U32>(lo, hi)(rng_); }
+  template <class T>
+  const T& pick(const std::vector<T>& v) {
+    return v[below(v.size())];
+  }
+  // The name of a random object of `section`, or null when it is empty.
+  template <class Def>
+  const std::string* configured(const std::map<std::string, Def>& section) {
+    if (section.empty()) return nullptr;
+    return &std::next(section.begin(), static_cast<std::ptrdiff_t>(below(section.size())))->first;
+  }
+  U32 smallOrAny() { return chance(0.7) ? between(0, 100) : static_cast<U32>(rng_()); }
+  S64 signedValue() {
+    return chance(0.7) ? static_cast<S64>(between(0, 1000)) - 500 : static_cast<S64>(rng_());
+  }
+
+  // --- Values ---
+  Acl::MatchPermit action() { return chance(0.7) ? Acl::permit : Acl::deny; }
+  Vela::IpAddr ipv4() { return Vela::IpAddr((10u << 24) | (between(0, 3) << 16) | between(0, 3)); }
+  Vela::Ip6Addr ipv6(U32 length = 128);
+  U32 standardCommunity() { return (between(64998, 65001) << 16) | between(0, 3); }
+  std::uint64_t extendedCommunity() { return (std::uint64_t{0x0002fde8} << 32) | between(0, 3); }
+  Acl::CommunityValue communityValue(Acl::CommunityListType type);
+
+  // --- One function per kind of object ---
+  Acl::PrefixEntry prefixEntry(U32 seq);
+  Acl::Ipv6PrefixEntry ipv6PrefixEntry(U32 seq);
+  Acl::AsPathEntry asPathEntry(U32 seq);
+  CommunityEntryDef communityEntry();
+  Acl::RuleConfig accessRule();
+  DynamicPrefixListDef dynamicPrefixList();
+  MatchRule matchRule();
+  Vox::Ptr<CommunitySet const> communitySet(Acl::CommunityType kind, Acl::CommSetFlag flag);
+  void setClause(SetClauses& s, SetFlagBit bit);
+  MapEntryDef mapEntry();
+  MapDef map();
+
+  // --- Changes, one function per section ---
+  template <class Def, class Entries, class Make>
+  void changeListSection(std::map<std::string, Def>& section, const std::vector<std::string>& pool,
+                         Entries entriesOf, Make makeEntry);
+  void changeAsPathLists(std::map<std::string, AsPathListDef>& lists);
+  void changeDynamicPrefixLists(std::map<std::string, DynamicPrefixListDef>& lists);
+  void changeMaps(std::map<std::string, MapDef>& maps, const std::vector<std::string>& pool);
+  void changeMapEntry(MapEntryDef& e);
+  void changePolicyMap(ribpolicy::PolicyMapDef& p);
+  void changeVersions(ScenarioConfig& c);
+  void addChain(ScenarioConfig& c);
+  void change(ScenarioConfig& c);
+  InputSet nextInputs(const InputSet& current);
+  Step nextStep(const Step& previous, bool withChain);
+
+  std::mt19937_64 rng_;
+  GeneratorOptions options_;
+  PromiseTracker tracker_;
+};
+
+// --- Values -------------------------------------------------------------------------------
+
+Vela::Ip6Addr Generator::ipv6(U32 length) {
+  Vela::Ip6Addr::Bytes b{0x20, 0x01, 0x0d, 0xb8};
+  b[5] = static_cast<std::uint8_t>(between(0, 3));
+  if (length > 64) b[15] = static_cast<std::uint8_t>(between(1, 9));
+  return Vela::Ip6Addr(b);
+}
+
+Acl::CommunityValue Generator::communityValue(Acl::CommunityListType type) {
+  switch (type) {
+    case Acl::standardValues:
+    case Acl::standardRegex:
+      return Acl::CommunityValue::standard(standardCommunity());
+    case Acl::extendedValues:
+    case Acl::extendedRegex:
+      return Acl::CommunityValue::extended(extendedCommunity());
+    case Acl::largeValues:
+    case Acl::largeRegex:
+      return Acl::CommunityValue::large(65000, between(1, 3), between(1, 3));
+  }
+  return {};
+}
+
+// --- Objects ------------------------------------------------------------------------------
+
+Acl::PrefixEntry Generator::prefixEntry(U32 seq) {
+  Acl::PrefixEntry e;
+  e.seqno = seq;
+  e.permit = action();
+  const U32 length = between(8, 32);
+  e.prefix = Vela::Prefix(Vela::IpAddr(ipv4().value() & ~0u << (32 - length)), length);
+  if (chance(0.3)) e.ge = between(length, 32);
+  if (chance(0.3)) e.le = between(length, 32);
+  return e;
+}
+
+Acl::Ipv6PrefixEntry Generator::ipv6PrefixEntry(U32 seq) {
+  Acl::Ipv6PrefixEntry e;
+  e.seqno = seq;
+  e.permit = action();
+  const U32 length = between(32, 64);
+  e.prefix = Vela::Ip6Prefix(ipv6(length), length);
+  if (chance(0.3)) e.ge = between(length, 128);
+  if (chance(0.3)) e.le = between(length, 128);
+  return e;
+}
+
+Acl::AsPathEntry Generator::asPathEntry(U32 seq) {
+  Acl::AsPathEntry e;
+  e.seqno = seq;
+  e.permit = action();
+  e.regex = pick(kAsPathRegexes);
+  e.origin = pick(kAsPathOrigins);
+  e.validMode0 = chance(0.85);
+  e.validMode1 = chance(0.85);
+  return e;
+}
+
+CommunityEntryDef Generator::communityEntry() {
+  CommunityEntryDef e;
+  e.permit = action();
+  e.type = static_cast<Acl::CommunityListType>(between(0, 5));
+  if (e.type == Acl::standardRegex || e.type == Acl::extendedRegex || e.type == Acl::largeRegex) {
+    e.regex = pick(kCommunityRegexes);
+  } else {
+    for (U32 n = between(0, 3); n > 0; --n) e.communities.insert(communityValue(e.type));
+  }
+  return e;
+}
+
+Acl::RuleConfig Generator::accessRule() {
+  Acl::RuleConfig r;
+  r.action = action();
+  const U32 length = between(8, 32);
+  r.filter = Acl::IpFilter(Vela::IpAddrWithFullMask(ipv4(), ~0u << (32 - length)));
+  return r;
+}
+
+DynamicPrefixListDef Generator::dynamicPrefixList() {
+  DynamicPrefixListDef d;
+  if (chance(0.8)) d.matchMap = pick(kRouteMaps);
+  if (chance(0.6)) d.ipv4PrefixList = pick(kPrefixLists);
+  if (chance(0.4)) d.ipv6PrefixList = pick(kPrefixLists);
+  return d;
+}
+
+MatchRule Generator::matchRule() {
+  const OptionForm& o = pick(kOptions);
+  MatchRule r;
+  r.option = o.option;
+  r.invert = chance(0.2);
+  switch (o.form) {
+    case Form::accessList:
+      r.stringValue = pick(kAccessLists);
+      break;
+    case Form::prefixList:
+      r.stringValue = pick(kPrefixLists);
+      break;
+    case Form::ipv4Address:
+      r.ipAddr = ipv4();
+      break;
+    case Form::ipv6Address:
+      r.ip6Addr = ipv6();
+      break;
+    case Form::communityLists: {
+      std::set<std::string> names = {pick(kCommunityLists)};
+      if (chance(0.3)) names.insert(pick(kCommunityLists));
+      r.commListSet = Routing::RouteMap::CommListSet(std::move(names));
+      r.stringValue = r.commListSet.stringValue();
+      r.exact = chance(0.4);
+      break;
+    }
+    case Form::interfaceName:
+      r.stringValue = pick(kInterfaces);
+      break;
+    case Form::text:
+      r.stringValue = pick(kTexts);
+      break;
+    case Form::routeMapName:
+      if (chance(0.7)) r.stringValue = pick(kRouteMaps);
+      break;
+    case Form::dynamicPrefixList:
+      r.stringValue = pick(kDynamicPrefixLists);
+      break;
+    case Form::metricType:
+      r.intValue = between(1, 2);
+      break;
+    case Form::protocol:
+      r.intValue = between(1, 9);
+      break;
+    case Form::routeType:
+      r.intValue = between(1, 4);
+      break;
+    case Form::range:
+      r.intValue = smallOrAny();
+      r.upper = smallOrAny();
+      break;
+    case Form::pair:
+      r.asPathLength = {between(0, 10), between(0, 10)};
+      break;
+    case Form::integer:
+      r.intValue = smallOrAny();
+      break;
+    case Form::passThrough:
+      // The reader keeps the text and, when it is a number, the number too.
+      if (chance(0.7)) {
+        r.stringValue = pick(kTexts);
+        if (r.stringValue == "10") r.intValue = 10;
+      }
+      if (chance(0.3)) r.upper = smallOrAny();
+      break;
+  }
+  return r;
+}
+
+Vox::Ptr<CommunitySet const> Generator::communitySet(Acl::CommunityType kind,
+                                                     Acl::CommSetFlag flag) {
+  auto set = Vox::make<CommunitySet>();
+  set->flag = flag;
+  for (U32 n = between(0, 2); n > 0; --n) {
+    switch (kind) {
+      case Acl::communityStandard:
+        set->standard.push_back(standardCommunity());
+        break;
+      case Acl::communityExtended:
+        set->extended.push_back(extendedCommunity());
+        break;
+      case Acl::communityLarge:
+        set->large.push_back({65000, between(1, 3), between(1, 3)});
+        break;
+    }
+  }
+  if (chance(0.5)) {
+    set->useCL = true;
+    for (U32 n = between(0, 2); n > 0; --n) set->communityListName.insert(pick(kCommunityLists));
+  }
+  return set;
+}
+
+void Generator::setClause(SetClauses& s, SetFlagBit bit) {
+  using namespace Routing::RouteMap;
+  SetClauses c;
+  c.flags = 1u << bit;
+  auto asList = [&] {
+    std::map<U32, U32> out;
+    for (U32 i = 0, n = between(1, 3); i < n; ++i) out.emplace(i, between(64496, 64511));
+    return out;
+  };
+  switch (bit) {
+    case setAsPathPrepend:
+      c.asPathPrepend = asList();
+      break;
+    case setNextHop:
+      c.nextHop = ipv4();
+      break;
+    case setIpv6NextHop:
+      c.ipv6NextHop = ipv6();
+      break;
+    case setOrigin:
+      c.origin = between(1, 3);
+      break;
+    case setAction19:
+      c.action19 = signedValue();
+      break;
+    case setMetric:
+      c.metric = signedValue();
+      c.medType = between(0, 8);
+      break;
+    case setOspfMetricType:
+      c.ospfMetricType = between(1, 2);
+      break;
+    case setIsisLevel:
+      c.isisLevel = between(0, 2);
+      break;
+    case setAction2:
+      c.action2 = smallOrAny();
+      break;
+    case setCommunityAddReplace:
+      c.communityAddReplace =
+          communitySet(Acl::communityStandard,
+                       pick(std::vector<Acl::CommSetFlag>{Acl::commSetNone_, Acl::commSetAdditive_,
+                                                          Acl::commSetReplace_}));
+      break;
+    case setCommunityDelete:
+      c.communityDelete = communitySet(Acl::communityStandard, Acl::commSetDelete_);
+      break;
+    case setExtCommunity:
+      c.extCommunity =
+          communitySet(Acl::communityExtended, static_cast<Acl::CommSetFlag>(between(0, 3)));
+      if (chance(0.4)) {
+        c.extCommLbwFlag = static_cast<Acl::ExtCommLinkBandwidthSetFlag>(between(0, 4));
+        c.extCommLbwBandwidth = pick(std::vector<float>{0, 1000, 2.5, 1e9});
+      }
+      break;
+    case setAction3:
+      c.action3 = signedValue();
+      break;
+    case setAction25:
+      c.action25 = smallOrAny();
+      break;
+    case setAction26:
+      c.action26 = signedValue();
+      break;
+    case setNextHopPeerAddr:
+      c.nextHopPeerAddr = chance(0.5);
+      break;
+    case setIpv6NextHopPeerAddr:
+      c.ipv6NextHopPeerAddr = chance(0.5);
+      break;
+    case setNextHopUnchanged:
+      c.nextHopUnchanged = chance(0.5);
+      break;
+    case setIpv6NextHopUnchanged:
+      c.ipv6NextHopUnchanged = chance(0.5);
+      break;
+    case setAsPathPrependLastAs:
+      c.asPathPrependLastAs = static_cast<U8>(between(0, 255));
+      break;
+    case setAsPathReplace:
+      c.asPathReplace = asList();
+      break;
+    case setAction35:
+      c.action35 = signedValue();
+      break;
+    case setLargeCommunity:
+      c.largeCommunity =
+          communitySet(Acl::communityLarge, static_cast<Acl::CommSetFlag>(between(0, 3)));
+      break;
+  }
+  s.copyClause(bit, c);
+}
+
+MapEntryDef Generator::mapEntry() {
+  MapEntryDef e;
+  e.permit = action();
+  for (U32 n = between(0, 3); n > 0; --n) {
+    MatchRule r = matchRule();
+    e.match[r.option] = std::move(r);
+  }
+  if (chance(0.35)) e.subRouteMap = pick(kRouteMaps);
+  for (U32 n = between(0, 3); n > 0; --n) setClause(e.set, pick(SetClauses::allBits()));
+  return e;
+}
+
+MapDef Generator::map() {
+  MapDef m;
+  for (U32 n = between(1, 3); n > 0; --n) m.entries[pick(kSeqs)] = mapEntry();
+  return m;
+}
+
+// --- Changes ------------------------------------------------------------------------------
+
+// Adds (or replaces) an object, removes one, or adds, replaces or removes one of its entries.
+template <class Def, class Entries, class Make>
+void Generator::changeListSection(std::map<std::string, Def>& section,
+                                  const std::vector<std::string>& pool, Entries entriesOf,
+                                  Make makeEntry) {
+  const std::string* name = configured(section);
+  const std::size_t what = below(10);
+  if (!name || what < 2) {
+    Def def;
+    for (U32 n = between(0, 3); n > 0; --n) {
+      const U32 seq = pick(kSeqs);
+      entriesOf(def)[seq] = makeEntry(seq);
+    }
+    section[pick(pool)] = std::move(def);
+    return;
+  }
+  if (what < 3) {
+    section.erase(*name);
+    return;
+  }
+  auto& entries = entriesOf(section.at(*name));
+  const U32 seq = pick(kSeqs);
+  if (entries.contains(seq) && chance(0.4)) {
+    entries.erase(seq);
+  } else {
+    entries[seq] = makeEntry(seq);
+  }
+}
+
+void Generator::changeAsPathLists(std::map<std::string, AsPathListDef>& lists) {
+  if (const std::string* name = configured(lists); name && chance(0.1)) {
+    lists.at(*name).source = chance(0.5) ? "" : "ip as-path access-list " + *name;
+    return;
+  }
+  changeListSection(
+      lists, kAsPathLists, [](AsPathListDef & d) -> auto& { return d.entries; },
+      [&](U32 seq) { return asPathEntry(seq); });
+}
+
+void Generator::changeDynamicPrefixLists(std::map<std::string, DynamicPrefixListDef>& lists) {
+  const std::string* name = configured(lists);
+  const std::size_t what = below(4);
+  if (!name || what == 0) {
+    lists[pick(kDynamicPrefixLists)] = dynamicPrefixList();
+  } else if (what == 1) {
+    lists.erase(*name);
+  } else {
+    // One field at a time, the way an operator edits a list.
+    DynamicPrefixListDef& d = lists.at(*name);
+    const DynamicPrefixListDef other = dynamicPrefixList();
+    switch (below(3)) {
+      case 0:
+        d.matchMap = other.matchMap;
+        break;
+      case 1:
+        d.ipv4PrefixList = other.ipv4PrefixList;
+        break;
+      default:
+        d.ipv6PrefixList = other.ipv6PrefixList;
+        break;
+    }
+  }
+}
+
+void Generator::changeMapEntry(MapEntryDef& e) {
+  switch (below(8)) {
+    case 0:
+      e.permit = e.permit == Acl::permit ? Acl::deny : Acl::permit;
+      break;
+    case 1:
+    case 2: {
+      MatchRule r = matchRule();
+      e.match[r.option] = std::move(r);
+      break;
+    }
+    case 3:
+      if (!e.match.empty()) {
+        e.match.erase(
+            std::next(e.match.begin(), static_cast<std::ptrdiff_t>(below(e.match.size()))));
+      }
+      break;
+    case 4:
+      e.subRouteMap = chance(0.3) ? std::string() : pick(kRouteMaps);
+      break;
+    case 5:
+    case 6:
+      setClause(e.set, pick(SetClauses::allBits()));
+      break;
+    default: {
+      std::vector<SetFlagBit> present;
+      for (SetFlagBit bit : SetClauses::allBits()) {
+        if (e.set.has(bit)) present.push_back(bit);
+      }
+      if (!present.empty()) e.set.copyClause(pick(present), SetClauses{});
+      break;
+    }
+  }
+}
+
+void Generator::changeMaps(std::map<std::string, MapDef>& maps,
+                           const std::vector<std::string>& pool) {
+  const std::string* name = configured(maps);
+  const std::size_t what = below(10);
+  if (!name || what < 2) {
+    maps[pick(pool)] = map();
+    return;
+  }
+  if (what < 3) {
+    maps.erase(*name);
+    return;
+  }
+  auto& entries = maps.at(*name).entries;
+  const U32 seq = pick(kSeqs);
+  auto it = entries.find(seq);
+  if (it == entries.end() || what == 3) {
+    entries[seq] = mapEntry();
+  } else if (what == 4) {
+    entries.erase(it);
+  } else {
+    changeMapEntry(it->second);
+  }
+}
+
+void Generator::changePolicyMap(ribpolicy::PolicyMapDef& p) {
+  const bool routeMaps = chance(0.6);
+  std::set<std::string>& names = routeMaps ? p.routeMaps : p.dynamicPrefixLists;
+  if (!names.empty() && chance(0.4)) {
+    names.erase(std::next(names.begin(), static_cast<std::ptrdiff_t>(below(names.size()))));
+  } else {
+    names.insert(pick(routeMaps ? kRouteMaps : kDynamicPrefixLists));
+  }
+}
+
+// Holds an object's changes back (its version pinned to the current one), announces them
+// (the next version), or gives the version back to the agent.
+void Generator::changeVersions(ScenarioConfig& c) {
+  struct Target {
+    VersionedObject object;
+    std::optional<U32>* version;
+  };
+  std::vector<Target> targets;
+  auto collect = [&](VersionedKind kind, auto& section) {
+    for (auto& [name, def] : section) targets.push_back({{kind, name, 0}, &def.version});
+  };
+  collect(VersionedKind::prefixList, c.prefixLists);
+  collect(VersionedKind::ipv6PrefixList, c.ipv6PrefixLists);
+  collect(VersionedKind::asPathList, c.asPathLists);
+  collect(VersionedKind::dynamicPrefixList, c.dynamicPrefixLists);
+  collect(VersionedKind::routeMap, c.routeMaps);
+  collect(VersionedKind::peerFilter, c.peerFilters);
+  for (auto& [name, list] : c.communityLists) {
+    for (auto& [seq, entry] : list.entries) {
+      targets.push_back({{VersionedKind::communityEntry, name, seq}, &entry.version});
+    }
+  }
+  if (targets.empty()) return;
+  const Target& t = pick(targets);
+  const U32 current = tracker_.version(t.object);
+  switch (below(4)) {
+    case 0:
+    case 1:
+      *t.version = current;
+      break;
+    case 2:
+      *t.version = current + 1;
+      break;
+    default:
+      t.version->reset();
+      break;
+  }
+}
+
+// A long chain of route maps, each the sub-route-map of the one before, entered through the
+// policy map or through a map of the pool: references must propagate through any depth.
+void Generator::addChain(ScenarioConfig& c) {
+  const U32 depth = between(150, 400);
+  const bool ascending = chance(0.5);
+  auto nameOf = [&](U32 i) {
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "Z%04u", ascending ? i : depth - i);
+    return std::string(buf);
+  };
+  for (U32 i = 0; i < depth; ++i) {
+    MapEntryDef e;
+    if (i + 1 < depth) {
+      e.subRouteMap = nameOf(i + 1);
+    } else if (chance(0.5)) {
+      e.subRouteMap = pick(kRouteMaps);
+    }
+    c.routeMaps[nameOf(i)].entries[10] = e;
+  }
+  if (chance(0.5)) {
+    c.policyMap.routeMaps.insert(nameOf(0));
+  } else {
+    MapEntryDef e;
+    e.subRouteMap = nameOf(0);
+    c.routeMaps[pick(kRouteMaps)].entries[50] = e;
+  }
+}
+
+void Generator::change(ScenarioConfig& c) {
+  const std::size_t what = below(options_.unpromised ? 110 : 100);
+  if (what < 25) {
+    changeMaps(c.routeMaps, kRouteMaps);
+  } else if (what < 33) {
+    changeMaps(c.peerFilters, kPeerFilters);
+  } else if (what < 43) {
+    changeListSection(
+        c.communityLists, kCommunityLists, [](CommunityListDef & d) -> auto& { return d.entries; },
+        [&](U32) { return communityEntry(); });
+  } else if (what < 51) {
+    changeDynamicPrefixLists(c.dynamicPrefixLists);
+  } else if (what < 61) {
+    changePolicyMap(c.policyMap);
+  } else if (what < 68) {
+    changeListSection(
+        c.prefixLists, kPrefixLists, [](auto& d) -> auto& { return d.entries; },
+        [&](U32 seq) { return prefixEntry(seq); });
+  } else if (what < 73) {
+    changeListSection(
+        c.ipv6PrefixLists, kPrefixLists, [](auto& d) -> auto& { return d.entries; },
+        [&](U32 seq) { return ipv6PrefixEntry(seq); });
+  } else if (what < 83) {
+    changeAsPathLists(c.asPathLists);
+  } else if (what < 88) {
+    changeListSection(
+        c.accessLists, kAccessLists, [](AccessListDef & d) -> auto& { return d.rules; },
+        [&](U32) { return accessRule(); });
+  } else if (what < 91) {
+    c.routeMapOpMode = between(0, 3);
+  } else if (what < 100) {
+    // Mostly the two dialects; now and then one the library does not know.
+    c.asPathRegexMode = chance(0.85) ? 1 - std::min<U32>(c.asPathRegexMode, 1) : 2;
+  } else {
+    changeVersions(c);
+  }
+}
+
+InputSet Generator::nextInputs(const InputSet& current) {
+  if (!current.complete()) return chance(0.5) ? InputSet::all() : current;
+  InputSet next = current;
+  if (chance(0.05)) {
+    next.set(pick(std::vector<ribpolicy::Input>(ribpolicy::kAllInputs.begin(),
+                                                ribpolicy::kAllInputs.end())),
+             false);
+  }
+  return next;
+}
+
+// A few changes to the step before. Without `unpromised`, a candidate that the library does
+// not promise to converge is drawn again; after a few tries, the step only attaches every
+// input, which is always promised.
+Step Generator::nextStep(const Step& previous, bool withChain) {
+  for (int attempt = 0; attempt < 20; ++attempt) {
+    Step s;
+    s.config = previous.config;
+    for (std::size_t n = 1 + below(3); n > 0; --n) change(s.config);
+    if (withChain) addChain(s.config);
+    s.inputs = nextInputs(previous.inputs);
+    PromiseTracker trial = tracker_;
+    if (trial.step(s).exact() || options_.unpromised) {
+      tracker_ = std::move(trial);
+      return s;
+    }
+  }
+  Step s;
+  s.config = previous.config;
+  tracker_.step(s);
+  return s;
+}
+
+Scenario Generator::run() {
+  Scenario sc;
+  // The first configuration: a dozen changes to an empty one.
+  Step first;
+  for (std::size_t n = between(6, 16); n > 0; --n) {
+    ScenarioConfig candidate = first.config;
+    change(candidate);
+    if (options_.unpromised || cycleNames(candidate).empty()) first.config = std::move(candidate);
+  }
+  tracker_.step(first);
+  sc.steps.push_back(std::move(first));
+  // Now and then a deep chain, late in the scenario: every step after it starts hundreds of
+  // maps afresh.
+  const std::size_t chainAt =
+      chance(0.02) ? options_.steps - below(std::max<std::size_t>(options_.steps / 3, 1)) : 0;
+  for (std::size_t i = 1; i <= options_.steps; ++i) {
+    sc.steps.push_back(nextStep(sc.steps.back(), i == chainAt));
+  }
+  return sc;
+}
+
+}  // namespace
+
+ribpolicy::Scenario generateScenario(std::uint64_t seed, const GeneratorOptions& options) {
+  return Generator(seed, options).run();
+}
+
+}  // namespace converge

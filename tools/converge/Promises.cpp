@@ -1,0 +1,327 @@
+#include "tools/converge/Promises.h"
+
+#include <algorithm>
+#include <deque>
+#include <optional>
+
+namespace converge {
+
+namespace {
+
+using ribpolicy::ScenarioConfig;
+
+// Whether an AS-path entry's expression is valid in `mode`; no entry is valid in a mode the
+// library does not know.
+bool validIn(const Acl::AsPathEntry& e, U32 mode) {
+  if (mode == 0) return e.validMode0;
+  if (mode == 1) return e.validMode1;
+  return false;
+}
+
+std::set<U32> inapplicableEntries(const ribpolicy::AsPathListDef& list, U32 mode) {
+  std::set<U32> out;
+  for (const auto& [seq, entry] : list.entries) {
+    if (!validIn(entry, mode)) out.insert(seq);
+  }
+  return out;
+}
+
+// One entry notification of an AS-path list, as the library handles it: an entry gone leaves
+// the set, an inapplicable one joins it, and a valid one changes nothing; in particular an
+// entry that turns valid stays in the set.
+void notifyAsPathEntry(std::set<U32>& inapplicable, U32 seq, const Acl::AsPathEntry* entry,
+                       U32 mode) {
+  if (!entry) {
+    inapplicable.erase(seq);
+  } else if (!validIn(*entry, mode)) {
+    inapplicable.insert(seq);
+  }
+}
+
+// Calls `f(key, before, after)` for every key of either map in ascending order; the side
+// that lacks the key passes null.
+template <class K, class V, class F>
+void forEachKey(const std::map<K, V>& before, const std::map<K, V>& after, F&& f) {
+  auto b = before.begin();
+  auto a = after.begin();
+  while (b != before.end() || a != after.end()) {
+    if (a == after.end() || (b != before.end() && b->first < a->first)) {
+      f(b->first, &b->second, static_cast<const V*>(nullptr));
+      ++b;
+    } else if (b == before.end() || a->first < b->first) {
+      f(a->first, static_cast<const V*>(nullptr), &a->second);
+      ++a;
+    } else {
+      f(a->first, &b->second, &a->second);
+      ++b;
+      ++a;
+    }
+  }
+}
+
+bool sameEntries(const std::map<U32, ribpolicy::MapEntryDef>& a,
+                 const std::map<U32, ribpolicy::MapEntryDef>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
+    return x.first == y.first && x.second.sameAs(y.second);
+  });
+}
+
+// Whether every entry of `from` is in `to`, unchanged.
+template <class Entry, class Same>
+bool entriesKept(const std::map<U32, Entry>& from, const std::map<U32, Entry>& to, Same same) {
+  for (const auto& [seq, entry] : from) {
+    auto it = to.find(seq);
+    if (it == to.end() || !same(entry, it->second)) return false;
+  }
+  return true;
+}
+
+// Whether every object of `from` is in `to` and `kept(before, after)` holds for it.
+template <class Def, class Kept>
+bool objectsKept(const std::map<std::string, Def>& from, const std::map<std::string, Def>& to,
+                 Kept kept) {
+  for (const auto& [name, def] : from) {
+    auto it = to.find(name);
+    if (it == to.end() || !kept(def, it->second)) return false;
+  }
+  return true;
+}
+
+bool includes(const std::set<std::string>& big, const std::set<std::string>& small) {
+  return std::includes(big.begin(), big.end(), small.begin(), small.end());
+}
+
+}  // namespace
+
+CycleNames cycleNames(const ScenarioConfig& config) {
+  // Route maps are keyed "r NAME", dynamic prefix lists "d NAME".
+  std::map<std::string, std::vector<std::string>> next;
+  std::map<std::string, std::size_t> inDegree;
+  auto node = [&](const std::string& key) {
+    next.try_emplace(key);
+    inDegree.try_emplace(key, 0);
+  };
+  auto edge = [&](const std::string& from, const std::string& to) {
+    node(from);
+    node(to);
+    next[from].push_back(to);
+    ++inDegree[to];
+  };
+  for (const auto& [name, map] : config.routeMaps) {
+    node("r " + name);
+    for (const auto& [seq, entry] : map.entries) {
+      if (!entry.subRouteMap.empty()) edge("r " + name, "r " + entry.subRouteMap);
+      for (const auto& [option, rule] : entry.match) {
+        if (option == Routing::RouteMap::matchDynamicPrefixList ||
+            option == Routing::RouteMap::matchIpv6DynamicPrefixList) {
+          edge("r " + name, "d " + rule.stringValue);
+        }
+      }
+    }
+  }
+  for (const auto& [name, list] : config.dynamicPrefixLists) {
+    node("d " + name);
+    if (!list.matchMap.empty()) edge("d " + name, "r " + list.matchMap);
+  }
+  // Peeling off every name that nothing left refers to leaves exactly the names that a cycle
+  // reaches.
+  std::deque<std::string> free;
+  for (const auto& [key, degree] : inDegree) {
+    if (degree == 0) free.push_back(key);
+  }
+  while (!free.empty()) {
+    const std::string key = free.front();
+    free.pop_front();
+    for (const std::string& to : next[key]) {
+      if (--inDegree[to] == 0) free.push_back(to);
+    }
+  }
+  CycleNames out;
+  for (const auto& [key, degree] : inDegree) {
+    if (degree == 0) continue;
+    (key[0] == 'r' ? out.routeMaps : out.dynamicPrefixLists).insert(key.substr(2));
+  }
+  return out;
+}
+
+bool onlyAdds(const ScenarioConfig& from, const ScenarioConfig& to) {
+  auto same = [](const auto& a, const auto& b) { return a == b; };
+  auto prefixListKept = [&](const auto& a, const auto& b) {
+    return a.version == b.version && entriesKept(a.entries, b.entries, same);
+  };
+  auto mapKept = [](const ribpolicy::MapDef& a, const ribpolicy::MapDef& b) {
+    return a.version == b.version &&
+           entriesKept(a.entries, b.entries,
+                       [](const auto& x, const auto& y) { return x.sameAs(y); });
+  };
+  return objectsKept(from.prefixLists, to.prefixLists, prefixListKept) &&
+         objectsKept(from.ipv6PrefixLists, to.ipv6PrefixLists, prefixListKept) &&
+         objectsKept(from.asPathLists, to.asPathLists,
+                     [&](const auto& a, const auto& b) {
+                       return a.version == b.version && a.source == b.source &&
+                              entriesKept(a.entries, b.entries, same);
+                     }) &&
+         objectsKept(from.communityLists, to.communityLists,
+                     [](const auto& a, const auto& b) {
+                       return entriesKept(a.entries, b.entries, [](const auto& x, const auto& y) {
+                         return x.sameContents(y) && x.version == y.version;
+                       });
+                     }) &&
+         objectsKept(
+             from.accessLists, to.accessLists,
+             [&](const auto& a, const auto& b) { return entriesKept(a.rules, b.rules, same); }) &&
+         objectsKept(from.dynamicPrefixLists, to.dynamicPrefixLists,
+                     [](const auto& a, const auto& b) {
+                       return a.sameFields(b) && a.version == b.version;
+                     }) &&
+         objectsKept(from.routeMaps, to.routeMaps, mapKept) &&
+         objectsKept(from.peerFilters, to.peerFilters, mapKept) &&
+         includes(to.policyMap.routeMaps, from.policyMap.routeMaps) &&
+         includes(to.policyMap.dynamicPrefixLists, from.policyMap.dynamicPrefixLists);
+}
+
+U32 PromiseTracker::version(const VersionedObject& object) const {
+  auto it = versions_.find(object);
+  return it == versions_.end() ? 0 : it->second;
+}
+
+void PromiseTracker::trackAsPathLists(const ScenarioConfig& from, const ScenarioConfig& to) {
+  // The steps of the agent in its order: the mode first, which reevaluates every list as it
+  // still is; then the lists, removals first, each changed entry notified in ascending order.
+  if (from.asPathRegexMode != to.asPathRegexMode) {
+    for (const auto& [name, list] : from.asPathLists) {
+      inapplicable_[name] = inapplicableEntries(list, to.asPathRegexMode);
+    }
+  }
+  for (const auto& [name, list] : from.asPathLists) {
+    if (!to.asPathLists.contains(name)) inapplicable_.erase(name);
+  }
+  for (const auto& [name, list] : to.asPathLists) {
+    auto before = from.asPathLists.find(name);
+    std::set<U32>& held = inapplicable_[name];
+    if (before == from.asPathLists.end()) {
+      held.clear();
+      for (const auto& [seq, entry] : list.entries) {
+        notifyAsPathEntry(held, seq, &entry, to.asPathRegexMode);
+      }
+      continue;
+    }
+    forEachKey(before->second.entries, list.entries,
+               [&](U32 seq, const Acl::AsPathEntry* b, const Acl::AsPathEntry* a) {
+                 if (b && a && *b == *a) return;
+                 notifyAsPathEntry(held, seq, a, to.asPathRegexMode);
+               });
+  }
+}
+
+void PromiseTracker::trackVersions(const ScenarioConfig& from, const ScenarioConfig& to) {
+  // The agent's versions: a new object takes the explicit version or 1; an existing one the
+  // explicit version, or one more when its contents changed. A change is announced when the
+  // version moves; until then it is held back.
+  auto follow = [&](const VersionedObject& o, const std::optional<U32>& explicitVersion, bool isNew,
+                    bool changed) {
+    U32& current = versions_[o];
+    const U32 next = isNew             ? explicitVersion.value_or(1)
+                     : explicitVersion ? *explicitVersion
+                     : changed         ? current + 1
+                                       : current;
+    if (isNew ? next == 0 : (next == current && changed)) {
+      pending_.insert(o);
+    } else if (isNew || next != current) {
+      pending_.erase(o);
+    }
+    current = next;
+  };
+  auto forget = [&](const VersionedObject& o) {
+    versions_.erase(o);
+    pending_.erase(o);
+  };
+  auto section = [&](VersionedKind kind, const auto& before, const auto& after, auto same) {
+    forEachKey(before, after, [&](const std::string& name, const auto* b, const auto* a) {
+      const VersionedObject o{kind, name, 0};
+      if (!a) {
+        forget(o);
+      } else {
+        follow(o, a->version, !b, b && !same(*b, *a));
+      }
+    });
+  };
+  auto sameList = [](const auto& b, const auto& a) { return b.entries == a.entries; };
+  auto sameMap = [](const ribpolicy::MapDef& b, const ribpolicy::MapDef& a) {
+    return sameEntries(b.entries, a.entries);
+  };
+  section(VersionedKind::prefixList, from.prefixLists, to.prefixLists, sameList);
+  section(VersionedKind::ipv6PrefixList, from.ipv6PrefixLists, to.ipv6PrefixLists, sameList);
+  section(
+      VersionedKind::asPathList, from.asPathLists, to.asPathLists,
+      [](const auto& b, const auto& a) { return b.entries == a.entries && b.source == a.source; });
+  section(VersionedKind::dynamicPrefixList, from.dynamicPrefixLists, to.dynamicPrefixLists,
+          [](const auto& b, const auto& a) { return b.sameFields(a); });
+  section(VersionedKind::routeMap, from.routeMaps, to.routeMaps, sameMap);
+  section(VersionedKind::peerFilter, from.peerFilters, to.peerFilters, sameMap);
+  const ribpolicy::CommunityListDef none;
+  forEachKey(from.communityLists, to.communityLists,
+             [&](const std::string& name, const auto* b, const auto* a) {
+               forEachKey(b ? b->entries : none.entries, a ? a->entries : none.entries,
+                          [&](U32 seq, const auto* eb, const auto* ea) {
+                            const VersionedObject o{VersionedKind::communityEntry, name, seq};
+                            if (!ea) {
+                              forget(o);
+                            } else {
+                              follow(o, ea->version, !eb, eb && !eb->sameContents(*ea));
+                            }
+                          });
+             });
+}
+
+StepPromise PromiseTracker::step(const ribpolicy::Step& step) {
+  const ScenarioConfig& to = step.config;
+  // The library's state lives while every input is attached; a step's configuration changes
+  // reach it only if it lived through the step before.
+  const bool restart = started_;
+  const bool stateDuring = started_ && inputs_.complete();
+  if (stateDuring) trackAsPathLists(config_, to);
+  if (started_ && !stateDuring && !onlyAdds(config_, to)) leftovers_ = true;
+  trackVersions(config_, to);
+  const bool stateAfter = step.inputs.complete();
+  if (stateAfter && !stateDuring) {
+    // A start (or a re-attach) reads everything as it stands. A re-attach comes back to an
+    // engine that may still hold what a held-back change removed: nothing will delete it.
+    if (restart && !pending_.empty()) leftovers_ = true;
+    pending_.clear();
+    inapplicable_.clear();
+    for (const auto& [name, list] : to.asPathLists) {
+      inapplicable_[name] = inapplicableEntries(list, to.asPathRegexMode);
+    }
+  }
+  if (!stateAfter) inapplicable_.clear();
+  const CycleNames cycles = cycleNames(to);
+  cycleRouteMaps_.insert(cycles.routeMaps.begin(), cycles.routeMaps.end());
+  cycleDynamicPrefixLists_.insert(cycles.dynamicPrefixLists.begin(),
+                                  cycles.dynamicPrefixLists.end());
+  started_ = true;
+  config_ = to;
+  inputs_ = step.inputs;
+
+  StepPromise p;
+  p.attached = stateAfter;
+  p.heldBack = !pending_.empty();
+  for (const auto& [name, held] : inapplicable_) {
+    if (held != inapplicableEntries(to.asPathLists.at(name), to.asPathRegexMode)) {
+      p.staleAsPathLists.insert(name);
+    }
+  }
+  p.leftovers = leftovers_;
+  p.cycleRouteMaps = cycleRouteMaps_;
+  p.cycleDynamicPrefixLists = cycleDynamicPrefixLists_;
+  return p;
+}
+
+std::vector<StepPromise> promisesOf(const ribpolicy::Scenario& scenario) {
+  PromiseTracker tracker;
+  std::vector<StepPromise> out;
+  for (const ribpolicy::Step& s : scenario.steps) out.push_back(tracker.step(s));
+  return out;
+}
+
+}  // namespace converge
