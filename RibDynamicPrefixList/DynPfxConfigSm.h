@@ -31,21 +31,20 @@ class DynPfxConfigSm : public Vox::Reactor {
   using EntryPtr = Vox::Ptr<Entry const>;
   using PolicyMapPtr = Vox::Ptr<RoutingPolicyMap::PolicyMap>;
 
-  class VoxConfig : public Vox::Reactor, public Config::Notifiee {
+  class VoxConfig : public Vox::ReactorOn<Config> {
    public:
     VoxConfig(const ConfigPtr& config, DynPfxConfigSm* sm);
     // Only keeps the reactors in line: a list's own reactor decides what to send.
     void onDynamicPrefixList(const std::string& name) override;
-    void onNotifier() override;
-    // The immediate whole-collection form: a reactor for every configured list, none for a
-    // list that is gone.
-    void onDynamicPrefixListvoxImmediate();
+
+   protected:
+    void onRetarget() override;
 
    private:
     DynPfxConfigSm* sm_;
   };
 
-  class VoxPolicyMap : public Vox::Reactor, public RoutingPolicyMap::PolicyMap::Notifiee {
+  class VoxPolicyMap : public Vox::ReactorOn<RoutingPolicyMap::PolicyMap> {
    public:
     VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map, DynPfxConfigSm* sm);
     void onDynamicPrefixList(const std::string& name) override;
@@ -54,7 +53,7 @@ class DynPfxConfigSm : public Vox::Reactor {
     DynPfxConfigSm* sm_;
   };
 
-  class VoxDynamicPrefixList : public Vox::Reactor, public Entry::Notifiee {
+  class VoxDynamicPrefixList : public Vox::ReactorOn<Entry> {
    public:
     VoxDynamicPrefixList(const EntryPtr& entry, DynPfxConfigSm* sm);
 
@@ -63,7 +62,6 @@ class DynPfxConfigSm : public Vox::Reactor {
     const std::string& prevMatchMap() const { return prevMatchMap_; }
 
     void onVersion() override;
-    void onNotifier() override;
 
     void handleInitialized();
     void handleDynamicPrefixListVersion();
@@ -71,6 +69,11 @@ class DynPfxConfigSm : public Vox::Reactor {
     void updatePolicyMapMatchMap(RoutingPolicyMap::CliMode mode, const std::string& configCli,
                                  const std::string& configKey, const std::string& prevMatchMapName,
                                  const std::string& currMatchMapName);
+
+   protected:
+    // Another entity under the list's name: its fields may differ, and no version change of
+    // it will announce them.
+    void onRetarget() override;
 
    private:
     DynPfxConfigSm* sm_;
@@ -83,15 +86,10 @@ class DynPfxConfigSm : public Vox::Reactor {
 
   const ConfigPtr& config() const { return config_; }
   const PolicyMapPtr& policyMap() const { return policyMap_; }
-  const Vox::ReactorColl<std::string, VoxDynamicPrefixList, Entry>& dynamicPrefixList() const {
-    return dynamicPrefixList_;
-  }
-
-  VoxDynamicPrefixList* dynamicPrefixListIs(const EntryPtr& entry) {
-    return dynamicPrefixList_.is(entry);
-  }
-  void dynamicPrefixListDel(const std::string& name) { dynamicPrefixList_.del(name); }
-  void dynamicPrefixListDelAll() { dynamicPrefixList_.delAll(); }
+  using DynamicPrefixListColl = Vox::ReactorColl<VoxDynamicPrefixList, Config::Coll>;
+  // The list reactors: dynamicPrefixList().is(entry), .del(name), .delAll().
+  DynamicPrefixListColl& dynamicPrefixList() { return dynamicPrefixList_; }
+  const DynamicPrefixListColl& dynamicPrefixList() const { return dynamicPrefixList_; }
   // Stop watching the configuration (its lists' reactors go with it) or the policy map.
   void configDel();
   void policyMapDel();
@@ -103,12 +101,15 @@ class DynPfxConfigSm : public Vox::Reactor {
 
  private:
   friend class VoxConfig;
+  friend class VoxPolicyMap;
 
   ConfigPtr config_;
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<VoxConfig> configReactor_{this};
   Vox::ReactorSlot<VoxPolicyMap> policyMapReactor_{this};
-  Vox::ReactorColl<std::string, VoxDynamicPrefixList, Entry> dynamicPrefixList_;
+  DynamicPrefixListColl dynamicPrefixList_{
+      this, "RibDynamicPrefixList::DynPfxConfigSm::dynamicPrefixList",
+      [this] { return config_ ? &config_->dynamicPrefixList() : nullptr; }};
 };
 
 Vox::Ptr<DynPfxConfigSm> dynPfxConfigSmFactory(const DynPfxConfigSm::ConfigPtr& config,

@@ -34,21 +34,19 @@ class PeerFilterConfigSm : public Vox::Reactor {
   // The engine's route-map name of the peer filter `name`.
   static Vox::String engineName(const std::string& name) { return ".PEER_FILTER." + name; }
 
-  class VoxPeerFilterConfig : public Vox::Reactor,
-                              public Routing::RouteMap::PeerFilterConfig::Notifiee {
+  class VoxPeerFilterConfig : public Vox::ReactorOn<Routing::RouteMap::PeerFilterConfig> {
    public:
     VoxPeerFilterConfig(const ConfigPtr& config, PeerFilterConfigSm* sm);
     void onPeerFilter(const std::string& name) override;
-    void onNotifier() override;
-    // The immediate whole-collection form: a reactor for every configured filter, none for a
-    // filter that is gone.
-    void onPeerFiltervoxImmediate();
+
+   protected:
+    void onRetarget() override;
 
    private:
     PeerFilterConfigSm* sm_;
   };
 
-  class VoxPeerFilter : public Vox::Reactor, public Routing::RouteMap::Map::Notifiee {
+  class VoxPeerFilter : public Vox::ReactorOn<Routing::RouteMap::Map> {
    public:
     VoxPeerFilter(const MapPtr& map, PeerFilterConfigSm* sm);
 
@@ -57,11 +55,13 @@ class PeerFilterConfigSm : public Vox::Reactor {
     const std::set<U32>& sentSeqno() const { return sentSeqno_; }
 
     void onVersion() override;
-    void onNotifier() override;
 
     void handleMapVersion();
     // Removes the community objects of every sequence sent last. No commit of its own.
     void deleteSentSeqCommObjects(const Mio& mio);
+
+   protected:
+    void onRetarget() override;
 
    private:
     PeerFilterConfigSm* sm_;
@@ -73,13 +73,10 @@ class PeerFilterConfigSm : public Vox::Reactor {
 
   const ConfigPtr& peerFilterConfig() const { return config_; }
   const L3::VrfName& vrfName() const { return vrfName_; }
-  const Vox::ReactorColl<std::string, VoxPeerFilter, Routing::RouteMap::Map>& peerFilter() const {
-    return peerFilter_;
-  }
-
-  VoxPeerFilter* peerFilterIs(const MapPtr& map) { return peerFilter_.is(map); }
-  void peerFilterDel(const std::string& name) { peerFilter_.del(name); }
-  void peerFilterDelAll() { peerFilter_.delAll(); }
+  using PeerFilterColl = Vox::ReactorColl<VoxPeerFilter, Routing::RouteMap::PeerFilterConfig::Coll>;
+  // The filter reactors: peerFilter().is(map), .del(name), .delAll().
+  PeerFilterColl& peerFilter() { return peerFilter_; }
+  const PeerFilterColl& peerFilter() const { return peerFilter_; }
 
   void handleInitialized();
   void handlePeerFilter(const std::string& name);
@@ -90,7 +87,8 @@ class PeerFilterConfigSm : public Vox::Reactor {
   ConfigPtr config_;
   L3::VrfName vrfName_;
   Vox::ReactorSlot<VoxPeerFilterConfig> configReactor_{this};
-  Vox::ReactorColl<std::string, VoxPeerFilter, Routing::RouteMap::Map> peerFilter_;
+  PeerFilterColl peerFilter_{this, "RibRouteMap::PeerFilterConfigSm::peerFilter",
+                             [this] { return config_ ? &config_->peerFilter() : nullptr; }};
 };
 
 Vox::Ptr<PeerFilterConfigSm> peerFilterConfigSmFactory(const PeerFilterConfigSm::ConfigPtr& config,

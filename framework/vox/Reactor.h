@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "framework/vox/Notifier.h"
 #include "framework/vox/Ptr.h"
 
 namespace Vox {
@@ -73,6 +74,33 @@ class Reactor : public PtrInterface {
  private:
   std::vector<ReactorChildren*> children_;
   bool initialized_ = false;
+};
+
+// A reactor that watches one entity of type `Entity` (its notifier): the base of every nested
+// reactor. Construction registers with the entity as well, but a reactor's own start-up does
+// its first pass, so the retarget hook runs only for an entity given after start-up (the
+// constructor ends by setting `initialized`).
+template <class Entity>
+class ReactorOn : public Reactor, public Entity::Notifiee {
+ public:
+  using EntityPtr = Ptr<Entity const>;
+
+ protected:
+  explicit ReactorOn(const EntityPtr& entity) { this->notifierIs(entity); }
+
+  // Called when the reactor is pointed at another entity after its start-up.
+  virtual void onRetarget() {}
+
+  // A scalar notification: the hand-written handler runs only while handlers are on.
+  template <class Handle>
+  void dispatch(Handle&& handle) {
+    dispatchScalar(std::forward<Handle>(handle));
+  }
+
+ private:
+  void onNotifier() final {
+    if (initialized() && this->notifier()) onRetarget();
+  }
 };
 
 // One owned reactor (for example the reactor on a state machine's watched entity).

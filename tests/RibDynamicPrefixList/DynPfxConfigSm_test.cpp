@@ -165,7 +165,7 @@ TEST_F(DynPfxConfigSmTest, ConfigRemovalDeletesAHeldList) {
 // The collection mutator refuses a null entry, naming the parameter and the collection.
 TEST_F(DynPfxConfigSmTest, NullEntryIsRefused) {
   start();
-  EXPECT_DEATH(sm_->dynamicPrefixListIs(nullptr),
+  EXPECT_DEATH(sm_->dynamicPrefixList().is(nullptr),
                "null _dynamicPrefixList parameter to mutator for "
                "RibDynamicPrefixList::DynPfxConfigSm::dynamicPrefixList not allowed");
 }

@@ -147,7 +147,7 @@ TEST_F(PeerFilterConfigSmTest, RouteMapOfTheSameNameStaysApart) {
 
 // A null map is refused by the collection mutator, naming the collection.
 TEST_F(PeerFilterConfigSmDeathTest, NullFilterRefused) {
-  EXPECT_DEATH(sm().peerFilterIs(nullptr),
+  EXPECT_DEATH(sm().peerFilter().is(nullptr),
                "null _peerFilter parameter to mutator for "
                "RibRouteMap::PeerFilterConfigSm::peerFilter not allowed");
 }

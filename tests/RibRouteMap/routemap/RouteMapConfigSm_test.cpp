@@ -215,7 +215,7 @@ TEST(RouteMapConfigSmStartTest, StartOnExistingEqualsAddingLater) {
 // A null map or sequence is refused by the collection mutators, naming the collection.
 TEST_F(RouteMapConfigSmTest, NullEntitiesRefused) {
   auto* sm = agent.root->vrfStatusSm()->routeMapConfigSm();
-  EXPECT_DEATH(sm->routeMapIs(nullptr),
+  EXPECT_DEATH(sm->routeMap().is(nullptr),
                "null _routeMap parameter to mutator for RibRouteMap::RouteMapConfigSm::routeMap "
                "not allowed");
 }
