@@ -22,18 +22,13 @@ Vox::Ptr<DynPfxConfigSm> dynPfxConfigSmFactory(const DynPfxConfigSm::ConfigPtr& 
 // --- DynPfxConfigSm ---------------------------------------------------------------------
 
 DynPfxConfigSm::DynPfxConfigSm(const ConfigPtr& config, const PolicyMapPtr& policyMap)
-    : config_(config),
-      policyMap_(policyMap),
-      dynamicPrefixList_(
-          this, "_dynamicPrefixList", "RibDynamicPrefixList::DynPfxConfigSm::dynamicPrefixList",
-          [](const Entry& e) { return e.name(); },
-          [this](const EntryPtr& e) { return Vox::make<VoxDynamicPrefixList>(e, this); }) {
+    : config_(config), policyMap_(policyMap) {
+  dynamicPrefixList_.zombieHookIs(
+      [this](VoxDynamicPrefixList& r) { vox_handleDynamicPrefixList(r); });
   configReactor_.set(Vox::make<VoxConfig>(config_, this));
   policyMapReactor_.set(Vox::make<VoxPolicyMap>(policyMap_, this));
   // Each new reactor sends its list at once if the policy map already holds it.
-  if (config_) {
-    for (const auto& [name, entry] : config_->dynamicPrefixList()) dynamicPrefixListIs(entry);
-  }
+  dynamicPrefixList_.reconcileAll();
   handleInitialized();
 }
 
@@ -47,7 +42,7 @@ void DynPfxConfigSm::handleInitialized() {
 void DynPfxConfigSm::configDel() {
   configReactor_->notifierIs(nullptr);
   config_ = nullptr;
-  dynamicPrefixListDelAll();
+  dynamicPrefixList_.delAll();
 }
 
 void DynPfxConfigSm::policyMapDel() {
@@ -70,37 +65,41 @@ void DynPfxConfigSm::handleDynamicPrefixListMap(const std::string& name) {
   }
 }
 
+void DynPfxConfigSm::vox_handleDynamicPrefixList(VoxDynamicPrefixList& reactor) {
+  // While the policy map holds the list, the reactor has sent it; once the reactor is gone
+  // nothing would ever delete it, so it leaves the engine with its configuration. A state
+  // machine that is torn down sends nothing (its handlers are off by then).
+  if (!handlersEnabled() || !policyMap_ || !policyMap_->dynamicPrefixList(reactor.name())) return;
+  reactor.handleMirrorConfigDelete();
+}
+
 // --- VoxConfig --------------------------------------------------------------------------
 
-DynPfxConfigSm::VoxConfig::VoxConfig(const ConfigPtr& config, DynPfxConfigSm* sm) : sm_(sm) {
-  notifierIs(config);
+DynPfxConfigSm::VoxConfig::VoxConfig(const ConfigPtr& config, DynPfxConfigSm* sm)
+    : ReactorOn(config), sm_(sm) {
+  initializedIs(true);
 }
 
 void DynPfxConfigSm::VoxConfig::onDynamicPrefixList(const std::string& name) {
-  // No handler: what a list sends is its own reactor's business, at its creation and on its
-  // version; removal from the configuration alone leaves the engine as it is.
-  if (notifier()) sm_->dynamicPrefixList_.reconcile(name, notifier()->dynamicPrefixList(name));
+  // No handler: what a list sends is its own reactor's business, at its creation, on its
+  // version and at its removal (the collection's hook).
+  sm_->dynamicPrefixList_.reconcile(name);
 }
 
-void DynPfxConfigSm::VoxConfig::onNotifier() {
-  // Construction registers too; the state machine's start-up creates the first reactors.
-  if (sm_->initialized()) onDynamicPrefixListvoxImmediate();
-}
-
-void DynPfxConfigSm::VoxConfig::onDynamicPrefixListvoxImmediate() {
-  if (notifier()) sm_->dynamicPrefixList_.reconcileAll(notifier()->dynamicPrefixList());
+void DynPfxConfigSm::VoxConfig::onRetarget() {
+  sm_->dynamicPrefixList_.reconcileAll();
 }
 
 // --- VoxPolicyMap -----------------------------------------------------------------------
 
 DynPfxConfigSm::VoxPolicyMap::VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map,
                                            DynPfxConfigSm* sm)
-    : sm_(sm) {
-  notifierIs(map);
+    : ReactorOn(map), sm_(sm) {
+  initializedIs(true);
 }
 
 void DynPfxConfigSm::VoxPolicyMap::onDynamicPrefixList(const std::string& name) {
-  dispatchScalar([&] { sm_->handleDynamicPrefixListMap(name); });
+  dispatch([&] { sm_->handleDynamicPrefixListMap(name); });
 }
 
 // --- VoxDynamicPrefixList ---------------------------------------------------------------
@@ -108,19 +107,16 @@ void DynPfxConfigSm::VoxPolicyMap::onDynamicPrefixList(const std::string& name) 
 using VoxDynamicPrefixList = DynPfxConfigSm::VoxDynamicPrefixList;
 
 VoxDynamicPrefixList::VoxDynamicPrefixList(const EntryPtr& entry, DynPfxConfigSm* sm)
-    : sm_(sm), name_(entry->name()) {
-  notifierIs(entry);
+    : ReactorOn(entry), sm_(sm), name_(entry->name()) {
   handleInitialized();
 }
 
 void VoxDynamicPrefixList::onVersion() {
-  dispatchScalar([this] { handleDynamicPrefixListVersion(); });
+  dispatch([this] { handleDynamicPrefixListVersion(); });
 }
 
-void VoxDynamicPrefixList::onNotifier() {
-  // Construction registers too; a later retarget is another entity whose fields may differ,
-  // and no version change of it will announce them.
-  if (initialized() && notifier()) dispatchScalar([this] { handleDynamicPrefixListVersion(); });
+void VoxDynamicPrefixList::onRetarget() {
+  dispatch([this] { handleDynamicPrefixListVersion(); });
 }
 
 void VoxDynamicPrefixList::handleInitialized() {

@@ -4,9 +4,10 @@
 // A configured list reaches the engine only while the policy-reference map holds it too: the
 // map says which lists something refers to, and an unreferenced list is of no use to the
 // engine. So a list is written when its version changes or when it appears in the map, and
-// deleted when it leaves the map; removing it from the configuration alone only drops its
-// reactor. While a list is written, its match map is recorded in the policy-reference map as
-// referred to by the list, so that the route-map side sends the match map as well.
+// deleted when it leaves the map, or when it leaves the configuration while the map holds it
+// (its reactor is the last one that knows the engine has it). While a list is written, its match
+// map is recorded in the policy-reference map as referred to by the list, so that the route-map
+// side sends the match map as well.
 //
 // Ownership: the state machine owns one VoxConfig (on the configuration), one VoxPolicyMap (on
 // the policy map) and one VoxDynamicPrefixList per configured list. Nested reactors keep a
@@ -30,21 +31,20 @@ class DynPfxConfigSm : public Vox::Reactor {
   using EntryPtr = Vox::Ptr<Entry const>;
   using PolicyMapPtr = Vox::Ptr<RoutingPolicyMap::PolicyMap>;
 
-  class VoxConfig : public Vox::Reactor, public Config::Notifiee {
+  class VoxConfig : public Vox::ReactorOn<Config> {
    public:
     VoxConfig(const ConfigPtr& config, DynPfxConfigSm* sm);
     // Only keeps the reactors in line: a list's own reactor decides what to send.
     void onDynamicPrefixList(const std::string& name) override;
-    void onNotifier() override;
-    // The immediate whole-collection form: a reactor for every configured list, none for a
-    // list that is gone.
-    void onDynamicPrefixListvoxImmediate();
+
+   protected:
+    void onRetarget() override;
 
    private:
     DynPfxConfigSm* sm_;
   };
 
-  class VoxPolicyMap : public Vox::Reactor, public RoutingPolicyMap::PolicyMap::Notifiee {
+  class VoxPolicyMap : public Vox::ReactorOn<RoutingPolicyMap::PolicyMap> {
    public:
     VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map, DynPfxConfigSm* sm);
     void onDynamicPrefixList(const std::string& name) override;
@@ -53,7 +53,7 @@ class DynPfxConfigSm : public Vox::Reactor {
     DynPfxConfigSm* sm_;
   };
 
-  class VoxDynamicPrefixList : public Vox::Reactor, public Entry::Notifiee {
+  class VoxDynamicPrefixList : public Vox::ReactorOn<Entry> {
    public:
     VoxDynamicPrefixList(const EntryPtr& entry, DynPfxConfigSm* sm);
 
@@ -62,7 +62,6 @@ class DynPfxConfigSm : public Vox::Reactor {
     const std::string& prevMatchMap() const { return prevMatchMap_; }
 
     void onVersion() override;
-    void onNotifier() override;
 
     void handleInitialized();
     void handleDynamicPrefixListVersion();
@@ -70,6 +69,11 @@ class DynPfxConfigSm : public Vox::Reactor {
     void updatePolicyMapMatchMap(RoutingPolicyMap::CliMode mode, const std::string& configCli,
                                  const std::string& configKey, const std::string& prevMatchMapName,
                                  const std::string& currMatchMapName);
+
+   protected:
+    // Another entity under the list's name: its fields may differ, and no version change of
+    // it will announce them.
+    void onRetarget() override;
 
    private:
     DynPfxConfigSm* sm_;
@@ -82,30 +86,30 @@ class DynPfxConfigSm : public Vox::Reactor {
 
   const ConfigPtr& config() const { return config_; }
   const PolicyMapPtr& policyMap() const { return policyMap_; }
-  const Vox::ReactorColl<std::string, VoxDynamicPrefixList, Entry>& dynamicPrefixList() const {
-    return dynamicPrefixList_;
-  }
-
-  VoxDynamicPrefixList* dynamicPrefixListIs(const EntryPtr& entry) {
-    return dynamicPrefixList_.is(entry);
-  }
-  void dynamicPrefixListDel(const std::string& name) { dynamicPrefixList_.del(name); }
-  void dynamicPrefixListDelAll() { dynamicPrefixList_.delAll(); }
+  using DynamicPrefixListColl = Vox::ReactorColl<VoxDynamicPrefixList, Config::Coll>;
+  // The list reactors: dynamicPrefixList().is(entry), .del(name), .delAll().
+  DynamicPrefixListColl& dynamicPrefixList() { return dynamicPrefixList_; }
+  const DynamicPrefixListColl& dynamicPrefixList() const { return dynamicPrefixList_; }
   // Stop watching the configuration (its lists' reactors go with it) or the policy map.
   void configDel();
   void policyMapDel();
 
   void handleInitialized();
   void handleDynamicPrefixListMap(const std::string& name);
+  // Runs when a list's reactor has been removed from the collection.
+  void vox_handleDynamicPrefixList(VoxDynamicPrefixList& reactor);
 
  private:
   friend class VoxConfig;
+  friend class VoxPolicyMap;
 
   ConfigPtr config_;
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<VoxConfig> configReactor_{this};
   Vox::ReactorSlot<VoxPolicyMap> policyMapReactor_{this};
-  Vox::ReactorColl<std::string, VoxDynamicPrefixList, Entry> dynamicPrefixList_;
+  DynamicPrefixListColl dynamicPrefixList_{
+      this, "RibDynamicPrefixList::DynPfxConfigSm::dynamicPrefixList",
+      [this] { return config_ ? &config_->dynamicPrefixList() : nullptr; }};
 };
 
 Vox::Ptr<DynPfxConfigSm> dynPfxConfigSmFactory(const DynPfxConfigSm::ConfigPtr& config,

@@ -50,11 +50,13 @@ void AclConfigSm::handleConfig(Acl::AclType type) {
 
 // --- VoxAclConfig -----------------------------------------------------------------------
 
-AclConfigSm::VoxAclConfig::VoxAclConfig(const ConfigPtr& config, AclConfigSm* sm) : sm_(sm) {
-  notifierIs(config);
+AclConfigSm::VoxAclConfig::VoxAclConfig(const ConfigPtr& config, AclConfigSm* sm)
+    : ReactorOn(config), sm_(sm) {
+  initializedIs(true);
 }
 
 void AclConfigSm::VoxAclConfig::onConfig(Acl::AclType type) {
+  // Only the IP type has engine objects: one state machine, not a collection of reactors.
   dispatchKeyed(
       type, [this](Acl::AclType t) { sm_->handleConfig(t); },
       [this](Acl::AclType t) {

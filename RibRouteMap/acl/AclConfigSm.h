@@ -14,7 +14,7 @@ class AclConfigSm : public Vox::Reactor {
   using ConfigPtr = Vox::Ptr<Acl::Config const>;
   using TypeConfigPtr = IpAclConfigSm::TypeConfigPtr;
 
-  class VoxAclConfig : public Vox::Reactor, public Acl::Config::Notifiee {
+  class VoxAclConfig : public Vox::ReactorOn<Acl::Config> {
    public:
     VoxAclConfig(const ConfigPtr& config, AclConfigSm* sm);
     void onConfig(Acl::AclType type) override;

@@ -7,12 +7,7 @@ namespace RibRouteMap {
 // --- IpAclConfigSm ----------------------------------------------------------------------
 
 IpAclConfigSm::IpAclConfigSm(const TypeConfigPtr& config, const L3::VrfName& vrfName)
-    : config_(config),
-      vrfName_(vrfName),
-      acl_(
-          this, "_acl", "RibRouteMap::IpAclConfigSm::acl",
-          [](const Acl::AclConfig& a) { return a.name(); },
-          [this](const AclPtr& a) { return Vox::make<VoxAcl>(a, this); }) {
+    : config_(config), vrfName_(vrfName) {
   configReactor_.set(Vox::make<VoxIpConfig>(config_, this));
   handleInitialized();
 }
@@ -25,7 +20,7 @@ void IpAclConfigSm::notifierIs(const TypeConfigPtr& config) {
 
 void IpAclConfigSm::handleInitialized() {
   // Each new list's reactor sends its list as it is made.
-  configReactor_->onAclvoxImmediate();
+  acl_.reconcileAll();
   initializedIs(true);
 }
 
@@ -40,44 +35,34 @@ void IpAclConfigSm::handleIpConfig(const std::string& name) {
 
 // --- VoxIpConfig ------------------------------------------------------------------------
 
-IpAclConfigSm::VoxIpConfig::VoxIpConfig(const TypeConfigPtr& config, IpAclConfigSm* sm) : sm_(sm) {
-  notifierIs(config);
+IpAclConfigSm::VoxIpConfig::VoxIpConfig(const TypeConfigPtr& config, IpAclConfigSm* sm)
+    : ReactorOn(config), sm_(sm) {
+  initializedIs(true);
 }
 
 void IpAclConfigSm::VoxIpConfig::onAcl(const std::string& name) {
-  dispatchKeyed(
-      name, [this](const std::string& n) { sm_->handleIpConfig(n); },
-      [this](const std::string& n) {
-        if (notifier()) sm_->acl_.reconcile(n, notifier()->acl(n));
-      });
+  sm_->acl_.onKey(*this, name, [this](const std::string& n) { sm_->handleIpConfig(n); });
 }
 
-void IpAclConfigSm::VoxIpConfig::onNotifier() {
-  // Construction registers too; the state machine's start-up creates the first reactors.
-  if (sm_->initialized()) onAclvoxImmediate();
-}
-
-void IpAclConfigSm::VoxIpConfig::onAclvoxImmediate() {
-  if (notifier()) sm_->acl_.reconcileAll(notifier()->acl());
+void IpAclConfigSm::VoxIpConfig::onRetarget() {
+  sm_->acl_.reconcileAll();
 }
 
 // --- VoxAcl -----------------------------------------------------------------------------
 
 IpAclConfigSm::VoxAcl::VoxAcl(const AclPtr& acl, IpAclConfigSm* sm)
-    : sm_(sm), aclName_(acl->name()) {
-  notifierIs(acl);
+    : ReactorOn(acl), sm_(sm), aclName_(acl->name()) {
   // A newly seen list is always replaced in the engine, whatever the engine held before.
   handleCurrCfg();
   initializedIs(true);
 }
 
 void IpAclConfigSm::VoxAcl::onCurrCfg() {
-  dispatchScalar([this] { handleCurrCfg(); });
+  dispatch([this] { handleCurrCfg(); });
 }
 
-void IpAclConfigSm::VoxAcl::onNotifier() {
-  // Construction registers too; only a later retarget is a new list to send.
-  if (initialized() && notifier()) handleCurrCfg();
+void IpAclConfigSm::VoxAcl::onRetarget() {
+  handleCurrCfg();
 }
 
 void IpAclConfigSm::VoxAcl::handleCurrCfg() {

@@ -25,29 +25,30 @@ class IpAclConfigSm : public Vox::Reactor {
   using TypeConfigPtr = Vox::Ptr<Acl::AclTypeConfig const>;
   using AclPtr = Vox::Ptr<Acl::AclConfig const>;
 
-  class VoxIpConfig : public Vox::Reactor, public Acl::AclTypeConfig::Notifiee {
+  class VoxIpConfig : public Vox::ReactorOn<Acl::AclTypeConfig> {
    public:
     VoxIpConfig(const TypeConfigPtr& config, IpAclConfigSm* sm);
     void onAcl(const std::string& name) override;
-    void onNotifier() override;
-    // The immediate whole-collection form: a reactor for every configured list, none for a
-    // list that is gone.
-    void onAclvoxImmediate();
+
+   protected:
+    void onRetarget() override;
 
    private:
     IpAclConfigSm* sm_;
   };
 
-  class VoxAcl : public Vox::Reactor, public Acl::AclConfig::Notifiee {
+  class VoxAcl : public Vox::ReactorOn<Acl::AclConfig> {
    public:
     VoxAcl(const AclPtr& acl, IpAclConfigSm* sm);
 
     const std::string& aclName() const { return aclName_; }
 
     void onCurrCfg() override;
-    void onNotifier() override;
 
     void handleCurrCfg();
+
+   protected:
+    void onRetarget() override;
 
    private:
     IpAclConfigSm* sm_;
@@ -58,14 +59,13 @@ class IpAclConfigSm : public Vox::Reactor {
 
   const TypeConfigPtr& ipConfig() const { return config_; }
   const L3::VrfName& vrfName() const { return vrfName_; }
-  const Vox::ReactorColl<std::string, VoxAcl, Acl::AclConfig>& acl() const { return acl_; }
+  using AclColl = Vox::ReactorColl<VoxAcl, Acl::AclTypeConfig::Coll>;
+  // The list reactors: acl().is(list), .del(name), .delAll().
+  AclColl& acl() { return acl_; }
+  const AclColl& acl() const { return acl_; }
 
   // Watches another configuration of the IP type; the lists follow it.
   void notifierIs(const TypeConfigPtr& config);
-
-  VoxAcl* aclIs(const AclPtr& acl) { return acl_.is(acl); }
-  void aclDel(const std::string& name) { acl_.del(name); }
-  void aclDelAll() { acl_.delAll(); }
 
   void handleInitialized();
   void handleIpConfig(const std::string& name);
@@ -76,7 +76,8 @@ class IpAclConfigSm : public Vox::Reactor {
   TypeConfigPtr config_;
   L3::VrfName vrfName_;
   Vox::ReactorSlot<VoxIpConfig> configReactor_{this};
-  Vox::ReactorColl<std::string, VoxAcl, Acl::AclConfig> acl_;
+  AclColl acl_{this, "RibRouteMap::IpAclConfigSm::acl",
+               [this] { return config_ ? &config_->acl() : nullptr; }};
 };
 
 }  // namespace RibRouteMap

@@ -51,40 +51,22 @@ using VoxCommunityList = AclListConfigSm::VoxCommunityList;
 using VoxCommunityListEntry = VoxCommunityList::VoxCommunityListEntry;
 
 VoxCommunityList::VoxCommunityList(const CommunityListPtr& list, AclListConfigSm* sm)
-    : sm_(sm),
-      name_(list->name()),
-      communityListEntry_(
-          this, "_communityListEntry",
-          "RibRouteMap::AclListConfigSm::VoxCommunityList::communityListEntry",
-          [](const Acl::CommunityListEntry& e) { return e.seqno(); },
-          [this](const CommunityListEntryPtr& e) {
-            return Vox::make<VoxCommunityListEntry>(e, this);
-          }) {
-  notifierIs(list);
+    : ReactorOn(list), sm_(sm), name_(list->name()) {
   for (const auto& [seqno, entry] : list->communityListEntry()) commSetNameIs(seqno, true);
   // Each entry reactor sends its entry as it is made.
-  communityListEntry_.reconcileAll(list->communityListEntry());
+  communityListEntry_.reconcileAll();
   initializedIs(true);
 }
 
 void VoxCommunityList::onCommunityListEntry(U32 seqno) {
-  dispatchKeyed(
-      seqno, [this](U32 s) { handleCommunityListEntry(s); },
-      [this](U32 s) {
-        if (notifier()) communityListEntry_.reconcile(s, notifier()->communityListEntry(s));
-      });
+  communityListEntry_.onKey(*this, seqno, [this](U32 s) { handleCommunityListEntry(s); });
 }
 
-void VoxCommunityList::onNotifier() {
-  // Construction registers too and sends by itself.
-  if (!initialized() || !notifier()) return;
-  // Another entity under the same name: what this list remembers and what the new entity
-  // holds are compared entry by entry, as if each had been notified, so that entries the new
-  // entity lacks leave the engine.
+void VoxCommunityList::onRetarget() {
   std::map<U32, bool> seqnos = commSetName_;
   for (const auto& [seqno, entry] : notifier()->communityListEntry()) seqnos[seqno] = true;
   for (const auto& [seqno, seen] : seqnos) handleCommunityListEntry(seqno);
-  communityListEntry_.reconcileAll(notifier()->communityListEntry());
+  communityListEntry_.reconcileAll();
 }
 
 void VoxCommunityList::handleCommunityListEntry(U32 seqno) {
@@ -120,18 +102,16 @@ void VoxCommunityList::deleteListCommSets() {
 
 VoxCommunityListEntry::VoxCommunityListEntry(const CommunityListEntryPtr& entry,
                                              VoxCommunityList* list)
-    : communityList_(list) {
-  notifierIs(entry);
+    : ReactorOn(entry), communityList_(list) {
   handleVersion();
   initializedIs(true);
 }
 
 void VoxCommunityListEntry::onVersion() {
-  dispatchScalar([this] { handleVersion(); });
+  dispatch([this] { handleVersion(); });
 }
 
-void VoxCommunityListEntry::onNotifier() {
-  if (!initialized() || !notifier()) return;
+void VoxCommunityListEntry::onRetarget() {
   handleVersion();
 }
 

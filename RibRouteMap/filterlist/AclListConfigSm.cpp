@@ -12,23 +12,7 @@ Vox::Ptr<AclListConfigSm> aclListConfigSmFactory(const AclListConfigSm::ConfigPt
 // --- AclListConfigSm --------------------------------------------------------------------
 
 AclListConfigSm::AclListConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName)
-    : vrfName_(vrfName),
-      pathList_(
-          this, "_pathList", "RibRouteMap::AclListConfigSm::pathList",
-          [](const Acl::AsPathList& l) { return l.name(); },
-          [this](const PathListPtr& l) { return Vox::make<VoxPathList>(l, this); }),
-      prefixList_(
-          this, "_prefixList", "RibRouteMap::AclListConfigSm::prefixList",
-          [](const Acl::PrefixList& l) { return l.name(); },
-          [this](const PrefixListPtr& l) { return Vox::make<VoxPrefixList>(l, this); }),
-      ipv6PrefixList_(
-          this, "_ipv6PrefixList", "RibRouteMap::AclListConfigSm::ipv6PrefixList",
-          [](const Acl::Ipv6PrefixList& l) { return l.name(); },
-          [this](const Ipv6PrefixListPtr& l) { return Vox::make<VoxIpv6PrefixList>(l, this); }),
-      communityList_(
-          this, "_communityList", "RibRouteMap::AclListConfigSm::communityList",
-          [](const Acl::CommunityList& l) { return l.name(); },
-          [this](const CommunityListPtr& l) { return Vox::make<VoxCommunityList>(l, this); }) {
+    : vrfName_(vrfName) {
   communityList_.zombieHookIs([this](VoxCommunityList& r) { vox_handleCommunityList(r); });
   aclConfig_.set(Vox::make<VoxAclConfig>(config, this));
   // The dialect goes first: switching it removes every AS-path list from the engine.
@@ -38,12 +22,10 @@ AclListConfigSm::AclListConfigSm(const ConfigPtr& config, const L3::VrfName& vrf
   handlePrefixList();
   handleIpv6PrefixList();
   handleCommunityList();
-  if (config) {
-    for (const auto& [name, list] : config->pathList()) pathListIs(list);
-    for (const auto& [name, list] : config->prefixList()) prefixListIs(list);
-    for (const auto& [name, list] : config->ipv6PrefixList()) ipv6PrefixListIs(list);
-    for (const auto& [name, list] : config->communityList()) communityListIs(list);
-  }
+  pathList_.reconcileAll();
+  prefixList_.reconcileAll();
+  ipv6PrefixList_.reconcileAll();
+  communityList_.reconcileAll();
   handleInitialized();
 }
 
@@ -110,69 +92,37 @@ void AclListConfigSm::handleCommunityList() {
 // --- VoxAclConfig -----------------------------------------------------------------------
 
 AclListConfigSm::VoxAclConfig::VoxAclConfig(const ConfigPtr& config, AclListConfigSm* sm)
-    : sm_(sm) {
-  notifierIs(config);
+    : ReactorOn(config), sm_(sm) {
+  initializedIs(true);
 }
 
 void AclListConfigSm::VoxAclConfig::onPathList(const std::string& name) {
-  dispatchKeyed(
-      name, [this](const std::string& n) { sm_->handlePathList(n); },
-      [this](const std::string& n) {
-        if (notifier()) sm_->pathList_.reconcile(n, notifier()->pathList(n));
-      });
+  sm_->pathList_.onKey(*this, name, [this](const std::string& n) { sm_->handlePathList(n); });
 }
 
 void AclListConfigSm::VoxAclConfig::onPrefixList(const std::string& name) {
-  dispatchKeyed(
-      name, [this](const std::string& n) { sm_->handlePrefixList(n); },
-      [this](const std::string& n) {
-        if (notifier()) sm_->prefixList_.reconcile(n, notifier()->prefixList(n));
-      });
+  sm_->prefixList_.onKey(*this, name, [this](const std::string& n) { sm_->handlePrefixList(n); });
 }
 
 void AclListConfigSm::VoxAclConfig::onIpv6PrefixList(const std::string& name) {
-  dispatchKeyed(
-      name, [this](const std::string& n) { sm_->handleIpv6PrefixList(n); },
-      [this](const std::string& n) {
-        if (notifier()) sm_->ipv6PrefixList_.reconcile(n, notifier()->ipv6PrefixList(n));
-      });
+  sm_->ipv6PrefixList_.onKey(*this, name,
+                             [this](const std::string& n) { sm_->handleIpv6PrefixList(n); });
 }
 
 void AclListConfigSm::VoxAclConfig::onCommunityList(const std::string& name) {
-  dispatchKeyed(
-      name, [this](const std::string& n) { sm_->handleCommunityList(n); },
-      [this](const std::string& n) {
-        if (notifier()) sm_->communityList_.reconcile(n, notifier()->communityList(n));
-      });
+  sm_->communityList_.onKey(*this, name,
+                            [this](const std::string& n) { sm_->handleCommunityList(n); });
 }
 
 void AclListConfigSm::VoxAclConfig::onRegexMode() {
-  dispatchScalar([this] { sm_->handleRegexMode(); });
+  dispatch([this] { sm_->handleRegexMode(); });
 }
 
-void AclListConfigSm::VoxAclConfig::onNotifier() {
-  // Construction registers too; the state machine's start-up creates the first reactors.
-  if (!sm_->initialized()) return;
-  onPathListvoxImmediate();
-  onPrefixListvoxImmediate();
-  onIpv6PrefixListvoxImmediate();
-  onCommunityListvoxImmediate();
-}
-
-void AclListConfigSm::VoxAclConfig::onPathListvoxImmediate() {
-  if (notifier()) sm_->pathList_.reconcileAll(notifier()->pathList());
-}
-
-void AclListConfigSm::VoxAclConfig::onPrefixListvoxImmediate() {
-  if (notifier()) sm_->prefixList_.reconcileAll(notifier()->prefixList());
-}
-
-void AclListConfigSm::VoxAclConfig::onIpv6PrefixListvoxImmediate() {
-  if (notifier()) sm_->ipv6PrefixList_.reconcileAll(notifier()->ipv6PrefixList());
-}
-
-void AclListConfigSm::VoxAclConfig::onCommunityListvoxImmediate() {
-  if (notifier()) sm_->communityList_.reconcileAll(notifier()->communityList());
+void AclListConfigSm::VoxAclConfig::onRetarget() {
+  sm_->pathList_.reconcileAll();
+  sm_->prefixList_.reconcileAll();
+  sm_->ipv6PrefixList_.reconcileAll();
+  sm_->communityList_.reconcileAll();
 }
 
 }  // namespace RibRouteMap

@@ -19,8 +19,10 @@
 // all without sending anything.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "RibRouteMap/mio/Mio.h"
 #include "framework/config/AclListConfig.h"
@@ -43,7 +45,7 @@ class AclListConfigSm : public Vox::Reactor {
   using CommunityListPtr = Vox::Ptr<Acl::CommunityList const>;
   using CommunityListEntryPtr = Vox::Ptr<Acl::CommunityListEntry const>;
 
-  class VoxAclConfig : public Vox::Reactor, public Acl::AclListConfig::Notifiee {
+  class VoxAclConfig : public Vox::ReactorOn<Acl::AclListConfig> {
    public:
     VoxAclConfig(const ConfigPtr& config, AclListConfigSm* sm);
     void onPathList(const std::string& name) override;
@@ -51,62 +53,52 @@ class AclListConfigSm : public Vox::Reactor {
     void onIpv6PrefixList(const std::string& name) override;
     void onCommunityList(const std::string& name) override;
     void onRegexMode() override;
-    void onNotifier() override;
-    // The immediate whole-collection forms: a reactor for every configured list, none for a
-    // list that is gone. They send nothing themselves.
-    void onPathListvoxImmediate();
-    void onPrefixListvoxImmediate();
-    void onIpv6PrefixListvoxImmediate();
-    void onCommunityListvoxImmediate();
+
+   protected:
+    // Every collection follows the new configuration; nothing is sent by this alone.
+    void onRetarget() override;
 
    private:
     AclListConfigSm* sm_;
   };
 
-  class VoxPrefixList : public Vox::Reactor, public Acl::PrefixList::Notifiee {
+  // The reactor of one prefix list of either family (`List` is Acl::PrefixList or
+  // Acl::Ipv6PrefixList): the two share their rhythm and differ only in the engine commands.
+  template <class List>
+  class VoxPrefixListOf : public Vox::ReactorOn<List> {
    public:
-    VoxPrefixList(const PrefixListPtr& list, AclListConfigSm* sm);
+    using ListPtr = Vox::Ptr<List const>;
+    VoxPrefixListOf(const ListPtr& list, AclListConfigSm* sm);
 
     const std::string& name() const { return name_; }
-    // The entries changed since the last version was applied.
-    const std::map<U32, bool>& modifiedSeqNum() const { return modifiedSeqNum_; }
+    // The entries changed since the last version was applied, in notification order.
+    const std::vector<U32>& modifiedSeqNum() const { return modifiedSeqNum_; }
 
     void onEntry(U32 seqno) override;
     void onVersion() override;
-    void onNotifier() override;
 
     void handlePrefixEntry(U32 seqno);
-    void handlePrefixEntry();
     void handlePrefixListVersion();
 
-   private:
-    AclListConfigSm* sm_;
-    std::string name_;
-    std::map<U32, bool> modifiedSeqNum_;
-  };
-
-  class VoxIpv6PrefixList : public Vox::Reactor, public Acl::Ipv6PrefixList::Notifiee {
-   public:
-    VoxIpv6PrefixList(const Ipv6PrefixListPtr& list, AclListConfigSm* sm);
-
-    const std::string& name() const { return name_; }
-    const std::map<U32, bool>& modifiedSeqNum() const { return modifiedSeqNum_; }
-
-    void onEntry(U32 seqno) override;
-    void onVersion() override;
-    void onNotifier() override;
-
-    void handleIpv6PrefixEntry(U32 seqno);
-    void handleIpv6PrefixEntry();
-    void handleIpv6PrefixListVersion();
+   protected:
+    // A new entity under the same name is sent as at creation, so that none of its entries is
+    // missed; entries marked for the old one still go (as deletes when the new one lacks them).
+    void onRetarget() override;
 
    private:
+    // Sends every entry of the list as it stands, and the marked entries it lacks, then commits.
+    void sendWhole();
+    // Sends one entry as configured now: an add, or a delete when it is gone.
+    void sendEntry(const Mio& mio, U32 seqno);
+
     AclListConfigSm* sm_;
     std::string name_;
-    std::map<U32, bool> modifiedSeqNum_;
+    std::vector<U32> modifiedSeqNum_;
   };
+  using VoxPrefixList = VoxPrefixListOf<Acl::PrefixList>;
+  using VoxIpv6PrefixList = VoxPrefixListOf<Acl::Ipv6PrefixList>;
 
-  class VoxPathList : public Vox::Reactor, public Acl::AsPathList::Notifiee {
+  class VoxPathList : public Vox::ReactorOn<Acl::AsPathList> {
    public:
     VoxPathList(const PathListPtr& list, AclListConfigSm* sm);
 
@@ -118,7 +110,6 @@ class AclListConfigSm : public Vox::Reactor {
 
     void onPathEntry(U32 seqno) override;
     void onVersion() override;
-    void onNotifier() override;
 
     void handlePathEntry(U32 seqno);
     void handleAsPathListVersion();
@@ -128,26 +119,31 @@ class AclListConfigSm : public Vox::Reactor {
     void doAddPathListEntriesToEngine();
     void doDelPathListEntriesFromEngine();
 
+   protected:
+    void onRetarget() override;
+
    private:
     AclListConfigSm* sm_;
     std::string name_;
     std::map<U32, bool> inapplicableSeqno_;
   };
 
-  class VoxCommunityList : public Vox::Reactor, public Acl::CommunityList::Notifiee {
+  class VoxCommunityList : public Vox::ReactorOn<Acl::CommunityList> {
    public:
-    class VoxCommunityListEntry : public Vox::Reactor, public Acl::CommunityListEntry::Notifiee {
+    class VoxCommunityListEntry : public Vox::ReactorOn<Acl::CommunityListEntry> {
      public:
       VoxCommunityListEntry(const CommunityListEntryPtr& entry, VoxCommunityList* list);
       void onVersion() override;
-      void onNotifier() override;
       // Rewrites the entry whole once it is complete (version not 0).
       void handleVersion();
+
+     protected:
+      void onRetarget() override;
 
      private:
       VoxCommunityList* communityList_;
     };
-    using EntryColl = Vox::ReactorColl<U32, VoxCommunityListEntry, Acl::CommunityListEntry>;
+    using EntryColl = Vox::ReactorColl<VoxCommunityListEntry, Acl::CommunityList::EntryMap>;
 
     VoxCommunityList(const CommunityListPtr& list, AclListConfigSm* sm);
 
@@ -160,17 +156,24 @@ class AclListConfigSm : public Vox::Reactor {
     const EntryColl& communityListEntry() const { return communityListEntry_; }
 
     void onCommunityListEntry(U32 seqno) override;
-    void onNotifier() override;
 
     void handleCommunityListEntry(U32 seqno);
     // Deletes the community sets of every remembered entry, in all three kinds.
     void deleteListCommSets();
 
+   protected:
+    // Another entity under the same name: what this list remembers and what the new entity
+    // holds are compared entry by entry, as if each had been notified, so that entries the
+    // new entity lacks leave the engine.
+    void onRetarget() override;
+
    private:
     AclListConfigSm* sm_;
     std::string name_;
     std::map<U32, bool> commSetName_;
-    EntryColl communityListEntry_;
+    EntryColl communityListEntry_{
+        this, "RibRouteMap::AclListConfigSm::VoxCommunityList::communityListEntry",
+        [this] { return this->notifier() ? &this->notifier()->communityListEntry() : nullptr; }};
   };
 
   AclListConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName);
@@ -184,36 +187,21 @@ class AclListConfigSm : public Vox::Reactor {
   // The configured dialect of AS-path expressions.
   Acl::RegexMode regexMode() const;
 
-  const Vox::ReactorColl<std::string, VoxPathList, Acl::AsPathList>& pathList() const {
-    return pathList_;
-  }
-  const Vox::ReactorColl<std::string, VoxPrefixList, Acl::PrefixList>& prefixList() const {
-    return prefixList_;
-  }
-  const Vox::ReactorColl<std::string, VoxIpv6PrefixList, Acl::Ipv6PrefixList>& ipv6PrefixList()
-      const {
-    return ipv6PrefixList_;
-  }
-  const Vox::ReactorColl<std::string, VoxCommunityList, Acl::CommunityList>& communityList() const {
-    return communityList_;
-  }
-
-  VoxPathList* pathListIs(const PathListPtr& list) { return pathList_.is(list); }
-  void pathListDel(const std::string& name) { pathList_.del(name); }
-  void pathListDelAll() { pathList_.delAll(); }
-  VoxPrefixList* prefixListIs(const PrefixListPtr& list) { return prefixList_.is(list); }
-  void prefixListDel(const std::string& name) { prefixList_.del(name); }
-  void prefixListDelAll() { prefixList_.delAll(); }
-  VoxIpv6PrefixList* ipv6PrefixListIs(const Ipv6PrefixListPtr& list) {
-    return ipv6PrefixList_.is(list);
-  }
-  void ipv6PrefixListDel(const std::string& name) { ipv6PrefixList_.del(name); }
-  void ipv6PrefixListDelAll() { ipv6PrefixList_.delAll(); }
-  VoxCommunityList* communityListIs(const CommunityListPtr& list) {
-    return communityList_.is(list);
-  }
-  void communityListDel(const std::string& name) { communityList_.del(name); }
-  void communityListDelAll() { communityList_.delAll(); }
+  template <class R, class List>
+  using ListColl = Vox::ReactorColl<R, Acl::AclListConfig::Coll<List>>;
+  using PathListColl = ListColl<VoxPathList, Acl::AsPathList>;
+  using PrefixListColl = ListColl<VoxPrefixList, Acl::PrefixList>;
+  using Ipv6PrefixListColl = ListColl<VoxIpv6PrefixList, Acl::Ipv6PrefixList>;
+  using CommunityListColl = ListColl<VoxCommunityList, Acl::CommunityList>;
+  // The list reactors of each kind: pathList().is(list), .del(name), .delAll(), and so on.
+  PathListColl& pathList() { return pathList_; }
+  const PathListColl& pathList() const { return pathList_; }
+  PrefixListColl& prefixList() { return prefixList_; }
+  const PrefixListColl& prefixList() const { return prefixList_; }
+  Ipv6PrefixListColl& ipv6PrefixList() { return ipv6PrefixList_; }
+  const Ipv6PrefixListColl& ipv6PrefixList() const { return ipv6PrefixList_; }
+  CommunityListColl& communityList() { return communityList_; }
+  const CommunityListColl& communityList() const { return communityList_; }
 
   void handleInitialized();
   // Whole-state passes; each does nothing without a configuration.
@@ -242,10 +230,24 @@ class AclListConfigSm : public Vox::Reactor {
 
   Vox::ReactorSlot<VoxAclConfig> aclConfig_{this};
   L3::VrfName vrfName_;
-  Vox::ReactorColl<std::string, VoxPathList, Acl::AsPathList> pathList_;
-  Vox::ReactorColl<std::string, VoxPrefixList, Acl::PrefixList> prefixList_;
-  Vox::ReactorColl<std::string, VoxIpv6PrefixList, Acl::Ipv6PrefixList> ipv6PrefixList_;
-  Vox::ReactorColl<std::string, VoxCommunityList, Acl::CommunityList> communityList_;
+  // Each collection mirrors its kind in the watched configuration.
+  template <class List>
+  std::function<const Acl::AclListConfig::Coll<List>*()> watched(
+      const Acl::AclListConfig::Coll<List>& (Acl::AclListConfig::*coll)() const) {
+    return [this, coll]() -> const Acl::AclListConfig::Coll<List>* {
+      const ConfigPtr config = aclListConfig();
+      return config ? &((*config).*coll)() : nullptr;
+    };
+  }
+  PathListColl pathList_{this, "RibRouteMap::AclListConfigSm::pathList",
+                         watched<Acl::AsPathList>(&Acl::AclListConfig::pathList)};
+  PrefixListColl prefixList_{this, "RibRouteMap::AclListConfigSm::prefixList",
+                             watched<Acl::PrefixList>(&Acl::AclListConfig::prefixList)};
+  Ipv6PrefixListColl ipv6PrefixList_{
+      this, "RibRouteMap::AclListConfigSm::ipv6PrefixList",
+      watched<Acl::Ipv6PrefixList>(&Acl::AclListConfig::ipv6PrefixList)};
+  CommunityListColl communityList_{this, "RibRouteMap::AclListConfigSm::communityList",
+                                   watched<Acl::CommunityList>(&Acl::AclListConfig::communityList)};
 };
 
 Vox::Ptr<AclListConfigSm> aclListConfigSmFactory(const AclListConfigSm::ConfigPtr& config,

@@ -74,8 +74,7 @@ bool AclListConfigSm::aspathListValidRegex(const std::string& name) const {
 // --- VoxPathList ------------------------------------------------------------------------
 
 AclListConfigSm::VoxPathList::VoxPathList(const PathListPtr& list, AclListConfigSm* sm)
-    : sm_(sm), name_(list->name()) {
-  notifierIs(list);
+    : ReactorOn(list), sm_(sm), name_(list->name()) {
   // Only a commit: the entries follow as notifications, or with the state machine's
   // reevaluation at start-up.
   handleAsPathListVersion();
@@ -83,15 +82,14 @@ AclListConfigSm::VoxPathList::VoxPathList(const PathListPtr& list, AclListConfig
 }
 
 void AclListConfigSm::VoxPathList::onPathEntry(U32 seqno) {
-  dispatchScalar([&] { handlePathEntry(seqno); });
+  dispatch([&] { handlePathEntry(seqno); });
 }
 
 void AclListConfigSm::VoxPathList::onVersion() {
-  dispatchScalar([this] { handleAsPathListVersion(); });
+  dispatch([this] { handleAsPathListVersion(); });
 }
 
-void AclListConfigSm::VoxPathList::onNotifier() {
-  if (!initialized() || !notifier()) return;
+void AclListConfigSm::VoxPathList::onRetarget() {
   handleAsPathListVersion();
 }
 

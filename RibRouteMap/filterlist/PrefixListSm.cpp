@@ -6,6 +6,8 @@
 // engine's entry of that number), a delete for one that is gone. An entry that is removed and
 // added again within one batch is therefore sent once, as an add. Both families share the
 // engine node; an IPv6 list is kept apart by its prefixed name (Mio::prefixListId).
+#include <algorithm>
+
 #include "RibRouteMap/filterlist/AclListConfigSm.h"
 #include "RibRouteMap/root/Trace.h"
 
@@ -14,23 +16,6 @@ namespace RibRouteMap {
 namespace {
 
 using Family = Mio::PrefixListFamily;
-
-// Sends the marked entries of `list` (add or delete each), commits once, even with nothing
-// marked, and forgets the marks.
-template <class List, class AddEntry>
-void sendMarkedEntries(const Mio& mio, const List* list, Family family, const std::string& name,
-                       std::map<U32, bool>& marked, AddEntry addEntry) {
-  for (const auto& [seqno, on] : marked) {
-    RM_TRACE(traceDetail, "Commit seqno: " << seqno);
-    if (const auto* entry = list ? list->entry(seqno) : nullptr) {
-      addEntry(*entry);
-    } else {
-      mio.doDelIpPrefixListEntry(name, seqno, family);
-    }
-  }
-  mio.doCommit();
-  marked.clear();
-}
 
 }  // namespace
 
@@ -67,100 +52,119 @@ void AclListConfigSm::handleIpv6PrefixList(const std::string& name) {
   mio->doCommit();
 }
 
-// --- VoxPrefixList ----------------------------------------------------------------------
+// --- VoxPrefixList and VoxIpv6PrefixList ---------------------------------------------
 
-AclListConfigSm::VoxPrefixList::VoxPrefixList(const PrefixListPtr& list, AclListConfigSm* sm)
-    : sm_(sm), name_(list->name()) {
-  notifierIs(list);
+namespace {
+
+// What differs between the two families: the trace names and the entry command.
+template <class List>
+struct PrefixFamily;
+
+template <>
+struct PrefixFamily<Acl::PrefixList> {
+  static constexpr Family family = Family::ipv4;
+  static constexpr const char* entryTrace =
+      "void RibRouteMap::AclListConfigSm::VoxPrefixList::handlePrefixEntry(U32) ";
+  static constexpr const char* versionTrace =
+      "void RibRouteMap::AclListConfigSm::VoxPrefixList::handlePrefixListVersion() ";
+  static void add(const Mio& mio, const std::string& name, const Acl::PrefixEntry& e) {
+    mio.doAddIpPrefixListEntry(name, e.seqno, e.permit, e.prefix, e.ge, e.le);
+  }
+};
+
+template <>
+struct PrefixFamily<Acl::Ipv6PrefixList> {
+  static constexpr Family family = Family::ipv6;
+  static constexpr const char* entryTrace =
+      "void RibRouteMap::AclListConfigSm::VoxIpv6PrefixList::handleIpv6PrefixEntry(U32) ";
+  static constexpr const char* versionTrace =
+      "void RibRouteMap::AclListConfigSm::VoxIpv6PrefixList::handleIpv6PrefixListVersion() ";
+  static void add(const Mio& mio, const std::string& name, const Acl::Ipv6PrefixEntry& e) {
+    mio.doAddIpv6PrefixListEntry(name, e.seqno, e.permit, e.prefix, e.ge, e.le);
+  }
+};
+
+}  // namespace
+
+template <class List>
+AclListConfigSm::VoxPrefixListOf<List>::VoxPrefixListOf(const ListPtr& list, AclListConfigSm* sm)
+    : Vox::ReactorOn<List>(list), sm_(sm), name_(list->name()) {
   // A new reactor knows nothing of what the engine holds: it sends every entry.
-  handlePrefixEntry();
-  handlePrefixListVersion();
-  initializedIs(true);
+  sendWhole();
+  this->initializedIs(true);
 }
 
-void AclListConfigSm::VoxPrefixList::onEntry(U32 seqno) {
-  dispatchScalar([&] { handlePrefixEntry(seqno); });
+template <class List>
+void AclListConfigSm::VoxPrefixListOf<List>::onEntry(U32 seqno) {
+  this->dispatch([&] { handlePrefixEntry(seqno); });
 }
 
-void AclListConfigSm::VoxPrefixList::onVersion() {
-  dispatchScalar([this] { handlePrefixListVersion(); });
+template <class List>
+void AclListConfigSm::VoxPrefixListOf<List>::onVersion() {
+  this->dispatch([this] { handlePrefixListVersion(); });
 }
 
-void AclListConfigSm::VoxPrefixList::onNotifier() {
-  // A new entity under the same name is sent as at creation, so that none of its entries is
-  // missed. Construction registers too and sends by itself.
-  if (!initialized() || !notifier()) return;
-  handlePrefixEntry();
-  handlePrefixListVersion();
+template <class List>
+void AclListConfigSm::VoxPrefixListOf<List>::onRetarget() {
+  sendWhole();
 }
 
-void AclListConfigSm::VoxPrefixList::handlePrefixEntry(U32 seqno) {
-  RM_TRACE(traceHandler, "void RibRouteMap::AclListConfigSm::VoxPrefixList::handlePrefixEntry(U32) "
-                             << name_ << " seqno: " << seqno);
-  modifiedSeqNum_[seqno] = true;
+template <class List>
+void AclListConfigSm::VoxPrefixListOf<List>::handlePrefixEntry(U32 seqno) {
+  RM_TRACE(traceHandler, PrefixFamily<List>::entryTrace << name_ << " seqno: " << seqno);
+  modifiedSeqNum_.push_back(seqno);
 }
 
-void AclListConfigSm::VoxPrefixList::handlePrefixEntry() {
-  if (!notifier()) return;
-  for (const auto& [seqno, entry] : notifier()->entries()) handlePrefixEntry(seqno);
+template <class List>
+void AclListConfigSm::VoxPrefixListOf<List>::sendEntry(const Mio& mio, U32 seqno) {
+  RM_TRACE(traceDetail, "Commit seqno: " << seqno);
+  const List* list = this->notifier().ptr();
+  if (const auto* entry = list ? list->entry(seqno) : nullptr) {
+    PrefixFamily<List>::add(mio, name_, *entry);
+  } else {
+    mio.doDelIpPrefixListEntry(name_, seqno, PrefixFamily<List>::family);
+  }
 }
 
-void AclListConfigSm::VoxPrefixList::handlePrefixListVersion() {
-  RM_TRACE(traceHandler,
-           "void RibRouteMap::AclListConfigSm::VoxPrefixList::handlePrefixListVersion() " << name_);
+template <class List>
+void AclListConfigSm::VoxPrefixListOf<List>::handlePrefixListVersion() {
+  RM_TRACE(traceHandler, PrefixFamily<List>::versionTrace << name_);
+  // A batch names each changed entry once, in ascending order, however often it changed.
+  std::sort(modifiedSeqNum_.begin(), modifiedSeqNum_.end());
+  modifiedSeqNum_.erase(std::unique(modifiedSeqNum_.begin(), modifiedSeqNum_.end()),
+                        modifiedSeqNum_.end());
   auto mio = mioFactory(sm_->vrfName());
-  sendMarkedEntries(*mio, notifier().ptr(), Family::ipv4, name_, modifiedSeqNum_,
-                    [&](const Acl::PrefixEntry& e) {
-                      mio->doAddIpPrefixListEntry(name_, e.seqno, e.permit, e.prefix, e.ge, e.le);
-                    });
+  for (U32 seqno : modifiedSeqNum_) sendEntry(*mio, seqno);
+  mio->doCommit();
+  modifiedSeqNum_.clear();
 }
 
-// --- VoxIpv6PrefixList ------------------------------------------------------------------
-
-AclListConfigSm::VoxIpv6PrefixList::VoxIpv6PrefixList(const Ipv6PrefixListPtr& list,
-                                                      AclListConfigSm* sm)
-    : sm_(sm), name_(list->name()) {
-  notifierIs(list);
-  handleIpv6PrefixEntry();
-  handleIpv6PrefixListVersion();
-  initializedIs(true);
+template <class List>
+void AclListConfigSm::VoxPrefixListOf<List>::sendWhole() {
+  const List* list = this->notifier().ptr();
+  if (!list) return;
+  if (modifiedSeqNum_.empty()) {
+    // Nothing pending (always so at creation): the entries go straight from the entity, in
+    // its order, without a mark each.
+    if (routeMapTrace().enabled(traceHandler)) {
+      for (const auto& [seqno, entry] : list->entries()) {
+        RM_TRACE(traceHandler, PrefixFamily<List>::entryTrace << name_ << " seqno: " << seqno);
+      }
+    }
+    RM_TRACE(traceHandler, PrefixFamily<List>::versionTrace << name_);
+    auto mio = mioFactory(sm_->vrfName());
+    for (const auto& [seqno, entry] : list->entries()) {
+      RM_TRACE(traceDetail, "Commit seqno: " << seqno);
+      PrefixFamily<List>::add(*mio, name_, entry);
+    }
+    mio->doCommit();
+    return;
+  }
+  for (const auto& [seqno, entry] : list->entries()) handlePrefixEntry(seqno);
+  handlePrefixListVersion();
 }
 
-void AclListConfigSm::VoxIpv6PrefixList::onEntry(U32 seqno) {
-  dispatchScalar([&] { handleIpv6PrefixEntry(seqno); });
-}
-
-void AclListConfigSm::VoxIpv6PrefixList::onVersion() {
-  dispatchScalar([this] { handleIpv6PrefixListVersion(); });
-}
-
-void AclListConfigSm::VoxIpv6PrefixList::onNotifier() {
-  if (!initialized() || !notifier()) return;
-  handleIpv6PrefixEntry();
-  handleIpv6PrefixListVersion();
-}
-
-void AclListConfigSm::VoxIpv6PrefixList::handleIpv6PrefixEntry(U32 seqno) {
-  RM_TRACE(traceHandler,
-           "void RibRouteMap::AclListConfigSm::VoxIpv6PrefixList::handleIpv6PrefixEntry(U32) "
-               << name_ << " seqno: " << seqno);
-  modifiedSeqNum_[seqno] = true;
-}
-
-void AclListConfigSm::VoxIpv6PrefixList::handleIpv6PrefixEntry() {
-  if (!notifier()) return;
-  for (const auto& [seqno, entry] : notifier()->entries()) handleIpv6PrefixEntry(seqno);
-}
-
-void AclListConfigSm::VoxIpv6PrefixList::handleIpv6PrefixListVersion() {
-  RM_TRACE(traceHandler,
-           "void RibRouteMap::AclListConfigSm::VoxIpv6PrefixList::handleIpv6PrefixListVersion() "
-               << name_);
-  auto mio = mioFactory(sm_->vrfName());
-  sendMarkedEntries(*mio, notifier().ptr(), Family::ipv6, name_, modifiedSeqNum_,
-                    [&](const Acl::Ipv6PrefixEntry& e) {
-                      mio->doAddIpv6PrefixListEntry(name_, e.seqno, e.permit, e.prefix, e.ge, e.le);
-                    });
-}
+template class AclListConfigSm::VoxPrefixListOf<Acl::PrefixList>;
+template class AclListConfigSm::VoxPrefixListOf<Acl::Ipv6PrefixList>;
 
 }  // namespace RibRouteMap

@@ -12,19 +12,14 @@ Vox::Ptr<PeerFilterConfigSm> peerFilterConfigSmFactory(const PeerFilterConfigSm:
 // --- PeerFilterConfigSm -----------------------------------------------------------------
 
 PeerFilterConfigSm::PeerFilterConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName)
-    : config_(config),
-      vrfName_(vrfName),
-      peerFilter_(
-          this, "_peerFilter", "RibRouteMap::PeerFilterConfigSm::peerFilter",
-          [](const Routing::RouteMap::Map& m) { return m.name(); },
-          [this](const MapPtr& m) { return Vox::make<VoxPeerFilter>(m, this); }) {
+    : config_(config), vrfName_(vrfName) {
   configReactor_.set(Vox::make<VoxPeerFilterConfig>(config_, this));
   handleInitialized();
 }
 
 void PeerFilterConfigSm::handleInitialized() {
   // Each new filter's reactor sends its filter as it is made.
-  configReactor_->onPeerFiltervoxImmediate();
+  peerFilter_.reconcileAll();
   initializedIs(true);
 }
 
@@ -37,50 +32,40 @@ void PeerFilterConfigSm::handlePeerFilter(const std::string& name) {
   auto mio = mioFactory(vrfName_);
   mio->doDeleteRouteMap(engineName(name));
   mio->doCommit();
+  if (VoxPeerFilter* reactor = peerFilter_.find(name)) reactor->deleteSentSeqCommObjects(*mio);
 }
 
 // --- VoxPeerFilterConfig ----------------------------------------------------------------
 
 PeerFilterConfigSm::VoxPeerFilterConfig::VoxPeerFilterConfig(const ConfigPtr& config,
                                                              PeerFilterConfigSm* sm)
-    : sm_(sm) {
-  notifierIs(config);
+    : ReactorOn(config), sm_(sm) {
+  initializedIs(true);
 }
 
 void PeerFilterConfigSm::VoxPeerFilterConfig::onPeerFilter(const std::string& name) {
-  dispatchKeyed(
-      name, [this](const std::string& n) { sm_->handlePeerFilter(n); },
-      [this](const std::string& n) {
-        if (notifier()) sm_->peerFilter_.reconcile(n, notifier()->peerFilter(n));
-      });
+  sm_->peerFilter_.onKey(*this, name, [this](const std::string& n) { sm_->handlePeerFilter(n); });
 }
 
-void PeerFilterConfigSm::VoxPeerFilterConfig::onNotifier() {
-  // Construction registers too; the state machine's start-up creates the first reactors.
-  if (sm_->initialized()) onPeerFiltervoxImmediate();
-}
-
-void PeerFilterConfigSm::VoxPeerFilterConfig::onPeerFiltervoxImmediate() {
-  if (notifier()) sm_->peerFilter_.reconcileAll(notifier()->peerFilter());
+void PeerFilterConfigSm::VoxPeerFilterConfig::onRetarget() {
+  sm_->peerFilter_.reconcileAll();
 }
 
 // --- VoxPeerFilter ----------------------------------------------------------------------
 
 PeerFilterConfigSm::VoxPeerFilter::VoxPeerFilter(const MapPtr& map, PeerFilterConfigSm* sm)
-    : sm_(sm), filterName_(map->name()) {
-  notifierIs(map);
+    : ReactorOn(map), sm_(sm), filterName_(map->name()) {
   // A newly seen filter is always replaced in the engine, whatever the engine held before.
   handleMapVersion();
   initializedIs(true);
 }
 
 void PeerFilterConfigSm::VoxPeerFilter::onVersion() {
-  dispatchScalar([this] { handleMapVersion(); });
+  dispatch([this] { handleMapVersion(); });
 }
 
-void PeerFilterConfigSm::VoxPeerFilter::onNotifier() {
-  // Construction registers too; only a later retarget is a new filter to send.
-  if (initialized() && notifier()) handleMapVersion();
+void PeerFilterConfigSm::VoxPeerFilter::onRetarget() {
+  handleMapVersion();
 }
 
 void PeerFilterConfigSm::VoxPeerFilter::handleMapVersion() {
@@ -91,8 +76,18 @@ void PeerFilterConfigSm::VoxPeerFilter::handleMapVersion() {
   auto mio = mioFactory(sm_->vrfName());
   mio->doDeleteRouteMap(name);
   mio->doCommit();
-  if (map) mio->doInsertRouteMap(map, name);
+  deleteSentSeqCommObjects(*mio);
+  if (map) {
+    mio->doInsertRouteMap(map, name);
+    for (const auto& [seqno, entry] : map->mapEntry()) sentSeqno_.insert(seqno);
+  }
   mio->doCommit();
+}
+
+void PeerFilterConfigSm::VoxPeerFilter::deleteSentSeqCommObjects(const Mio& mio) {
+  const Vox::String name = engineName(filterName_);
+  for (U32 seqno : sentSeqno_) mio.doDeleteMapSeqCommObjects(name, seqno);
+  sentSeqno_.clear();
 }
 
 }  // namespace RibRouteMap

@@ -4,12 +4,18 @@
 // sent as a route map named ".PEER_FILTER." followed by the filter's name. The prefix keeps a
 // peer filter and a route map of the same name apart, and the library's own names all begin
 // with "." so no configured name can take it. Like a route map, a filter is replaced whole on
-// every version change: delete, commit, insert, commit.
+// every version change: delete, commit, insert, commit. Its sequences own internal community
+// lists and sets and community-list user records exactly as a route map's do, so every
+// sequence the filter had goes through the same clean-up after the delete's commit, when the
+// filter is removed and on every version change (the insert makes again what is still
+// configured): otherwise a later change of a community list that a gone clause used would
+// write that clause, and the filter's route map with it, back into the engine.
 //
 // Ownership: the state machine owns one VoxPeerFilterConfig (on the configuration) and one
 // VoxPeerFilter per configured filter; nested reactors keep a plain back pointer.
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "RibRouteMap/mio/Mio.h"
@@ -28,47 +34,49 @@ class PeerFilterConfigSm : public Vox::Reactor {
   // The engine's route-map name of the peer filter `name`.
   static Vox::String engineName(const std::string& name) { return ".PEER_FILTER." + name; }
 
-  class VoxPeerFilterConfig : public Vox::Reactor,
-                              public Routing::RouteMap::PeerFilterConfig::Notifiee {
+  class VoxPeerFilterConfig : public Vox::ReactorOn<Routing::RouteMap::PeerFilterConfig> {
    public:
     VoxPeerFilterConfig(const ConfigPtr& config, PeerFilterConfigSm* sm);
     void onPeerFilter(const std::string& name) override;
-    void onNotifier() override;
-    // The immediate whole-collection form: a reactor for every configured filter, none for a
-    // filter that is gone.
-    void onPeerFiltervoxImmediate();
+
+   protected:
+    void onRetarget() override;
 
    private:
     PeerFilterConfigSm* sm_;
   };
 
-  class VoxPeerFilter : public Vox::Reactor, public Routing::RouteMap::Map::Notifiee {
+  class VoxPeerFilter : public Vox::ReactorOn<Routing::RouteMap::Map> {
    public:
     VoxPeerFilter(const MapPtr& map, PeerFilterConfigSm* sm);
 
     const std::string& filterName() const { return filterName_; }
+    // The sequences sent last, whose community objects may be in the engine.
+    const std::set<U32>& sentSeqno() const { return sentSeqno_; }
 
     void onVersion() override;
-    void onNotifier() override;
 
     void handleMapVersion();
+    // Removes the community objects of every sequence sent last. No commit of its own.
+    void deleteSentSeqCommObjects(const Mio& mio);
+
+   protected:
+    void onRetarget() override;
 
    private:
     PeerFilterConfigSm* sm_;
     std::string filterName_;
+    std::set<U32> sentSeqno_;
   };
 
   PeerFilterConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName);
 
   const ConfigPtr& peerFilterConfig() const { return config_; }
   const L3::VrfName& vrfName() const { return vrfName_; }
-  const Vox::ReactorColl<std::string, VoxPeerFilter, Routing::RouteMap::Map>& peerFilter() const {
-    return peerFilter_;
-  }
-
-  VoxPeerFilter* peerFilterIs(const MapPtr& map) { return peerFilter_.is(map); }
-  void peerFilterDel(const std::string& name) { peerFilter_.del(name); }
-  void peerFilterDelAll() { peerFilter_.delAll(); }
+  using PeerFilterColl = Vox::ReactorColl<VoxPeerFilter, Routing::RouteMap::PeerFilterConfig::Coll>;
+  // The filter reactors: peerFilter().is(map), .del(name), .delAll().
+  PeerFilterColl& peerFilter() { return peerFilter_; }
+  const PeerFilterColl& peerFilter() const { return peerFilter_; }
 
   void handleInitialized();
   void handlePeerFilter(const std::string& name);
@@ -79,7 +87,8 @@ class PeerFilterConfigSm : public Vox::Reactor {
   ConfigPtr config_;
   L3::VrfName vrfName_;
   Vox::ReactorSlot<VoxPeerFilterConfig> configReactor_{this};
-  Vox::ReactorColl<std::string, VoxPeerFilter, Routing::RouteMap::Map> peerFilter_;
+  PeerFilterColl peerFilter_{this, "RibRouteMap::PeerFilterConfigSm::peerFilter",
+                             [this] { return config_ ? &config_->peerFilter() : nullptr; }};
 };
 
 Vox::Ptr<PeerFilterConfigSm> peerFilterConfigSmFactory(const PeerFilterConfigSm::ConfigPtr& config,

@@ -13,32 +13,12 @@ Vox::Ptr<Root> rootFactory(const Vox::Name& name) {
 
 // --- VrfStatusSm ------------------------------------------------------------------------
 
-VrfStatusSm::VrfStatusSm(L3::VrfName vrfName, RouteMapConfigPtr routeMapConfig,
-                         PeerFilterConfigPtr peerFilterConfig, AclListConfigPtr aclListConfig,
-                         AclConfigPtr aclConfig, DynPfxListConfigPtr dynPfxListConfig,
-                         PolicyMapPtr policyMap)
-    : vrfName_(std::move(vrfName)),
-      routeMapConfig_(std::move(routeMapConfig)),
-      peerFilterConfig_(std::move(peerFilterConfig)),
-      aclListConfig_(std::move(aclListConfig)),
-      aclConfig_(std::move(aclConfig)),
-      dynPfxListConfig_(std::move(dynPfxListConfig)),
-      policyMap_(std::move(policyMap)) {
+VrfStatusSm::VrfStatusSm(L3::VrfName vrfName, VrfInputs inputs)
+    : vrfName_(std::move(vrfName)), inputs_(std::move(inputs)) {
   handleInitialized();
 }
 
 VrfStatusSm::~VrfStatusSm() = default;
-
-bool VrfStatusSm::sameInputs(const L3::VrfName& vrfName, const RouteMapConfigPtr& routeMapConfig,
-                             const PeerFilterConfigPtr& peerFilterConfig,
-                             const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
-                             const DynPfxListConfigPtr& dynPfxListConfig,
-                             const PolicyMapPtr& policyMap) const {
-  return vrfName_ == vrfName && routeMapConfig_ == routeMapConfig &&
-         peerFilterConfig_ == peerFilterConfig && aclListConfig_ == aclListConfig &&
-         aclConfig_ == aclConfig && dynPfxListConfig_ == dynPfxListConfig &&
-         policyMap_ == policyMap;
-}
 
 void VrfStatusSm::handleInitialized() {
   RM_TRACE(traceHandler, "void RibRouteMap::VrfStatusSm::handleInitialized()");
@@ -47,67 +27,37 @@ void VrfStatusSm::handleInitialized() {
   const L3::VrfName vrf = rmRoot ? rmRoot->vrfName() : vrfName_;
   // In a fixed order: route maps, peer filters, filter lists, access lists, dynamic prefix
   // lists.
-  routeMapConfigSmIs(routeMapConfig_, vrf, policyMap_);
-  peerFilterConfigSmIs(peerFilterConfig_, vrf);
-  aclListConfigSmIs(aclListConfig_, vrf);
-  aclConfigSmIs(aclConfig_, vrf);
+  routeMapConfigSmIs(inputs_.routeMapConfig, vrf, inputs_.policyMap);
+  peerFilterConfigSmIs(inputs_.peerFilterConfig, vrf);
+  aclListConfigSmIs(inputs_.aclListConfig, vrf);
+  aclConfigSmIs(inputs_.aclConfig, vrf);
   // Last: the other machines' start-up has entered their references in the policy map by now,
   // so the dynamic prefix lists they refer to are sent at once.
-  dynPfxConfigSmIs(dynPfxListConfig_, policyMap_);
+  dynPfxConfigSmIs(inputs_.dynPfxListConfig, inputs_.policyMap);
   initializedIs(true);
 }
 
 void VrfStatusSm::routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
                                      const PolicyMapPtr& policyMap) {
-  auto sm = routeMapConfigSmFactory(config, vrfName, policyMap);
-  routeMapConfigSm_.set(sm);
-  sm->hasNotificationActiveIs(true);
-}
-
-void VrfStatusSm::routeMapConfigSmDel() {
-  routeMapConfigSm_.reset();
+  start(routeMapConfigSm_, routeMapConfigSmFactory(config, vrfName, policyMap));
 }
 
 void VrfStatusSm::peerFilterConfigSmIs(const PeerFilterConfigPtr& config,
                                        const L3::VrfName& vrfName) {
-  auto sm = peerFilterConfigSmFactory(config, vrfName);
-  peerFilterConfigSm_.set(sm);
-  sm->hasNotificationActiveIs(true);
+  start(peerFilterConfigSm_, peerFilterConfigSmFactory(config, vrfName));
 }
 
-void VrfStatusSm::peerFilterConfigSmDel() {
-  peerFilterConfigSm_.reset();
+void VrfStatusSm::aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName) {
+  start(aclListConfigSm_, aclListConfigSmFactory(config, vrfName));
 }
 
 void VrfStatusSm::aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName) {
-  auto sm = aclConfigSmFactory(config, vrfName);
-  aclConfigSm_.set(sm);
-  sm->hasNotificationActiveIs(true);
-}
-
-void VrfStatusSm::aclConfigSmDel() {
-  aclConfigSm_.reset();
+  start(aclConfigSm_, aclConfigSmFactory(config, vrfName));
 }
 
 void VrfStatusSm::dynPfxConfigSmIs(const DynPfxListConfigPtr& config,
                                    const PolicyMapPtr& policyMap) {
-  auto sm = RibDynamicPrefixList::dynPfxConfigSmFactory(config, policyMap);
-  dynPfxConfigSm_.set(sm);
-  sm->hasNotificationActiveIs(true);
-}
-
-void VrfStatusSm::dynPfxConfigSmDel() {
-  dynPfxConfigSm_.reset();
-}
-
-void VrfStatusSm::aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName) {
-  auto sm = aclListConfigSmFactory(config, vrfName);
-  aclListConfigSm_.set(sm);
-  sm->hasNotificationActiveIs(true);
-}
-
-void VrfStatusSm::aclListConfigSmDel() {
-  aclListConfigSm_.reset();
+  start(dynPfxConfigSm_, RibDynamicPrefixList::dynPfxConfigSmFactory(config, policyMap));
 }
 
 // --- Root -------------------------------------------------------------------------------
@@ -140,22 +90,22 @@ void Root::configIs(T& member, const T& value, void (Notifiee::*on)()) {
 }
 
 void Root::routeMapConfigIs(const RouteMapConfigPtr& v) {
-  configIs(routeMapConfig_, v, &Notifiee::onRouteMapConfig);
+  configIs(inputs_.routeMapConfig, v, &Notifiee::onRouteMapConfig);
 }
 void Root::peerFilterConfigIs(const PeerFilterConfigPtr& v) {
-  configIs(peerFilterConfig_, v, &Notifiee::onPeerFilterConfig);
+  configIs(inputs_.peerFilterConfig, v, &Notifiee::onPeerFilterConfig);
 }
 void Root::aclListConfigIs(const AclListConfigPtr& v) {
-  configIs(aclListConfig_, v, &Notifiee::onAclListConfig);
+  configIs(inputs_.aclListConfig, v, &Notifiee::onAclListConfig);
 }
 void Root::aclConfigIs(const AclConfigPtr& v) {
-  configIs(aclConfig_, v, &Notifiee::onAclConfig);
+  configIs(inputs_.aclConfig, v, &Notifiee::onAclConfig);
 }
 void Root::dynPfxListConfigIs(const DynPfxListConfigPtr& v) {
-  configIs(dynPfxListConfig_, v, &Notifiee::onDynPfxListConfig);
+  configIs(inputs_.dynPfxListConfig, v, &Notifiee::onDynPfxListConfig);
 }
 void Root::policyMapIs(const PolicyMapPtr& v) {
-  configIs(policyMap_, v, &Notifiee::onPolicyMap);
+  configIs(inputs_.policyMap, v, &Notifiee::onPolicyMap);
 }
 
 void Root::commListUsersIs(const Vox::Name& name) {
@@ -170,33 +120,24 @@ void Root::commListUsersDel() {
 void Root::handleStatusSmCtorArg() {
   RM_TRACE(traceHandler, "void RibRouteMap::Root::handleStatusSmCtorArg()"
                              << " vrfName is " << vrfName_);
-  if (routeMapConfig_ && peerFilterConfig_ && aclListConfig_ && aclConfig_ && commListUsers_ &&
-      dynPfxListConfig_ && policyMap_) {
+  // The VRF name is not part of the test: a state may start before the agent names the VRF.
+  if (inputs_.complete() && commListUsers_) {
     RM_TRACE(traceHandler, "void RibRouteMap::Root::handleStatusSmCtorArg()"
                                << ": created vrfStatusSm");
-    vrfStatusSmIs(vrfName_, routeMapConfig_, peerFilterConfig_, aclListConfig_, aclConfig_,
-                  dynPfxListConfig_, policyMap_);
+    vrfStatusSmIs(vrfName_, inputs_);
   } else {
     vrfStatusSmDel();
   }
 }
 
-void Root::vrfStatusSmIs(const L3::VrfName& vrfName, const RouteMapConfigPtr& routeMapConfig,
-                         const PeerFilterConfigPtr& peerFilterConfig,
-                         const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
-                         const DynPfxListConfigPtr& dynPfxListConfig,
-                         const PolicyMapPtr& policyMap) {
-  if (vrfStatusSm_ &&
-      vrfStatusSm_->sameInputs(vrfName, routeMapConfig, peerFilterConfig, aclListConfig, aclConfig,
-                               dynPfxListConfig, policyMap)) {
+void Root::vrfStatusSmIs(const L3::VrfName& vrfName, const VrfInputs& inputs) {
+  if (vrfStatusSm_ && vrfStatusSm_->vrfName() == vrfName && vrfStatusSm_->inputs() == inputs) {
     return;
   }
   // The old state goes before the new one starts, so the engine never sees two owners of the
   // same policy objects.
   vrfStatusSmDel();
-  vrfStatusSm_ =
-      Vox::validPtr(Vox::make<VrfStatusSm>(vrfName, routeMapConfig, peerFilterConfig, aclListConfig,
-                                           aclConfig, dynPfxListConfig, policyMap));
+  vrfStatusSm_ = Vox::validPtr(Vox::make<VrfStatusSm>(vrfName, inputs));
   notify([](Notifiee& n) { n.onVrfStatusSm(); });
 }
 

@@ -30,58 +30,63 @@ using AclConfigPtr = Vox::Ptr<Acl::Config const>;
 using DynPfxListConfigPtr = Vox::Ptr<Routing::DynamicPrefixList::Config const>;
 using PolicyMapPtr = Vox::Ptr<RoutingPolicyMap::PolicyMap>;
 
+// The configuration entities that one VRF's state is built from: a VRF state exists exactly
+// while every one of them is set, and is rebuilt when any of them changes.
+struct VrfInputs {
+  RouteMapConfigPtr routeMapConfig;
+  PeerFilterConfigPtr peerFilterConfig;
+  AclListConfigPtr aclListConfig;
+  AclConfigPtr aclConfig;
+  DynPfxListConfigPtr dynPfxListConfig;
+  PolicyMapPtr policyMap;
+
+  bool complete() const {
+    return routeMapConfig && peerFilterConfig && aclListConfig && aclConfig && dynPfxListConfig &&
+           policyMap;
+  }
+  friend bool operator==(const VrfInputs&, const VrfInputs&) = default;
+};
+
 // The per-VRF state: owns the configuration state machines of one VRF. It exists exactly
 // while all of the Root's inputs are set.
 class VrfStatusSm : public Vox::Reactor {
  public:
-  VrfStatusSm(L3::VrfName vrfName, RouteMapConfigPtr routeMapConfig,
-              PeerFilterConfigPtr peerFilterConfig, AclListConfigPtr aclListConfig,
-              AclConfigPtr aclConfig, DynPfxListConfigPtr dynPfxListConfig, PolicyMapPtr policyMap);
+  VrfStatusSm(L3::VrfName vrfName, VrfInputs inputs);
   ~VrfStatusSm() override;
 
   const L3::VrfName& vrfName() const { return vrfName_; }
-  const RouteMapConfigPtr& routeMapConfig() const { return routeMapConfig_; }
-  const PeerFilterConfigPtr& peerFilterConfig() const { return peerFilterConfig_; }
-  const AclListConfigPtr& aclListConfig() const { return aclListConfig_; }
-  const AclConfigPtr& aclConfig() const { return aclConfig_; }
-  const DynPfxListConfigPtr& dynPfxListConfig() const { return dynPfxListConfig_; }
-  const PolicyMapPtr& policyMap() const { return policyMap_; }
-  // Whether this state was built from exactly these inputs.
-  bool sameInputs(const L3::VrfName& vrfName, const RouteMapConfigPtr& routeMapConfig,
-                  const PeerFilterConfigPtr& peerFilterConfig,
-                  const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
-                  const DynPfxListConfigPtr& dynPfxListConfig, const PolicyMapPtr& policyMap) const;
+  const VrfInputs& inputs() const { return inputs_; }
 
   // The configuration state machines, built in this order at start-up.
   RouteMapConfigSm* routeMapConfigSm() const { return routeMapConfigSm_.get(); }
   void routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
                           const PolicyMapPtr& policyMap);
-  void routeMapConfigSmDel();
+  void routeMapConfigSmDel() { routeMapConfigSm_.reset(); }
   PeerFilterConfigSm* peerFilterConfigSm() const { return peerFilterConfigSm_.get(); }
   void peerFilterConfigSmIs(const PeerFilterConfigPtr& config, const L3::VrfName& vrfName);
-  void peerFilterConfigSmDel();
-
+  void peerFilterConfigSmDel() { peerFilterConfigSm_.reset(); }
   AclListConfigSm* aclListConfigSm() const { return aclListConfigSm_.get(); }
   void aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName);
-  void aclListConfigSmDel();
-
+  void aclListConfigSmDel() { aclListConfigSm_.reset(); }
   AclConfigSm* aclConfigSm() const { return aclConfigSm_.get(); }
   void aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName);
-  void aclConfigSmDel();
+  void aclConfigSmDel() { aclConfigSm_.reset(); }
   RibDynamicPrefixList::DynPfxConfigSm* dynPfxConfigSm() const { return dynPfxConfigSm_.get(); }
   void dynPfxConfigSmIs(const DynPfxListConfigPtr& config, const PolicyMapPtr& policyMap);
-  void dynPfxConfigSmDel();
+  void dynPfxConfigSmDel() { dynPfxConfigSm_.reset(); }
 
   void handleInitialized();
 
  private:
+  // Installs a newly built state machine and switches its notifications on.
+  template <class Sm>
+  static void start(Vox::ReactorSlot<Sm>& slot, const Vox::Ptr<Sm>& sm) {
+    slot.set(sm);
+    sm->hasNotificationActiveIs(true);
+  }
+
   L3::VrfName vrfName_;
-  RouteMapConfigPtr routeMapConfig_;
-  PeerFilterConfigPtr peerFilterConfig_;
-  AclListConfigPtr aclListConfig_;
-  AclConfigPtr aclConfig_;
-  DynPfxListConfigPtr dynPfxListConfig_;
-  PolicyMapPtr policyMap_;
+  VrfInputs inputs_;
   Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
   Vox::ReactorSlot<PeerFilterConfigSm> peerFilterConfigSm_{this};
   Vox::ReactorSlot<AclListConfigSm> aclListConfigSm_{this};
@@ -110,13 +115,14 @@ class Root : public Vox::PtrInterface {
 
   const Vox::Name& name() const { return name_; }
   const L3::VrfName& vrfName() const { return vrfName_; }
-  const RouteMapConfigPtr& routeMapConfig() const { return routeMapConfig_; }
-  const PeerFilterConfigPtr& peerFilterConfig() const { return peerFilterConfig_; }
-  const AclListConfigPtr& aclListConfig() const { return aclListConfig_; }
-  const AclConfigPtr& aclConfig() const { return aclConfig_; }
+  const VrfInputs& inputs() const { return inputs_; }
+  const RouteMapConfigPtr& routeMapConfig() const { return inputs_.routeMapConfig; }
+  const PeerFilterConfigPtr& peerFilterConfig() const { return inputs_.peerFilterConfig; }
+  const AclListConfigPtr& aclListConfig() const { return inputs_.aclListConfig; }
+  const AclConfigPtr& aclConfig() const { return inputs_.aclConfig; }
   const Vox::Ptr<CommListUsers>& commListUsers() const { return commListUsers_; }
-  const DynPfxListConfigPtr& dynPfxListConfig() const { return dynPfxListConfig_; }
-  const PolicyMapPtr& policyMap() const { return policyMap_; }
+  const DynPfxListConfigPtr& dynPfxListConfig() const { return inputs_.dynPfxListConfig; }
+  const PolicyMapPtr& policyMap() const { return inputs_.policyMap; }
   const Vox::Ptr<VrfStatusSm>& vrfStatusSm() const { return vrfStatusSm_; }
   bool initialized() const { return initialized_; }
 
@@ -132,10 +138,8 @@ class Root : public Vox::PtrInterface {
   void commListUsersIs(const Vox::Name& name);
   void commListUsersDel();
 
-  void vrfStatusSmIs(const L3::VrfName& vrfName, const RouteMapConfigPtr& routeMapConfig,
-                     const PeerFilterConfigPtr& peerFilterConfig,
-                     const AclListConfigPtr& aclListConfig, const AclConfigPtr& aclConfig,
-                     const DynPfxListConfigPtr& dynPfxListConfig, const PolicyMapPtr& policyMap);
+  // Keeps a VRF state built from exactly these inputs, or replaces it with a new one.
+  void vrfStatusSmIs(const L3::VrfName& vrfName, const VrfInputs& inputs);
   void vrfStatusSmDel();
   void initializedIs(bool v) { initialized_ = v; }
 
@@ -148,13 +152,8 @@ class Root : public Vox::PtrInterface {
 
   Vox::Name name_;
   L3::VrfName vrfName_;
-  RouteMapConfigPtr routeMapConfig_;
-  PeerFilterConfigPtr peerFilterConfig_;
-  AclListConfigPtr aclListConfig_;
-  AclConfigPtr aclConfig_;
+  VrfInputs inputs_;
   Vox::Ptr<CommListUsers> commListUsers_;
-  DynPfxListConfigPtr dynPfxListConfig_;
-  PolicyMapPtr policyMap_;
   Vox::Ptr<VrfStatusSm> vrfStatusSm_;
   bool initialized_ = false;
 };

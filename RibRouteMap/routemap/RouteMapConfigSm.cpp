@@ -1,5 +1,8 @@
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 
+#include <string>
+#include <vector>
+
 #include "RibRouteMap/root/Trace.h"
 #include "RoutingPolicyMap/UpdatePolicyMap.h"
 
@@ -25,25 +28,20 @@ RouteMapConfigSm::RouteMapConfigSm(const ConfigPtr& config, const L3::VrfName& v
     : config_(config),
       vrfName_(vrfName),
       policyMap_(policyMap),
-      routeMap_(
-          this, "_routeMap", "RibRouteMap::RouteMapConfigSm::routeMap",
-          [](const Routing::RouteMap::Map& m) { return m.name(); },
-          [this](const MapPtr& m) { return Vox::make<VoxRouteMap>(m, this); }) {
+      policyMapRouteMap_([this](const std::string& rmName) {
+        if (policyMapReactor_ && policyMapReactor_->handlersEnabled()) {
+          handlePolicyMapRouteMap(rmName);
+        }
+      }) {
   routeMap_.zombieHookIs([this](VoxRouteMap& r) { vox_handleRouteMap(r); });
   configReactor_.set(Vox::make<VoxRouteMapConfig>(config_, this));
   policyMapReactor_.set(Vox::make<VoxPolicyMap>(policyMap_, this));
   handleRouteMapSetOpConfig();
   if (config_) {
-    for (const auto& [name, map] : config_->routeMap()) routeMapIs(map);
+    for (const auto& [name, map] : config_->routeMap()) routeMap_.is(map);
   }
   handleInitialized();
-  if (config_) {
-    for (auto it = routeMap_.begin(); it != routeMap_.end();) {
-      const std::string name = it->first;
-      ++it;
-      if (!config_->routeMap(name)) routeMapDel(name);
-    }
-  }
+  routeMap_.reconcileAll();
 }
 
 RouteMapConfigSm::~RouteMapConfigSm() {
@@ -94,83 +92,76 @@ void RouteMapConfigSm::vox_handleRouteMap(VoxRouteMap& reactor) {
   reactor.deleteRouteMapCommSets();
 }
 
+void RouteMapConfigSm::onNotificationActive(bool active) {
+  // The map reactors were built while notifications were off, each entering the references of
+  // its sequences only if its map was referenced by then; a map that a later-built map made
+  // referenced never heard of it. Entering every referenced map's references once now, the
+  // notifications carry the rest, so the result does not depend on the maps' names.
+  if (!active || !policyMap_ || !config_) return;
+  std::vector<std::string> referenced;
+  for (const auto& [name, requester] : policyMap_->routeMap()) {
+    if (config_->routeMap(name)) referenced.push_back(name);
+  }
+  for (const std::string& name : referenced) policyMapRouteMap_.dispatch(name);
+}
+
 // --- VoxRouteMapConfig ------------------------------------------------------------------
 
 RouteMapConfigSm::VoxRouteMapConfig::VoxRouteMapConfig(const ConfigPtr& config,
                                                        RouteMapConfigSm* sm)
-    : sm_(sm) {
-  notifierIs(config);
+    : ReactorOn(config), sm_(sm) {
+  initializedIs(true);
 }
 
 void RouteMapConfigSm::VoxRouteMapConfig::onRouteMap(const std::string& name) {
-  dispatchKeyed(
-      name, [this](const std::string& n) { sm_->handleRouteMap(n); },
-      [this](const std::string& n) {
-        if (!notifier()) return;
-        sm_->routeMap_.reconcile(n, notifier()->routeMap(n));
-      });
+  sm_->routeMap_.onKey(*this, name, [this](const std::string& n) { sm_->handleRouteMap(n); });
 }
 
 void RouteMapConfigSm::VoxRouteMapConfig::onRouteMapOpMode() {
-  dispatchScalar([this] { sm_->handleRouteMapSetOpConfig(); });
+  dispatch([this] { sm_->handleRouteMapSetOpConfig(); });
 }
 
-void RouteMapConfigSm::VoxRouteMapConfig::onNotifier() {
-  // Construction registers too; the state machine's start-up creates the first reactors.
-  if (sm_->initialized()) onRouteMapvoxImmediate();
-}
-
-void RouteMapConfigSm::VoxRouteMapConfig::onRouteMapvoxImmediate() {
-  if (notifier()) sm_->routeMap_.reconcileAll(notifier()->routeMap());
+void RouteMapConfigSm::VoxRouteMapConfig::onRetarget() {
+  sm_->routeMap_.reconcileAll();
 }
 
 // --- VoxPolicyMap -----------------------------------------------------------------------
 
 RouteMapConfigSm::VoxPolicyMap::VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map,
                                              RouteMapConfigSm* sm)
-    : sm_(sm) {
-  notifierIs(map);
+    : ReactorOn(map), sm_(sm) {
+  initializedIs(true);
 }
 
 void RouteMapConfigSm::VoxPolicyMap::onRouteMap(const std::string& rmName) {
-  dispatchScalar([&] { sm_->handlePolicyMapRouteMap(rmName); });
+  // Handling one map's reference may enter or withdraw the maps it refers to; their
+  // notifications wait until this one is done.
+  sm_->policyMapRouteMap_.dispatch(rmName);
 }
 
 // --- VoxRouteMap ------------------------------------------------------------------------
 
 RouteMapConfigSm::VoxRouteMap::VoxRouteMap(const MapPtr& map, RouteMapConfigSm* sm)
-    : sm_(sm),
-      mapName_(map->name()),
-      seqMapEntry_(
-          this, "_seqMapEntry", "RibRouteMap::RouteMapConfigSm::VoxRouteMap::seqMapEntry",
-          [](const Routing::RouteMap::MapEntry& e) { return e.seqno(); },
-          [this](const MapEntryPtr& e) { return Vox::make<VoxSeqMapEntry>(e, this); }) {
-  notifierIs(map);
+    : ReactorOn(map), sm_(sm), mapName_(map->name()) {
   // A newly seen map is always deleted from and re-inserted into the engine, so the engine
   // equals the configuration without any memory of earlier runs.
   handleMapVersion();
   handleSeqno();
-  seqMapEntry_.reconcileAll(map->mapEntry());
+  seqMapEntry_.reconcileAll();
   initializedIs(true);
 }
 
 void RouteMapConfigSm::VoxRouteMap::onVersion() {
-  dispatchScalar([this] { handleMapVersion(); });
+  dispatch([this] { handleMapVersion(); });
 }
 
 void RouteMapConfigSm::VoxRouteMap::onMapEntry(U32 seqno) {
-  dispatchKeyed(
-      seqno, [this](U32 s) { handleSeqno(s); },
-      [this](U32 s) {
-        if (notifier()) seqMapEntry_.reconcile(s, notifier()->mapEntry(s));
-      });
+  seqMapEntry_.onKey(*this, seqno, [this](U32 s) { handleSeqno(s); });
 }
 
-void RouteMapConfigSm::VoxRouteMap::onNotifier() {
-  // Construction registers too; only a later retarget is a new map to send.
-  if (!initialized() || !notifier()) return;
+void RouteMapConfigSm::VoxRouteMap::onRetarget() {
   handleMapVersion();
-  seqMapEntry_.reconcileAll(notifier()->mapEntry());
+  seqMapEntry_.reconcileAll();
 }
 
 void RouteMapConfigSm::VoxRouteMap::handleMapVersion() {
@@ -225,8 +216,7 @@ void RouteMapConfigSm::VoxRouteMap::deleteRouteMapCommSets() {
 using VoxSeqMapEntry = RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry;
 
 VoxSeqMapEntry::VoxSeqMapEntry(const MapEntryPtr& entry, VoxRouteMap* routeMap)
-    : routeMap_(routeMap), seqno_(entry->seqno()) {
-  notifierIs(entry);
+    : ReactorOn(entry), routeMap_(routeMap), seqno_(entry->seqno()) {
   handleInitialized();
 }
 
@@ -240,11 +230,11 @@ bool VoxSeqMapEntry::mapReferenced() const {
 }
 
 void VoxSeqMapEntry::onMatchRule(Routing::RouteMap::MatchOption option) {
-  dispatchScalar([&] { handleMatchRule(option); });
+  dispatch([&] { handleMatchRule(option); });
 }
 
 void VoxSeqMapEntry::onSubRouteMap() {
-  dispatchScalar([this] { handleSubRouteMap(); });
+  dispatch([this] { handleSubRouteMap(); });
 }
 
 void VoxSeqMapEntry::onZombie(bool zombie) {

@@ -6,7 +6,11 @@
 // sequence removes just that sequence (or the map with its last sequence); removing a map
 // removes the map. The state machine also keeps, for every referenced route map, the
 // references of its sequences (sub-route-maps, dynamic prefix lists) in the policy-reference
-// map, so that references propagate through any depth of nesting.
+// map, so that references propagate through any depth of nesting: one policy-map notification
+// at a time (a notification caused by handling another waits its turn), so a chain of nested
+// maps costs loop turns, not stack frames. Once its notifications are on, the machine enters
+// the references of every referenced map once, so that what a start-up enters never depends on
+// the order in which the maps were built.
 //
 // Ownership: the state machine owns one VoxRouteMapConfig (on the configuration), one
 // VoxPolicyMap (on the policy map) and one VoxRouteMap per configured map, which owns one
@@ -20,6 +24,7 @@
 #include "framework/config/PolicyMap.h"
 #include "framework/config/RouteMapConfig.h"
 #include "framework/l3/VrfName.h"
+#include "framework/vox/NotificationQueue.h"
 #include "framework/vox/Reactor.h"
 #include "framework/vox/ReactorColl.h"
 
@@ -32,21 +37,20 @@ class RouteMapConfigSm : public Vox::Reactor {
   using MapEntryPtr = Vox::Ptr<Routing::RouteMap::MapEntry const>;
   using PolicyMapPtr = Vox::Ptr<RoutingPolicyMap::PolicyMap>;
 
-  class VoxRouteMapConfig : public Vox::Reactor, public Routing::RouteMap::Config::Notifiee {
+  class VoxRouteMapConfig : public Vox::ReactorOn<Routing::RouteMap::Config> {
    public:
     VoxRouteMapConfig(const ConfigPtr& config, RouteMapConfigSm* sm);
     void onRouteMap(const std::string& name) override;
     void onRouteMapOpMode() override;
-    void onNotifier() override;
-    // The immediate whole-collection form: a reactor for every configured map, none for a
-    // map that is gone.
-    void onRouteMapvoxImmediate();
+
+   protected:
+    void onRetarget() override;
 
    private:
     RouteMapConfigSm* sm_;
   };
 
-  class VoxPolicyMap : public Vox::Reactor, public RoutingPolicyMap::PolicyMap::Notifiee {
+  class VoxPolicyMap : public Vox::ReactorOn<RoutingPolicyMap::PolicyMap> {
    public:
     VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::PolicyMap const>& map, RouteMapConfigSm* sm);
     void onRouteMap(const std::string& rmName) override;
@@ -55,11 +59,11 @@ class RouteMapConfigSm : public Vox::Reactor {
     RouteMapConfigSm* sm_;
   };
 
-  class VoxRouteMap : public Vox::Reactor, public Routing::RouteMap::Map::Notifiee {
+  class VoxRouteMap : public Vox::ReactorOn<Routing::RouteMap::Map> {
    public:
     // One sequence's contribution to the policy-reference map. It sends nothing to the
     // engine: a sequence's contents reach the engine only through its map's refresh.
-    class VoxSeqMapEntry : public Vox::Reactor, public Routing::RouteMap::MapEntry::Notifiee {
+    class VoxSeqMapEntry : public Vox::ReactorOn<Routing::RouteMap::MapEntry> {
      public:
       VoxSeqMapEntry(const MapEntryPtr& entry, VoxRouteMap* routeMap);
 
@@ -108,24 +112,26 @@ class RouteMapConfigSm : public Vox::Reactor {
     RouteMapConfigSm* sm() const { return sm_; }
     // The sequences that exist and may own internal community objects.
     const std::map<U32, bool>& commSetName() const { return commSetName_; }
-    const Vox::ReactorColl<U32, VoxSeqMapEntry, Routing::RouteMap::MapEntry>& seqMapEntry() const {
-      return seqMapEntry_;
-    }
+    using SeqMapEntryColl = Vox::ReactorColl<VoxSeqMapEntry, Routing::RouteMap::Map::EntryMap>;
+    const SeqMapEntryColl& seqMapEntry() const { return seqMapEntry_; }
 
     void onVersion() override;
     void onMapEntry(U32 seqno) override;
-    void onNotifier() override;
 
     void handleMapVersion();
     void handleSeqno(U32 seqno);
     void handleSeqno();
     void deleteRouteMapCommSets();
 
+   protected:
+    void onRetarget() override;
+
    private:
     RouteMapConfigSm* sm_;
     std::string mapName_;
     std::map<U32, bool> commSetName_;
-    Vox::ReactorColl<U32, VoxSeqMapEntry, Routing::RouteMap::MapEntry> seqMapEntry_;
+    SeqMapEntryColl seqMapEntry_{this, "RibRouteMap::RouteMapConfigSm::VoxRouteMap::seqMapEntry",
+                                 [this] { return notifier() ? &notifier()->mapEntry() : nullptr; }};
   };
 
   RouteMapConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName,
@@ -135,13 +141,10 @@ class RouteMapConfigSm : public Vox::Reactor {
   const ConfigPtr& routeMapConfig() const { return config_; }
   const L3::VrfName& vrfName() const { return vrfName_; }
   const PolicyMapPtr& policyMap() const { return policyMap_; }
-  const Vox::ReactorColl<std::string, VoxRouteMap, Routing::RouteMap::Map>& routeMap() const {
-    return routeMap_;
-  }
-
-  VoxRouteMap* routeMapIs(const MapPtr& map) { return routeMap_.is(map); }
-  void routeMapDel(const std::string& name) { routeMap_.del(name); }
-  void routeMapDelAll() { routeMap_.delAll(); }
+  using RouteMapColl = Vox::ReactorColl<VoxRouteMap, Routing::RouteMap::Config::Coll>;
+  // The map reactors: routeMap().is(map), .del(name), .delAll().
+  RouteMapColl& routeMap() { return routeMap_; }
+  const RouteMapColl& routeMap() const { return routeMap_; }
 
   void handleInitialized();
   void handleRouteMapSetOpConfig();
@@ -150,15 +153,22 @@ class RouteMapConfigSm : public Vox::Reactor {
   // Runs when a map reactor has been removed: its internal community objects go with it.
   void vox_handleRouteMap(VoxRouteMap& reactor);
 
+ protected:
+  void onNotificationActive(bool active) override;
+
  private:
   friend class VoxRouteMapConfig;
+  friend class VoxPolicyMap;
 
   ConfigPtr config_;
   L3::VrfName vrfName_;
   PolicyMapPtr policyMap_;
   Vox::ReactorSlot<VoxRouteMapConfig> configReactor_{this};
   Vox::ReactorSlot<VoxPolicyMap> policyMapReactor_{this};
-  Vox::ReactorColl<std::string, VoxRouteMap, Routing::RouteMap::Map> routeMap_;
+  RouteMapColl routeMap_{this, "RibRouteMap::RouteMapConfigSm::routeMap",
+                         [this] { return config_ ? &config_->routeMap() : nullptr; }};
+  // The policy map's route-map notifications, handled one at a time.
+  Vox::NotificationQueue<std::string> policyMapRouteMap_;
 };
 
 Vox::Ptr<RouteMapConfigSm> routeMapConfigSmFactory(const RouteMapConfigSm::ConfigPtr& config,

@@ -84,6 +84,8 @@ class PtrInterface {
 template <class T>
 class Ptr {
  public:
+  using element_type = T;
+
   Ptr() = default;
   Ptr(std::nullptr_t) {}  // NOLINT(google-explicit-constructor)
   explicit Ptr(T* p) : p_(p) {

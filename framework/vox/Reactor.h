@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "framework/vox/Notifier.h"
 #include "framework/vox/Ptr.h"
 
 namespace Vox {
@@ -39,7 +40,7 @@ class Reactor : public PtrInterface {
   void initializedIs(bool v) { initialized_ = v; }
 
   // Sets or clears bit 29 here and in every owned reactor; nothing at all happens when the
-  // flag already has that value.
+  // flag already has that value. Subclasses react to the change in onNotificationActive().
   void hasNotificationActiveIs(bool active);
   // Sets or clears bit 31 in every owned reactor and then here; nothing at all happens when
   // the flag already has that value. Subclasses react to the change in onZombie().
@@ -54,6 +55,9 @@ class Reactor : public PtrInterface {
 
   // Called when the zombie flag has changed, after the owned reactors were switched.
   virtual void onZombie(bool /*zombie*/) {}
+  // Called when the notification-active flag has changed, after the owned reactors were
+  // switched, so that a reaction started here finds every owned reactor in the new state.
+  virtual void onNotificationActive(bool /*active*/) {}
 
   // The fixed order of a keyed notification: the handler (if enabled), then reconciliation.
   template <class Key, class Handle, class Reconcile>
@@ -70,6 +74,33 @@ class Reactor : public PtrInterface {
  private:
   std::vector<ReactorChildren*> children_;
   bool initialized_ = false;
+};
+
+// A reactor that watches one entity of type `Entity` (its notifier): the base of every nested
+// reactor. Construction registers with the entity as well, but a reactor's own start-up does
+// its first pass, so the retarget hook runs only for an entity given after start-up (the
+// constructor ends by setting `initialized`).
+template <class Entity>
+class ReactorOn : public Reactor, public Entity::Notifiee {
+ public:
+  using EntityPtr = Ptr<Entity const>;
+
+ protected:
+  explicit ReactorOn(const EntityPtr& entity) { this->notifierIs(entity); }
+
+  // Called when the reactor is pointed at another entity after its start-up.
+  virtual void onRetarget() {}
+
+  // A scalar notification: the hand-written handler runs only while handlers are on.
+  template <class Handle>
+  void dispatch(Handle&& handle) {
+    dispatchScalar(std::forward<Handle>(handle));
+  }
+
+ private:
+  void onNotifier() final {
+    if (initialized() && this->notifier()) onRetarget();
+  }
 };
 
 // One owned reactor (for example the reactor on a state machine's watched entity).

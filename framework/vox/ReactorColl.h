@@ -2,44 +2,59 @@
 //
 // The collection gives every state machine the generated mutators of the reactor
 // convention: `is` (xIs: create the reactor for an entity, or retarget the one under its key),
-// `del` (xDel: remove and release the reactor under a key), `delAll` (xDelAll), and the two
-// reconciliations with the watched collection: `reconcile(key, entity)` after a keyed
-// notification and `reconcileAll(watched)` for the immediate whole-collection form. Removal
-// first marks the reactor a zombie (which reaches its own nested reactors), then runs the
-// owner's zombie hook if one is set, then drops the collection's reference.
+// `del` (xDel: remove and release the reactor under a key), `delAll` (xDelAll). It is bound at
+// construction to the collection it mirrors (`Watched`, a map from key to entity pointer, read
+// through an accessor that answers null while nothing is watched), so that the two
+// reconciliations with it need nothing from the state machine: `onKey` after a keyed
+// notification (the hand-written handler first, if the notified reactor's handlers are on, then
+// the reactor under the key follows the watched entry or goes) and `reconcileAll` for the
+// immediate whole-collection form. Removal first marks the reactor a zombie (which reaches its
+// own nested reactors), then runs the owner's zombie hook if one is set, then drops the
+// collection's reference.
 //
-// A reactor created here takes the owner's notification-active and zombie state, so a
-// collection that grows under an active state machine produces active reactors.
-//
-// Iteration is in key order, so whole-collection passes are the same from run to run.
+// A nested reactor is made as `R(entity, owner)`; it takes the owner's notification-active and
+// zombie state, so a collection that grows under an active state machine produces active
+// reactors. Iteration is in key order, so whole-collection passes are the same from run to run.
 #pragma once
 
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "framework/vox/Reactor.h"
 
 namespace Vox {
 
-template <class Key, class R, class Entity>
+// The key under which a watched collection holds an entity: its name, or its sequence number.
+template <class Entity>
+auto collectionKey(const Entity& e) {
+  if constexpr (requires { e.name(); }) {
+    return e.name();
+  } else {
+    return e.seqno();
+  }
+}
+
+template <class R, class Watched>
 class ReactorColl : public ReactorChildren {
  public:
+  using Key = typename Watched::key_type;
+  using Entity = typename Watched::mapped_type::element_type;
   using EntityPtr = Ptr<Entity const>;
-  using Make = std::function<Ptr<R>(const EntityPtr&)>;
-  using KeyOf = std::function<Key(const Entity&)>;
+  using Accessor = std::function<const Watched*()>;
   using Hook = std::function<void(R&)>;
   using Map = std::map<Key, Ptr<R>>;
 
-  // `param` and `collection` name the mutator in the refusal of a null entity, for example
-  // "_routeMap" and "RibRouteMap::RouteMapConfigSm::routeMap".
-  ReactorColl(Reactor* owner, const char* param, const char* collection, KeyOf keyOf, Make make)
+  // `qualifiedName` names the mutator in the refusal of a null entity, for example
+  // "RibRouteMap::RouteMapConfigSm::routeMap" (the parameter is "_routeMap").
+  template <class Owner>
+  ReactorColl(Owner* owner, std::string_view qualifiedName, Accessor watched)
       : owner_(owner),
-        param_(param),
-        collection_(collection),
-        keyOf_(std::move(keyOf)),
-        make_(std::move(make)) {
+        qualifiedName_(qualifiedName),
+        watched_(std::move(watched)),
+        make_([owner](const EntityPtr& e) { return make<R>(e, owner); }) {
     owner->childrenIs(this);
   }
   ReactorColl(const ReactorColl&) = delete;
@@ -62,11 +77,8 @@ class ReactorColl : public ReactorChildren {
   typename Map::const_iterator end() const { return reactors_.end(); }
 
   R* is(const EntityPtr& entity) {
-    if (!entity) {
-      fatal(std::string("null ") + param_ + " parameter to mutator for " + collection_ +
-            " not allowed");
-    }
-    const Key key = keyOf_(*entity);
+    if (!entity) refuseNull();
+    const Key key = collectionKey(*entity);
     if (R* existing = find(key)) {
       existing->notifierIs(entity);
       return existing;
@@ -93,24 +105,39 @@ class ReactorColl : public ReactorChildren {
     while (!reactors_.empty()) del(reactors_.begin()->first);
   }
 
-  // After a keyed notification: the reactor under `key` follows the watched entity, or goes.
-  void reconcile(const Key& key, const EntityPtr& entity) {
-    if (entity) {
-      is(entity);
+  // A keyed notification of the watched collection, received by `notified`: the hand-written
+  // `handle(key)` runs only while that reactor's handlers are on; either way the reactor under
+  // `key` then follows the watched entry, or goes with it.
+  template <class Handle>
+  void onKey(Reactor& notified, const Key& key, Handle&& handle) {
+    Ptr<Reactor> keepAlive(&notified);  // the handler may lead to the notified reactor's removal
+    if (notified.handlersEnabled()) handle(key);
+    reconcile(key);
+  }
+
+  // The reactor under `key` follows the watched entry, or goes. Nothing while nothing is
+  // watched.
+  void reconcile(const Key& key) {
+    const Watched* watched = watched_();
+    if (!watched) return;
+    auto it = watched->find(key);
+    if (it != watched->end()) {
+      is(it->second);
     } else {
       del(key);
     }
   }
 
-  // The whole-collection form: a reactor for every watched entry, then none for a key that
-  // is gone. `watched` is a map from key to entity pointer.
-  template <class WatchedMap>
-  void reconcileAll(const WatchedMap& watched) {
-    for (const auto& [key, entity] : watched) is(entity);
+  // The whole-collection form: a reactor for every watched entry, then none for a key that is
+  // gone. Nothing while nothing is watched.
+  void reconcileAll() {
+    const Watched* watched = watched_();
+    if (!watched) return;
+    for (const auto& [key, entity] : *watched) is(entity);
     for (auto it = reactors_.begin(); it != reactors_.end();) {
       const Key key = it->first;
       ++it;
-      if (watched.find(key) == watched.end()) del(key);
+      if (watched->find(key) == watched->end()) del(key);
     }
   }
 
@@ -119,11 +146,18 @@ class ReactorColl : public ReactorChildren {
   }
 
  private:
+  [[noreturn]] void refuseNull() const {
+    const std::size_t at = qualifiedName_.rfind("::");
+    const std::string_view member =
+        at == std::string_view::npos ? qualifiedName_ : qualifiedName_.substr(at + 2);
+    fatal("null _" + std::string(member) + " parameter to mutator for " +
+          std::string(qualifiedName_) + " not allowed");
+  }
+
   Reactor* owner_;
-  const char* param_;
-  const char* collection_;
-  KeyOf keyOf_;
-  Make make_;
+  std::string_view qualifiedName_;
+  Accessor watched_;
+  std::function<Ptr<R>(const EntityPtr&)> make_;
   Hook hook_;
   Map reactors_;
 };

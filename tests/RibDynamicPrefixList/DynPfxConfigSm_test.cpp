@@ -150,21 +150,22 @@ TEST_F(DynPfxConfigSmTest, ReplacedEntryIsSentAgain) {
   EXPECT_EQ(reasons("B"), (std::set{matchMapReason("D")}));
 }
 
-// Removal from the configuration alone drops the reactor and leaves the engine alone.
-TEST_F(DynPfxConfigSmTest, ConfigRemovalAloneSendsNothing) {
+// A held list removed from the configuration leaves the engine and withdraws its match map.
+TEST_F(DynPfxConfigSmTest, ConfigRemovalDeletesAHeldList) {
   hold("D");
   start();
   config_->dynamicPrefixListIs(dpl("D", "A"));
   take();
   config_->dynamicPrefixListDel("D");
-  EXPECT_TRUE(take().empty());
+  EXPECT_EQ(take(), (Lines{R"(delDynamicPrefixList 512/627/628="D" del)", "commit"}));
   EXPECT_EQ(sm_->dynamicPrefixList().find("D"), nullptr);
+  EXPECT_TRUE(reasons("A").empty());
 }
 
 // The collection mutator refuses a null entry, naming the parameter and the collection.
 TEST_F(DynPfxConfigSmTest, NullEntryIsRefused) {
   start();
-  EXPECT_DEATH(sm_->dynamicPrefixListIs(nullptr),
+  EXPECT_DEATH(sm_->dynamicPrefixList().is(nullptr),
                "null _dynamicPrefixList parameter to mutator for "
                "RibDynamicPrefixList::DynPfxConfigSm::dynamicPrefixList not allowed");
 }

@@ -79,48 +79,38 @@ class Leaf : public Vox::Reactor {
   Log* log_;
 };
 
+class Owner;
+
 // The nested reactor of one part: logs creation, retargets, zombie changes and destruction.
-class VoxPart : public Vox::Reactor, public Part::Notifiee {
+class VoxPart : public Vox::ReactorOn<Part> {
  public:
-  VoxPart(const PartPtr& part, Log* log) : log_(log) {
-    notifierIs(part);
-    log_->push_back("created " + part->label());
-    constructed_ = true;
-  }
-  ~VoxPart() override { log_->push_back("destroyed " + notifier()->label()); }
-  void onNotifier() override {
-    if (!constructed_) return;  // the constructor's registration is logged as the creation
-    log_->push_back("retarget to " + notifier()->label());
-  }
-  void onZombie(bool zombie) override {
-    log_->push_back((zombie ? "zombie " : "revived ") + notifier()->label());
-  }
+  VoxPart(const PartPtr& part, Owner* owner);
+  ~VoxPart() override;
+  void onZombie(bool zombie) override;
+
+ protected:
+  void onRetarget() override;
 
  private:
   Log* log_;
-  bool constructed_ = false;
 };
 
 // A state machine watching a Machine: a slot for a leaf reactor and a collection of parts.
 class Owner : public Vox::Reactor, public Machine::Notifiee {
  public:
-  explicit Owner(Log* log, const char* param = "_part",
-                 const char* collection = "Test::Owner::part")
+  explicit Owner(Log* log, const char* collection = "Test::Owner::part")
       : slot(this),
-        parts(
-            this, param, collection, [](const Part& p) { return p.name(); },
-            [log](const PartPtr& p) { return Vox::make<VoxPart>(p, log); }),
+        parts(this, collection, [this] { return notifier() ? &notifier()->part() : nullptr; }),
         log_(log) {}
   ~Owner() override { log_->push_back("destroyed owner"); }
+  Log* log() const { return log_; }
 
   void onZombie(bool zombie) override {
     log_->push_back(zombie ? "zombie owner" : "revived owner");
   }
 
   void onPart(const std::string& name) override {
-    dispatchKeyed(
-        name, [this](const std::string& key) { handlePart(key); },
-        [this](const std::string& key) { parts.reconcile(key, notifier()->part(key)); });
+    parts.onKey(*this, name, [this](const std::string& key) { handlePart(key); });
   }
   void onMode() override {
     dispatchScalar([this] { log_->push_back("handle mode"); });
@@ -135,11 +125,25 @@ class Owner : public Vox::Reactor, public Machine::Notifiee {
 
   std::function<void()> onHandle;
   Vox::ReactorSlot<Leaf> slot;
-  Vox::ReactorColl<std::string, VoxPart, Part> parts;
+  Vox::ReactorColl<VoxPart, Machine::Coll> parts;
 
  private:
   Log* log_;
 };
+
+VoxPart::VoxPart(const PartPtr& part, Owner* owner) : ReactorOn(part), log_(owner->log()) {
+  log_->push_back("created " + part->label());
+  initializedIs(true);
+}
+VoxPart::~VoxPart() {
+  log_->push_back("destroyed " + notifier()->label());
+}
+void VoxPart::onZombie(bool zombie) {
+  log_->push_back((zombie ? "zombie " : "revived ") + notifier()->label());
+}
+void VoxPart::onRetarget() {
+  log_->push_back("retarget to " + notifier()->label());
+}
 
 Vox::Ptr<Part> part(const char* name, int generation = 1) {
   return Vox::make<Part>(name, generation);
@@ -305,23 +309,16 @@ TEST_F(ReactorTest, DelAllRemovesInKeyOrder) {
   EXPECT_TRUE(owner_->parts.empty());
 }
 
-// `reconcile` follows the watched entry: present, the reactor is made; absent, it goes.
-TEST_F(ReactorTest, ReconcileFollowsEntry) {
-  owner_->parts.reconcile("a", part("a"));
-  EXPECT_NE(owner_->parts.find("a"), nullptr);
-  owner_->parts.reconcile("a", nullptr);
-  owner_->parts.reconcile("b", nullptr);
-  EXPECT_TRUE(owner_->parts.empty());
-  EXPECT_EQ(log_, (Log{"created a#1", "zombie a#1", "destroyed a#1"}));
-}
-
 // `reconcileAll` creates and retargets for every watched entry, then drops the keys gone.
 TEST_F(ReactorTest, ReconcileAllMatchesWatchedCollection) {
   owner_->parts.is(part("a", 1));
   owner_->parts.is(part("b", 1));
+  auto machine = Vox::make<Machine>();
+  machine->partIs(part("a", 2));
+  machine->partIs(part("c", 1));
+  owner_->notifierIs(machine);
   log_.clear();
-  const std::map<std::string, PartPtr> watched = {{"a", part("a", 2)}, {"c", part("c", 1)}};
-  owner_->parts.reconcileAll(watched);
+  owner_->parts.reconcileAll();
   EXPECT_EQ(log_, (Log{"retarget to a#2", "created c#1", "zombie b#1", "destroyed b#1"}));
   EXPECT_EQ(keysOf(*owner_), (std::vector<std::string>{"a", "c"}));
 }
@@ -414,10 +411,11 @@ TEST(ReactorDispatchTest, ScalarHandlerOnlyWhenEnabled) {
   }
 }
 
-// A null entity given to a collection's `is` is refused with a message naming the mutator.
+// A null entity given to a collection's `is` is refused with a message naming the mutator,
+// its parameter derived from the collection's name.
 TEST(ReactorCollDeathTest, NullEntityRefused) {
   Log log;
-  auto owner = Vox::make<Owner>(&log, "_routeMap", "RibRouteMap::RouteMapConfigSm::routeMap");
+  auto owner = Vox::make<Owner>(&log, "RibRouteMap::RouteMapConfigSm::routeMap");
   EXPECT_DEATH(owner->parts.is(nullptr),
                "null _routeMap parameter to mutator for "
                "RibRouteMap::RouteMapConfigSm::routeMap not allowed");

@@ -200,7 +200,7 @@ TEST_F(AclConfigSmDeathTest, FilterIdsOutOfRange) {
 
 // A null list is refused by the collection mutator, naming the collection.
 TEST_F(AclConfigSmDeathTest, NullListRefused) {
-  EXPECT_DEATH(sm().ipConfigSm()->aclIs(nullptr),
+  EXPECT_DEATH(sm().ipConfigSm()->acl().is(nullptr),
                "null _acl parameter to mutator for RibRouteMap::IpAclConfigSm::acl not allowed");
 }
 

@@ -162,16 +162,16 @@ TEST_F(AclListConfigSmTest, WholeCollectionReplacementSendsNoListAddOrDelete) {
 
 // A null list given to a collection mutator is refused, naming the parameter and collection.
 TEST_F(AclListConfigSmTest, NullListsRefused) {
-  EXPECT_DEATH(sm().pathListIs(nullptr),
+  EXPECT_DEATH(sm().pathList().is(nullptr),
                "null _pathList parameter to mutator for RibRouteMap::AclListConfigSm::pathList "
                "not allowed");
-  EXPECT_DEATH(sm().prefixListIs(nullptr),
+  EXPECT_DEATH(sm().prefixList().is(nullptr),
                "null _prefixList parameter to mutator for "
                "RibRouteMap::AclListConfigSm::prefixList not allowed");
-  EXPECT_DEATH(sm().ipv6PrefixListIs(nullptr),
+  EXPECT_DEATH(sm().ipv6PrefixList().is(nullptr),
                "null _ipv6PrefixList parameter to mutator for "
                "RibRouteMap::AclListConfigSm::ipv6PrefixList not allowed");
-  EXPECT_DEATH(sm().communityListIs(nullptr),
+  EXPECT_DEATH(sm().communityList().is(nullptr),
                "null _communityList parameter to mutator for "
                "RibRouteMap::AclListConfigSm::communityList not allowed");
 }

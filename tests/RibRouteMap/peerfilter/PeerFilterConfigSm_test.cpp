@@ -16,6 +16,7 @@ using testing::Not;
 using testing_support::Agent;
 using testing_support::entry;
 using testing_support::join;
+using testing_support::seqCommCleanup;
 namespace RM = Routing::RouteMap;
 
 const std::string kPf = ".PEER_FILTER.A";
@@ -31,9 +32,18 @@ std::vector<std::string> insertSeq(const std::string& map, U32 s, bool permit) {
               " 1:flag=" + (permit ? "true" : "false") + "}"};
 }
 
+// The community clean-up of filter A's sequences 10 and 20, after its route map's delete.
+std::vector<std::string> cleanupA() {
+  return join({seqCommCleanup(kPf, 10), seqCommCleanup(kPf, 20)});
+}
+
 // The stream of one whole refresh of filter A with sequences 10 (permit) and 20 (deny).
 std::vector<std::string> refreshA() {
-  return join({deleteMap(kPf), insertSeq(kPf, 10, true), insertSeq(kPf, 20, false), {"commit"}});
+  return join({deleteMap(kPf),
+               cleanupA(),
+               insertSeq(kPf, 10, true),
+               insertSeq(kPf, 20, false),
+               {"commit"}});
 }
 
 // The committed engine node of the route map `name`, if any.
@@ -68,16 +78,22 @@ using PeerFilterConfigSmDeathTest = PeerFilterConfigSmTest;
 TEST_F(PeerFilterConfigSmTest, AddingAFilter) {
   agent.take();
   addFilterA();
-  EXPECT_EQ(agent.take(), join({deleteMap(kPf), {"commit"}, refreshA()}));
+  EXPECT_EQ(agent.take(), join({deleteMap(kPf),
+                                {"commit"},
+                                deleteMap(kPf),
+                                insertSeq(kPf, 10, true),
+                                insertSeq(kPf, 20, false),
+                                {"commit"}}));
 }
 
-// A removed filter is traced at level 1, its route map deleted and committed, its reactor gone.
+// A removed filter is traced at level 1, its route map deleted and committed, then the community
+// objects of its sequences removed; its reactor is gone.
 TEST_F(PeerFilterConfigSmTest, RemovingAFilter) {
   addFilterA();
   agent.take();
   TraceCapture trace(1);
   agent.peerFilterConfig->peerFilterDel("A");
-  EXPECT_EQ(agent.take(), deleteMap(kPf));
+  EXPECT_EQ(agent.take(), join({deleteMap(kPf), cleanupA()}));
   EXPECT_THAT(trace.lines(), ElementsAre("Delete peer filter A"));
   EXPECT_FALSE(sm().peerFilter().find("A"));
 }
@@ -97,7 +113,7 @@ TEST_F(PeerFilterConfigSmTest, ReplacedMapEntityIsSent) {
   auto replacement = Vox::make<RM::Map>("A");
   replacement->mapEntryIs(entry(5, Acl::deny));
   agent.peerFilterConfig->peerFilterIs(replacement);
-  EXPECT_EQ(agent.take(), join({deleteMap(kPf), insertSeq(kPf, 5, false), {"commit"}}));
+  EXPECT_EQ(agent.take(), join({deleteMap(kPf), cleanupA(), insertSeq(kPf, 5, false), {"commit"}}));
   old->versionIs(9);
   EXPECT_TRUE(agent.take().empty()) << "the replaced map is no longer watched";
 }
@@ -124,14 +140,14 @@ TEST_F(PeerFilterConfigSmTest, RouteMapOfTheSameNameStaysApart) {
   routeMap->versionIs(1);
   agent.take();
   agent.peerFilterConfig->peerFilterDel("A");
-  EXPECT_EQ(agent.take(), deleteMap(kPf));
+  EXPECT_EQ(agent.take(), join({deleteMap(kPf), cleanupA()}));
   ASSERT_TRUE(engineMap(agent, "A"));
   EXPECT_TRUE(Rib::EngineModel::equivalent(*engineMap(agent, "A"), mapBefore));
 }
 
 // A null map is refused by the collection mutator, naming the collection.
 TEST_F(PeerFilterConfigSmDeathTest, NullFilterRefused) {
-  EXPECT_DEATH(sm().peerFilterIs(nullptr),
+  EXPECT_DEATH(sm().peerFilter().is(nullptr),
                "null _peerFilter parameter to mutator for "
                "RibRouteMap::PeerFilterConfigSm::peerFilter not allowed");
 }

@@ -122,8 +122,7 @@ TEST_F(RootTest, StartUpOrder) {
 TEST_F(RootTest, VrfStatusSmKeptForSameInputs) {
   Agent agent;
   const Vox::Ptr<RibRouteMap::VrfStatusSm> before = agent.root->vrfStatusSm();
-  agent.root->vrfStatusSmIs(agent.root->vrfName(), agent.routeMapConfig, agent.peerFilterConfig,
-                            agent.aclListConfig, agent.aclConfig, agent.dplConfig, agent.policyMap);
+  agent.root->vrfStatusSmIs(agent.root->vrfName(), agent.root->inputs());
   EXPECT_EQ(agent.root->vrfStatusSm(), before);
   agent.root->routeMapConfigIs(Vox::make<Routing::RouteMap::Config>());
   EXPECT_FALSE(agent.root->vrfStatusSm() == before);

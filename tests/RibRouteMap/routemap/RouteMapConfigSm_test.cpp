@@ -215,7 +215,7 @@ TEST(RouteMapConfigSmStartTest, StartOnExistingEqualsAddingLater) {
 // A null map or sequence is refused by the collection mutators, naming the collection.
 TEST_F(RouteMapConfigSmTest, NullEntitiesRefused) {
   auto* sm = agent.root->vrfStatusSm()->routeMapConfigSm();
-  EXPECT_DEATH(sm->routeMapIs(nullptr),
+  EXPECT_DEATH(sm->routeMap().is(nullptr),
                "null _routeMap parameter to mutator for RibRouteMap::RouteMapConfigSm::routeMap "
                "not allowed");
 }
@@ -274,9 +274,10 @@ class PolicyReferenceTest : public RouteMapConfigSmTest {
 // A referenced map makes what it refers to referenced, through any depth of nesting.
 TEST_F(PolicyReferenceTest, ReferencePropagatesThroughNesting) {
   addExternal(*agent.policyMap, "TOP");
-  // Notifications nest: each reference is complete before the one that brought it in.
+  // One notification at a time: a map's own references come before those of the maps it
+  // brought in.
   EXPECT_THAT(watcher.seen,
-              ElementsAre("dpl D4 +", "dpl D6 +", "rm LEAF +", "rm MID +", "rm TOP +"));
+              ElementsAre("rm MID +", "dpl D4 +", "rm LEAF +", "dpl D6 +", "rm TOP +"));
   const auto& d6 = agent.policyMap->dynamicPrefixList("D6")->reason();
   EXPECT_EQ(d6.size(), 2u);
   EXPECT_EQ(d6.begin()->configKey, "LEAF seqNo 10");
@@ -289,7 +290,7 @@ TEST_F(PolicyReferenceTest, WithdrawalPropagates) {
   watcher.seen.clear();
   dropExternal(*agent.policyMap, "TOP");
   EXPECT_THAT(watcher.seen,
-              ElementsAre("dpl D4 -", "dpl D6 -", "rm LEAF -", "rm MID -", "rm TOP -"));
+              ElementsAre("rm MID -", "dpl D4 -", "rm LEAF -", "dpl D6 -", "rm TOP -"));
   EXPECT_TRUE(agent.policyMap->routeMap().empty());
   EXPECT_TRUE(agent.policyMap->dynamicPrefixList().empty());
 }
