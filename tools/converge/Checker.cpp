@@ -5,7 +5,6 @@
 #include <exception>
 #include <set>
 #include <stdexcept>
-#include <string_view>
 
 #include "framework/rib/MioSink.h"
 #include "tools/converge/Promises.h"
@@ -19,9 +18,9 @@ namespace {
 using Node = Rib::EngineModel::Node;
 using Rib::PathEntry;
 
-// Propagating a reference costs about two kilobytes of stack per level of nesting when it
-// recurses, so this stack gives out after about a hundred levels, well within the chains the
-// generator builds; sanitized builds need far more for the same work.
+// Work that recursed once per level of nesting (propagating a reference took about two
+// kilobytes a level) gives out on this stack after about a hundred levels, well within the
+// chains the generator builds; sanitized builds need far more for the same work.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr std::size_t kStackBytes = std::size_t{16} << 20;
 #else
@@ -139,6 +138,68 @@ Vox::Ptr<RoutingPolicyMap::PolicyMap> policyMapWithout(const RoutingPolicyMap::P
   return out;
 }
 
+// A copy of the policy-reference map with only the reasons that `within` holds too.
+Vox::Ptr<RoutingPolicyMap::PolicyMap> policyMapWithin(const RoutingPolicyMap::PolicyMap& from,
+                                                      const RoutingPolicyMap::PolicyMap& within) {
+  auto out = Vox::make<RoutingPolicyMap::PolicyMap>();
+  auto copy = [](const RoutingPolicyMap::PolicyMap::Coll& source,
+                 const RoutingPolicyMap::PolicyMap::Coll& allowed, auto is) {
+    for (const auto& [name, r] : source) {
+      auto a = allowed.find(name);
+      if (a == allowed.end()) continue;
+      for (const auto& reason : r->reason()) {
+        if (a->second->reason().contains(reason)) is(name)->reasonIs(reason, true);
+      }
+    }
+  };
+  copy(from.routeMap(), within.routeMap(),
+       [&](const std::string& n) { return out->routeMapIs(n); });
+  copy(from.dynamicPrefixList(), within.dynamicPrefixList(),
+       [&](const std::string& n) { return out->dynamicPrefixListIs(n); });
+  copy(from.redistributedDynPfx(), within.redistributedDynPfx(),
+       [&](const std::string& n) { return out->redistributedDynPfxIs(n); });
+  return out;
+}
+
+// The engine's objects: the nodes three levels down, below the policy root.
+std::set<std::vector<PathEntry>> objectPaths(const Node& engine) {
+  std::set<std::vector<PathEntry>> out;
+  auto root = engine.children.find(tag(512));
+  if (root == engine.children.end()) return out;
+  for (const auto& [collection, objects] : root->second.children) {
+    for (const auto& [key, object] : objects.children) {
+      if (object.meaningful()) out.insert({tag(512), collection, key});
+    }
+  }
+  return out;
+}
+
+template <class Def>
+void addMissing(std::map<std::string, Def>& to, const std::map<std::string, Def>& from) {
+  for (const auto& [name, def] : from) to.try_emplace(name, def);
+}
+
+// The engine objects that belong to objects removed while an input was detached: those a
+// fresh start has when the removed objects are configured again beside the step's ones.
+std::set<std::vector<PathEntry>> removedObjectPaths(const std::string& vrf,
+                                                    const ribpolicy::ScenarioConfig& config,
+                                                    const ribpolicy::ScenarioConfig& removed) {
+  ribpolicy::ScenarioConfig with = config;
+  addMissing(with.prefixLists, removed.prefixLists);
+  addMissing(with.ipv6PrefixLists, removed.ipv6PrefixLists);
+  addMissing(with.asPathLists, removed.asPathLists);
+  addMissing(with.communityLists, removed.communityLists);
+  addMissing(with.accessLists, removed.accessLists);
+  addMissing(with.dynamicPrefixLists, removed.dynamicPrefixLists);
+  addMissing(with.routeMaps, removed.routeMaps);
+  addMissing(with.peerFilters, removed.peerFilters);
+  std::set<std::vector<PathEntry>> out;
+  ribpolicy::withFreshStart(vrf, with, [&](const Node& fresh, const RoutingPolicyMap::PolicyMap&) {
+    out = objectPaths(fresh);
+  });
+  return out;
+}
+
 // The first place where two trees differ, two levels down: "engine 512/627" for the dynamic
 // prefix lists, "engine 256" for the global options; empty when they are equivalent.
 std::string firstArea(const Node& left, const Node& right, std::string prefix = {}) {
@@ -165,11 +226,17 @@ struct Comparison {
   std::string area;
 };
 
+// What the engine may hold beyond a fresh start after changes while an input was detached.
+struct Leftovers {
+  std::vector<Node> snapshots;  // the engine as each re-attach found it
+  std::set<std::vector<PathEntry>> removedObjects;
+};
+
 // The incremental state against a fresh start on the step's configuration, leaving out what
 // the step's promise does not cover (see the header).
 Comparison compare(const std::string& vrf, const ribpolicy::Step& step, const StepPromise& promise,
                    const Node& engine, const RoutingPolicyMap::PolicyMap& policyMap,
-                   const std::vector<Node>& snapshots) {
+                   const Leftovers& leftovers) {
   Comparison out;
   ribpolicy::withFreshStart(
       vrf, step.config, [&](const Node& fresh, const RoutingPolicyMap::PolicyMap& freshMap) {
@@ -200,9 +267,18 @@ Comparison compare(const std::string& vrf, const ribpolicy::Step& step, const St
         }
         if (promise.leftovers) {
           std::vector<const Node*> roots;
-          roots.reserve(snapshots.size());
-          for (const Node& s : snapshots) roots.push_back(&s);
+          roots.reserve(leftovers.snapshots.size());
+          for (const Node& s : leftovers.snapshots) roots.push_back(&s);
           pruneLeftovers(left, &right, roots);
+          for (const std::vector<PathEntry>& path : leftovers.removedObjects) {
+            if (!find(right, path)) erase(left, path);
+          }
+          // A dynamic prefix list that only a left-over reference holds stays in the engine.
+          for (const auto& [name, r] : policyMap.dynamicPrefixList()) {
+            if (!freshMap.dynamicPrefixList(name) && !find(right, dynamicPrefixListPath(name))) {
+              erase(left, dynamicPrefixListPath(name));
+            }
+          }
         }
         const Node& l = exact ? engine : left;
         const Node& r = exact ? fresh : right;
@@ -211,10 +287,12 @@ Comparison compare(const std::string& vrf, const ribpolicy::Step& step, const St
         }
         if (out.area.empty()) out.area = firstArea(l, r);
 
-        const auto lm =
+        auto lm =
             policyMapWithout(policyMap, promise.cycleRouteMaps, promise.cycleDynamicPrefixLists);
         const auto rm =
             policyMapWithout(freshMap, promise.cycleRouteMaps, promise.cycleDynamicPrefixLists);
+        // References the library entered before it lost its state may outlive it.
+        if (promise.leftovers) lm = policyMapWithin(*lm, *rm);
         for (std::string& line : ribpolicy::policyMapDifferences(*lm, *rm)) {
           // "policy-map route-maps \"RA\": ..." names its section in the first two words.
           if (out.area.empty()) out.area = line.substr(0, line.find(' ', line.find(' ') + 1));
@@ -230,7 +308,7 @@ CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options
   Rib::EngineModel model;
   ribpolicy::Agent agent(scenario.vrf);
   PromiseTracker tracker;
-  std::vector<Node> snapshots;
+  Leftovers leftovers;
   {
     Rib::ScopedSink sink(&model);
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
@@ -240,14 +318,18 @@ CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options
       // The engine as the library left it when it lost its state, taken as it comes back.
       if (promise.leftovers && agent.started() && !agent.attached().complete() &&
           step.inputs.complete()) {
-        snapshots.push_back(model.committed());
+        leftovers.snapshots.push_back(model.committed());
       }
       agent.applyStep(step.config, step.inputs);
       ++result.steps;
       if (!promise.attached || promise.heldBack) continue;
       ++result.compared;
+      if (promise.leftovers) {
+        leftovers.removedObjects =
+            removedObjectPaths(scenario.vrf, step.config, promise.removedWhileDetached);
+      }
       Comparison c =
-          compare(scenario.vrf, step, promise, model.committed(), *agent.policyMap(), snapshots);
+          compare(scenario.vrf, step, promise, model.committed(), *agent.policyMap(), leftovers);
       if (!c.differences.empty()) {
         result.failure = Failure{i + 1, "differs from a fresh start", std::move(c.area),
                                  std::move(c.differences)};

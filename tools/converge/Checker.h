@@ -7,9 +7,10 @@
 // the comparison leaves out what the library does not promise and checks what it does:
 // nothing while a change is held back; a stale AS-path list must be deactivated (without
 // entries) but is otherwise compared; after changes while detached, the fresh start must be
-// contained in the engine and anything more must be left over from the engine as it was when
-// the input went; dynamic prefix lists and policy-map names that a reference cycle reaches
-// are left out.
+// contained in the engine and in the policy-reference map, and anything more in the engine
+// must be left over from the engine as it was when the input went, belong to an object
+// removed while detached, or be a dynamic prefix list held by a left-over reference; dynamic
+// prefix lists and policy-map names that a reference cycle reaches are left out.
 //
 // The run takes place on a thread with a small stack, so that work that grows the stack with
 // the depth of nesting shows at a moderate depth instead of only at thousands of levels.

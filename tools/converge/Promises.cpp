@@ -91,6 +91,26 @@ bool includes(const std::set<std::string>& big, const std::set<std::string>& sma
   return std::includes(big.begin(), big.end(), small.begin(), small.end());
 }
 
+template <class Def>
+void keepRemovedObjects(const std::map<std::string, Def>& from,
+                        const std::map<std::string, Def>& to, std::map<std::string, Def>& removed) {
+  for (const auto& [name, def] : from) {
+    if (!to.contains(name)) removed.insert_or_assign(name, def);
+  }
+}
+
+// Adds the objects of `from` that `to` no longer has to `removed`, as they were.
+void keepRemoved(const ScenarioConfig& from, const ScenarioConfig& to, ScenarioConfig& removed) {
+  keepRemovedObjects(from.prefixLists, to.prefixLists, removed.prefixLists);
+  keepRemovedObjects(from.ipv6PrefixLists, to.ipv6PrefixLists, removed.ipv6PrefixLists);
+  keepRemovedObjects(from.asPathLists, to.asPathLists, removed.asPathLists);
+  keepRemovedObjects(from.communityLists, to.communityLists, removed.communityLists);
+  keepRemovedObjects(from.accessLists, to.accessLists, removed.accessLists);
+  keepRemovedObjects(from.dynamicPrefixLists, to.dynamicPrefixLists, removed.dynamicPrefixLists);
+  keepRemovedObjects(from.routeMaps, to.routeMaps, removed.routeMaps);
+  keepRemovedObjects(from.peerFilters, to.peerFilters, removed.peerFilters);
+}
+
 }  // namespace
 
 CycleNames cycleNames(const ScenarioConfig& config) {
@@ -230,11 +250,19 @@ void PromiseTracker::trackVersions(const ScenarioConfig& from, const ScenarioCon
     } else if (isNew || next != current) {
       pending_.erase(o);
     }
+    // An object that never left version 0 is incomplete to the library, while a fresh start
+    // that gives it no explicit version announces it with version 1.
+    if (next == 0 && explicitVersion.value_or(1) != 0) {
+      unannounced_.insert(o);
+    } else {
+      unannounced_.erase(o);
+    }
     current = next;
   };
   auto forget = [&](const VersionedObject& o) {
     versions_.erase(o);
     pending_.erase(o);
+    unannounced_.erase(o);
   };
   auto section = [&](VersionedKind kind, const auto& before, const auto& after, auto same) {
     forEachKey(before, after, [&](const std::string& name, const auto* b, const auto* a) {
@@ -281,7 +309,10 @@ StepPromise PromiseTracker::step(const ribpolicy::Step& step) {
   const bool restart = started_;
   const bool stateDuring = started_ && inputs_.complete();
   if (stateDuring) trackAsPathLists(config_, to);
-  if (started_ && !stateDuring && !onlyAdds(config_, to)) leftovers_ = true;
+  if (started_ && !stateDuring && !onlyAdds(config_, to)) {
+    leftovers_ = true;
+    keepRemoved(config_, to, removedWhileDetached_);
+  }
   trackVersions(config_, to);
   const bool stateAfter = step.inputs.complete();
   if (stateAfter && !stateDuring) {
@@ -305,13 +336,14 @@ StepPromise PromiseTracker::step(const ribpolicy::Step& step) {
 
   StepPromise p;
   p.attached = stateAfter;
-  p.heldBack = !pending_.empty();
+  p.heldBack = !pending_.empty() || !unannounced_.empty();
   for (const auto& [name, held] : inapplicable_) {
     if (held != inapplicableEntries(to.asPathLists.at(name), to.asPathRegexMode)) {
       p.staleAsPathLists.insert(name);
     }
   }
   p.leftovers = leftovers_;
+  p.removedWhileDetached = removedWhileDetached_;
   p.cycleRouteMaps = cycleRouteMaps_;
   p.cycleDynamicPrefixLists = cycleDynamicPrefixLists_;
   return p;

@@ -5,17 +5,20 @@
 // Four kinds of change are not promised to converge; for each, the library promises something
 // weaker, and the checker holds it to that instead:
 //  - a change held back: an object's contents changed without a version change (an explicit
-//    `version:`), so the library has not been told to act on it. Convergence is promised again
-//    after a step at which every change has been announced.
+//    `version:`), so the library has not been told to act on it, or an object still has
+//    version 0, which the library takes for incomplete. Convergence is promised again after a
+//    step at which every change has been announced.
 //  - a stale AS-path deactivation: an entry that was inapplicable turned valid (or was replaced
 //    by a valid one) while its list was deactivated. The list stays deactivated (defined in the
 //    engine, without entries) until it is reevaluated by a regular-expression mode change or a
 //    restart.
 //  - leftovers of changes while an input was detached (or held back when it went): the
-//    library dropped its state without a word to the engine and sends everything configured
-//    again when re-attached, so what it no longer knows stays in the engine. The fresh start
-//    must be contained in the engine; anything more must be left over from the engine as it
-//    was when the input went.
+//    library dropped its state and sends everything configured again when re-attached, so
+//    what it no longer knows stays in the engine, and the references it entered stay in the
+//    policy-reference map. The fresh start must be contained in both; anything more in the
+//    engine must be left over from the engine as it was when the input went, belong to an
+//    object removed while detached, or be a dynamic prefix list that a left-over reference
+//    holds.
 //  - reference cycles: route maps and dynamic prefix lists that refer to each other (through
 //    sub-route-maps, dynamic-prefix-list matches and match maps) keep each other referenced
 //    after the outside reference goes. The engine may differ only in dynamic prefix lists on or
@@ -63,6 +66,9 @@ struct StepPromise {
   // Something other than an addition happened while detached, or a change was still held
   // back when the state went: at this step or an earlier one.
   bool leftovers = false;
+  // The objects removed while the library's state was gone, as they were, at this step or an
+  // earlier one.
+  ribpolicy::ScenarioConfig removedWhileDetached;
   // Names on or reachable from a reference cycle, at this step or an earlier one.
   std::set<std::string> cycleRouteMaps;
   std::set<std::string> cycleDynamicPrefixLists;
@@ -90,11 +96,13 @@ class PromiseTracker {
   ribpolicy::ScenarioConfig config_;
   ribpolicy::InputSet inputs_;
   std::map<VersionedObject, U32> versions_;
-  std::set<VersionedObject> pending_;
+  std::set<VersionedObject> pending_;      // changed since the last version change
+  std::set<VersionedObject> unannounced_;  // at version 0, which a fresh start would not give
   // Per AS-path list, the entries the library holds for inapplicable; kept while the
   // library's state exists.
   std::map<std::string, std::set<U32>> inapplicable_;
   bool leftovers_ = false;
+  ribpolicy::ScenarioConfig removedWhileDetached_;
   std::set<std::string> cycleRouteMaps_;
   std::set<std::string> cycleDynamicPrefixLists_;
 };

@@ -53,8 +53,13 @@ void shrinkAndWrite(const Options& o, std::uint64_t seed, const ribpolicy::Scena
   const converge::CheckResult again = converge::checkInChild(small);
 
   const std::string yaml = converge::writeScenario(small);
-  if (!converge::sameScenario(ribpolicy::parseScenario(yaml), small)) {
-    std::cout << "warning: the written scenario does not read back the same\n";
+  try {
+    if (!converge::sameScenario(ribpolicy::parseScenario(yaml), small)) {
+      std::cout << "warning: the written scenario does not read back the same\n";
+    }
+  } catch (const ribpolicy::InputError& e) {
+    std::cout << "warning: the written scenario does not read back: "
+              << e.format("converge-" + std::to_string(seed) + ".yaml") << '\n';
   }
   std::filesystem::create_directories(o.out);
   const std::filesystem::path file =
