@@ -1,4 +1,4 @@
-#include "RibRouteMap/routemap/RibRouteMapUtil.h"
+#include "RibRouteMap/mio/RibRouteMapUtil.h"
 
 #include <map>
 #include <utility>
@@ -44,61 +44,6 @@ bool ribIsMatchOptionStr(Routing::RouteMap::MatchOption option, U32* pathTag, U3
       {120, {Tag::matchOption120, 27}},
   };
   return lookUp(table, option, pathTag, valueTag);
-}
-
-bool ribIsSetActionIntValue(Routing::RouteMap::SetFlagBit flag, U32* number) {
-  using namespace Routing::RouteMap;
-  switch (flag) {
-    case setMetric:
-      *number = SetAction::metric;
-      return true;
-    case setAction19:
-      *number = SetAction::action19;
-      return true;
-    case setAction26:
-      *number = SetAction::action26;
-      return true;
-    case setIsisLevel:
-      *number = SetAction::isisLevel;
-      return true;
-    case setAction25:
-      *number = SetAction::action25;
-      return true;
-    case setNextHopPeerAddr:
-      *number = SetAction::nextHopPeerAddr;
-      return true;
-    case setIpv6NextHopPeerAddr:
-      *number = SetAction::ipv6NextHopPeerAddr;
-      return true;
-    case setOrigin:
-      *number = SetAction::origin;
-      return true;
-    case setNextHopUnchanged:
-      *number = SetAction::nextHopUnchanged;
-      return true;
-    case setIpv6NextHopUnchanged:
-      *number = SetAction::ipv6NextHopUnchanged;
-      return true;
-    case setAction35:
-      *number = SetAction::action35;
-      return true;
-    // Not reported as integer actions, whatever the shape of their value: callers that
-    // walk the set flags handle these clauses by their own means.
-    case setAsPathPrepend:
-    case setNextHop:
-    case setIpv6NextHop:
-    case setOspfMetricType:
-    case setAction2:
-    case setCommunityAddReplace:
-    case setCommunityDelete:
-    case setExtCommunity:
-    case setAction3:
-    case setAsPathPrependLastAs:
-    case setAsPathReplace:
-    case setLargeCommunity:
-      return false;
-  }
-  return false;
 }
 
 }  // namespace RibRouteMap

@@ -1,4 +1,5 @@
-// The match-option and set-action tables of the route-map commands.
+// The match-option tables of the route-map match commands: the options without a command of
+// their own, with the match node's path tag and the matched value's tag.
 #pragma once
 
 #include "framework/config/RouteMapConfig.h"
@@ -11,8 +12,5 @@ namespace RibRouteMap {
 bool ribIsMatchOptionInt(Routing::RouteMap::MatchOption option, U32* pathTag, U32* valueTag);
 // The same for string matches.
 bool ribIsMatchOptionStr(Routing::RouteMap::MatchOption option, U32* pathTag, U32* valueTag);
-// For a single set flag: whether it is an integer-valued action, and its action number.
-// False (number untouched) for any other flag.
-bool ribIsSetActionIntValue(Routing::RouteMap::SetFlagBit flag, U32* number);
 
 }  // namespace RibRouteMap

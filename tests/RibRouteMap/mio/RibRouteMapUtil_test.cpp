@@ -1,4 +1,4 @@
-#include "RibRouteMap/routemap/RibRouteMapUtil.h"
+#include "RibRouteMap/mio/RibRouteMapUtil.h"
 
 #include <gtest/gtest.h>
 
@@ -24,17 +24,6 @@ TEST(RibRouteMapUtilTest, MatchOptionOutsideTablesLeavesOutputs) {
     EXPECT_FALSE(c.lookUp(c.option, &pathTag, &valueTag));
     EXPECT_EQ(pathTag, 1234u);
     EXPECT_EQ(valueTag, 5678u);
-  }
-}
-
-// Clauses outside the integer actions, even ones sent as integers, answer false untouched.
-TEST(RibRouteMapUtilTest, SetFlagOutsideIntegerActionsLeavesNumber) {
-  for (SetFlagBit bit : {setAsPathPrepend, setAction2, setAction3, setAsPathPrependLastAs,
-                         setOspfMetricType, setCommunityAddReplace, static_cast<SetFlagBit>(31)}) {
-    SCOPED_TRACE(static_cast<U32>(bit));
-    U32 number = 4321;
-    EXPECT_FALSE(RibRouteMap::ribIsSetActionIntValue(bit, &number));
-    EXPECT_EQ(number, 4321u);
   }
 }
 
