@@ -28,6 +28,8 @@ DynPfxConfigSm::DynPfxConfigSm(const ConfigPtr& config, const PolicyMapPtr& poli
           this, "_dynamicPrefixList", "RibDynamicPrefixList::DynPfxConfigSm::dynamicPrefixList",
           [](const Entry& e) { return e.name(); },
           [this](const EntryPtr& e) { return Vox::make<VoxDynamicPrefixList>(e, this); }) {
+  dynamicPrefixList_.zombieHookIs(
+      [this](VoxDynamicPrefixList& r) { vox_handleDynamicPrefixList(r); });
   configReactor_.set(Vox::make<VoxConfig>(config_, this));
   policyMapReactor_.set(Vox::make<VoxPolicyMap>(policyMap_, this));
   // Each new reactor sends its list at once if the policy map already holds it.
@@ -70,6 +72,14 @@ void DynPfxConfigSm::handleDynamicPrefixListMap(const std::string& name) {
   }
 }
 
+void DynPfxConfigSm::vox_handleDynamicPrefixList(VoxDynamicPrefixList& reactor) {
+  // While the policy map holds the list, the reactor has sent it; once the reactor is gone
+  // nothing would ever delete it, so it leaves the engine with its configuration. A state
+  // machine that is torn down sends nothing (its handlers are off by then).
+  if (!handlersEnabled() || !policyMap_ || !policyMap_->dynamicPrefixList(reactor.name())) return;
+  reactor.handleMirrorConfigDelete();
+}
+
 // --- VoxConfig --------------------------------------------------------------------------
 
 DynPfxConfigSm::VoxConfig::VoxConfig(const ConfigPtr& config, DynPfxConfigSm* sm) : sm_(sm) {
@@ -77,8 +87,8 @@ DynPfxConfigSm::VoxConfig::VoxConfig(const ConfigPtr& config, DynPfxConfigSm* sm
 }
 
 void DynPfxConfigSm::VoxConfig::onDynamicPrefixList(const std::string& name) {
-  // No handler: what a list sends is its own reactor's business, at its creation and on its
-  // version; removal from the configuration alone leaves the engine as it is.
+  // No handler: what a list sends is its own reactor's business, at its creation, on its
+  // version and at its removal (the collection's hook).
   if (notifier()) sm_->dynamicPrefixList_.reconcile(name, notifier()->dynamicPrefixList(name));
 }
 

@@ -4,9 +4,10 @@
 // A configured list reaches the engine only while the policy-reference map holds it too: the
 // map says which lists something refers to, and an unreferenced list is of no use to the
 // engine. So a list is written when its version changes or when it appears in the map, and
-// deleted when it leaves the map; removing it from the configuration alone only drops its
-// reactor. While a list is written, its match map is recorded in the policy-reference map as
-// referred to by the list, so that the route-map side sends the match map as well.
+// deleted when it leaves the map, or when it leaves the configuration while the map holds it
+// (its reactor is the last one that knows the engine has it). While a list is written, its match
+// map is recorded in the policy-reference map as referred to by the list, so that the route-map
+// side sends the match map as well.
 //
 // Ownership: the state machine owns one VoxConfig (on the configuration), one VoxPolicyMap (on
 // the policy map) and one VoxDynamicPrefixList per configured list. Nested reactors keep a
@@ -97,6 +98,8 @@ class DynPfxConfigSm : public Vox::Reactor {
 
   void handleInitialized();
   void handleDynamicPrefixListMap(const std::string& name);
+  // Runs when a list's reactor has been removed from the collection.
+  void vox_handleDynamicPrefixList(VoxDynamicPrefixList& reactor);
 
  private:
   friend class VoxConfig;

@@ -37,6 +37,7 @@ void PeerFilterConfigSm::handlePeerFilter(const std::string& name) {
   auto mio = mioFactory(vrfName_);
   mio->doDeleteRouteMap(engineName(name));
   mio->doCommit();
+  if (VoxPeerFilter* reactor = peerFilter_.find(name)) reactor->deleteSentSeqCommObjects(*mio);
 }
 
 // --- VoxPeerFilterConfig ----------------------------------------------------------------
@@ -91,8 +92,18 @@ void PeerFilterConfigSm::VoxPeerFilter::handleMapVersion() {
   auto mio = mioFactory(sm_->vrfName());
   mio->doDeleteRouteMap(name);
   mio->doCommit();
-  if (map) mio->doInsertRouteMap(map, name);
+  deleteSentSeqCommObjects(*mio);
+  if (map) {
+    mio->doInsertRouteMap(map, name);
+    for (const auto& [seqno, entry] : map->mapEntry()) sentSeqno_.insert(seqno);
+  }
   mio->doCommit();
+}
+
+void PeerFilterConfigSm::VoxPeerFilter::deleteSentSeqCommObjects(const Mio& mio) {
+  const Vox::String name = engineName(filterName_);
+  for (U32 seqno : sentSeqno_) mio.doDeleteMapSeqCommObjects(name, seqno);
+  sentSeqno_.clear();
 }
 
 }  // namespace RibRouteMap

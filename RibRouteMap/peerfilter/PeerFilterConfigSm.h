@@ -4,12 +4,18 @@
 // sent as a route map named ".PEER_FILTER." followed by the filter's name. The prefix keeps a
 // peer filter and a route map of the same name apart, and the library's own names all begin
 // with "." so no configured name can take it. Like a route map, a filter is replaced whole on
-// every version change: delete, commit, insert, commit.
+// every version change: delete, commit, insert, commit. Its sequences own internal community
+// lists and sets and community-list user records exactly as a route map's do, so every
+// sequence the filter had goes through the same clean-up after the delete's commit, when the
+// filter is removed and on every version change (the insert makes again what is still
+// configured): otherwise a later change of a community list that a gone clause used would
+// write that clause, and the filter's route map with it, back into the engine.
 //
 // Ownership: the state machine owns one VoxPeerFilterConfig (on the configuration) and one
 // VoxPeerFilter per configured filter; nested reactors keep a plain back pointer.
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "RibRouteMap/mio/Mio.h"
@@ -47,15 +53,20 @@ class PeerFilterConfigSm : public Vox::Reactor {
     VoxPeerFilter(const MapPtr& map, PeerFilterConfigSm* sm);
 
     const std::string& filterName() const { return filterName_; }
+    // The sequences sent last, whose community objects may be in the engine.
+    const std::set<U32>& sentSeqno() const { return sentSeqno_; }
 
     void onVersion() override;
     void onNotifier() override;
 
     void handleMapVersion();
+    // Removes the community objects of every sequence sent last. No commit of its own.
+    void deleteSentSeqCommObjects(const Mio& mio);
 
    private:
     PeerFilterConfigSm* sm_;
     std::string filterName_;
+    std::set<U32> sentSeqno_;
   };
 
   PeerFilterConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName);

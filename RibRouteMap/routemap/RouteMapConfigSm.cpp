@@ -1,5 +1,8 @@
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 
+#include <string>
+#include <vector>
+
 #include "RibRouteMap/root/Trace.h"
 #include "RoutingPolicyMap/UpdatePolicyMap.h"
 
@@ -28,7 +31,12 @@ RouteMapConfigSm::RouteMapConfigSm(const ConfigPtr& config, const L3::VrfName& v
       routeMap_(
           this, "_routeMap", "RibRouteMap::RouteMapConfigSm::routeMap",
           [](const Routing::RouteMap::Map& m) { return m.name(); },
-          [this](const MapPtr& m) { return Vox::make<VoxRouteMap>(m, this); }) {
+          [this](const MapPtr& m) { return Vox::make<VoxRouteMap>(m, this); }),
+      policyMapRouteMap_([this](const std::string& rmName) {
+        if (policyMapReactor_ && policyMapReactor_->handlersEnabled()) {
+          handlePolicyMapRouteMap(rmName);
+        }
+      }) {
   routeMap_.zombieHookIs([this](VoxRouteMap& r) { vox_handleRouteMap(r); });
   configReactor_.set(Vox::make<VoxRouteMapConfig>(config_, this));
   policyMapReactor_.set(Vox::make<VoxPolicyMap>(policyMap_, this));
@@ -94,6 +102,19 @@ void RouteMapConfigSm::vox_handleRouteMap(VoxRouteMap& reactor) {
   reactor.deleteRouteMapCommSets();
 }
 
+void RouteMapConfigSm::onNotificationActive(bool active) {
+  // The map reactors were built while notifications were off, each entering the references of
+  // its sequences only if its map was referenced by then; a map that a later-built map made
+  // referenced never heard of it. Entering every referenced map's references once now, the
+  // notifications carry the rest, so the result does not depend on the maps' names.
+  if (!active || !policyMap_ || !config_) return;
+  std::vector<std::string> referenced;
+  for (const auto& [name, requester] : policyMap_->routeMap()) {
+    if (config_->routeMap(name)) referenced.push_back(name);
+  }
+  for (const std::string& name : referenced) policyMapRouteMap_.dispatch(name);
+}
+
 // --- VoxRouteMapConfig ------------------------------------------------------------------
 
 RouteMapConfigSm::VoxRouteMapConfig::VoxRouteMapConfig(const ConfigPtr& config,
@@ -133,7 +154,9 @@ RouteMapConfigSm::VoxPolicyMap::VoxPolicyMap(const Vox::Ptr<RoutingPolicyMap::Po
 }
 
 void RouteMapConfigSm::VoxPolicyMap::onRouteMap(const std::string& rmName) {
-  dispatchScalar([&] { sm_->handlePolicyMapRouteMap(rmName); });
+  // Handling one map's reference may enter or withdraw the maps it refers to; their
+  // notifications wait until this one is done.
+  sm_->policyMapRouteMap_.dispatch(rmName);
 }
 
 // --- VoxRouteMap ------------------------------------------------------------------------

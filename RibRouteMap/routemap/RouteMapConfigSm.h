@@ -6,7 +6,11 @@
 // sequence removes just that sequence (or the map with its last sequence); removing a map
 // removes the map. The state machine also keeps, for every referenced route map, the
 // references of its sequences (sub-route-maps, dynamic prefix lists) in the policy-reference
-// map, so that references propagate through any depth of nesting.
+// map, so that references propagate through any depth of nesting: one policy-map notification
+// at a time (a notification caused by handling another waits its turn), so a chain of nested
+// maps costs loop turns, not stack frames. Once its notifications are on, the machine enters
+// the references of every referenced map once, so that what a start-up enters never depends on
+// the order in which the maps were built.
 //
 // Ownership: the state machine owns one VoxRouteMapConfig (on the configuration), one
 // VoxPolicyMap (on the policy map) and one VoxRouteMap per configured map, which owns one
@@ -20,6 +24,7 @@
 #include "framework/config/PolicyMap.h"
 #include "framework/config/RouteMapConfig.h"
 #include "framework/l3/VrfName.h"
+#include "framework/vox/NotificationQueue.h"
 #include "framework/vox/Reactor.h"
 #include "framework/vox/ReactorColl.h"
 
@@ -150,8 +155,12 @@ class RouteMapConfigSm : public Vox::Reactor {
   // Runs when a map reactor has been removed: its internal community objects go with it.
   void vox_handleRouteMap(VoxRouteMap& reactor);
 
+ protected:
+  void onNotificationActive(bool active) override;
+
  private:
   friend class VoxRouteMapConfig;
+  friend class VoxPolicyMap;
 
   ConfigPtr config_;
   L3::VrfName vrfName_;
@@ -159,6 +168,8 @@ class RouteMapConfigSm : public Vox::Reactor {
   Vox::ReactorSlot<VoxRouteMapConfig> configReactor_{this};
   Vox::ReactorSlot<VoxPolicyMap> policyMapReactor_{this};
   Vox::ReactorColl<std::string, VoxRouteMap, Routing::RouteMap::Map> routeMap_;
+  // The policy map's route-map notifications, handled one at a time.
+  Vox::NotificationQueue<std::string> policyMapRouteMap_;
 };
 
 Vox::Ptr<RouteMapConfigSm> routeMapConfigSmFactory(const RouteMapConfigSm::ConfigPtr& config,

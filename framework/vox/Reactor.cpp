@@ -8,6 +8,7 @@ void Reactor::hasNotificationActiveIs(bool active) {
   for (ReactorChildren* c : children_) {
     c->forEachReactor([](Reactor& r, bool v) { r.hasNotificationActiveIs(v); }, active);
   }
+  onNotificationActive(active);
 }
 
 void Reactor::voxDoZombieReactors(bool zombie) {

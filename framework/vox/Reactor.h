@@ -39,7 +39,7 @@ class Reactor : public PtrInterface {
   void initializedIs(bool v) { initialized_ = v; }
 
   // Sets or clears bit 29 here and in every owned reactor; nothing at all happens when the
-  // flag already has that value.
+  // flag already has that value. Subclasses react to the change in onNotificationActive().
   void hasNotificationActiveIs(bool active);
   // Sets or clears bit 31 in every owned reactor and then here; nothing at all happens when
   // the flag already has that value. Subclasses react to the change in onZombie().
@@ -54,6 +54,9 @@ class Reactor : public PtrInterface {
 
   // Called when the zombie flag has changed, after the owned reactors were switched.
   virtual void onZombie(bool /*zombie*/) {}
+  // Called when the notification-active flag has changed, after the owned reactors were
+  // switched, so that a reaction started here finds every owned reactor in the new state.
+  virtual void onNotificationActive(bool /*active*/) {}
 
   // The fixed order of a keyed notification: the handler (if enabled), then reconciliation.
   template <class Key, class Handle, class Reconcile>

@@ -121,6 +121,18 @@ commit
                    },
                    R"(deleteRouteMap 512/576=".PEER_FILTER.A" del
 commit
+delCommunityList 512/528/529="/policy/commlist .cl.PEER_FILTER.A10ar" del
+commit
+delCommunitySet 512/524/525="/policy/commset .cs.PEER_FILTER.A10ar" del
+commit
+delCommunityList 512/528/529="/policy/commlist .cl.PEER_FILTER.A10del" del
+commit
+delCommunitySet 512/524/525="/policy/commset .cs.PEER_FILTER.A10del" del
+commit
+delCommunitySet 512/526/527="/policy/commset .e.PEER_FILTER.A10" del
+commit
+delCommunitySet 512/631/632="/policy/commset .l.PEER_FILTER.A10" del
+commit
 routeMap 512/576=".PEER_FILTER.A" {0:str=".PEER_FILTER.A"}
 routeMapSeq 512/576=".PEER_FILTER.A"/577/578=5 {0:u32=5 1:flag=false}
 commit

@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "framework/vox/Entity.h"
+#include "framework/vox/NotificationQueue.h"
 
 namespace {
 
@@ -191,6 +193,30 @@ TEST(NotifieeBaseTest, DestructionUnregisters) {
   EXPECT_EQ(dial->notifiees().size(), 0u);
   dial->settingIs(1);
   EXPECT_EQ(log, (Log{"W -> dial"}));
+}
+
+// A chain of causes is handled one notification at a time, in arrival order, never nested.
+TEST(NotificationQueueTest, NestedArrivalsWaitTheirTurn) {
+  std::vector<int> handled;
+  int depth = 0;
+  int deepest = 0;
+  Vox::NotificationQueue<int>* self = nullptr;
+  Vox::NotificationQueue<int> queue([&](const int& key) {
+    deepest = std::max(deepest, ++depth);
+    handled.push_back(key);
+    // Each key below 1000 causes two more, the way one reference enters two others.
+    if (key < 1000) {
+      self->dispatch(key * 2);
+      self->dispatch(key * 2 + 1);
+    }
+    --depth;
+  });
+  self = &queue;
+  queue.dispatch(1);
+  EXPECT_EQ(deepest, 1);
+  ASSERT_EQ(handled.size(), 1999u);
+  for (std::size_t i = 0; i < handled.size(); ++i) EXPECT_EQ(handled[i], static_cast<int>(i) + 1);
+  EXPECT_FALSE(queue.running());
 }
 
 }  // namespace

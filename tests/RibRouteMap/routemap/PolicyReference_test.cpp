@@ -1,6 +1,7 @@
 // The order in which the policy-reference map hears of references, which the engine does not
-// see: a reference is complete (everything it brings in entered) before the reference that
-// brought it in, and a new reference is entered before the one it replaces is withdrawn.
+// see: references travel one notification at a time, so a map's own references come before
+// those of the maps it brought in, and a new reference is entered before the one it replaces is
+// withdrawn.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -47,12 +48,12 @@ class PolicyReferenceTest : public ::testing::Test {
   void SetUp() override { watcher.notifierIs(library.agent.policyMap()); }
 };
 
-// Entering TOP completes MID's references (and LEAF's within them) before TOP itself; the
-// withdrawal goes the same way.
-TEST_F(PolicyReferenceTest, NestedReferencesCompleteFirst) {
+// Referencing TOP enters MID, then what MID refers to (D4 with its match map, LEAF), then what
+// LEAF refers to, one level after the other; the withdrawal goes the same way.
+TEST_F(PolicyReferenceTest, ReferencesTravelOneNotificationAtATime) {
   EXPECT_EQ(step(std::string(kNested) + "      policy-map: {route-maps: [TOP]}\n"),
-            (Log{"+rm MM", "+dpl D4", "+dpl D6", "+rm LEAF", "+rm MID", "+rm TOP"}));
-  EXPECT_EQ(step(kNested), (Log{"-rm MM", "-dpl D4", "-dpl D6", "-rm LEAF", "-rm MID", "-rm TOP"}));
+            (Log{"+rm MID", "+rm MM", "+dpl D4", "+rm LEAF", "+dpl D6", "+rm TOP"}));
+  EXPECT_EQ(step(kNested), (Log{"-rm MID", "-rm MM", "-dpl D4", "-rm LEAF", "-dpl D6", "-rm TOP"}));
 }
 
 // TOP's sub-route-map changed from MID to LEAF: LEAF gains TOP's reason before MID, and with it
