@@ -49,7 +49,10 @@ std::string testName(const ::testing::TestParamInfo<std::string>& info) {
 // The differences between the golden file and what the program printed, as `diff -u` shows
 // them.
 std::string unifiedDiff(const fs::path& golden, const std::string& actual) {
-  const std::string printed = test_support::scenarioFile("printed", actual);
+  // Named after the golden file, so that tests run side by side never share it.
+  std::string name = fs::relative(golden, kScenarios).generic_string();
+  std::replace(name.begin(), name.end(), '/', '_');
+  const std::string printed = test_support::scenarioFile(name + ".printed", actual);
   const std::string command = "diff -u '" + golden.string() + "' '" + printed + "' 2>&1";
   std::string out;
   if (FILE* pipe = popen(command.c_str(), "r")) {
