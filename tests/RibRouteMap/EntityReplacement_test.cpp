@@ -13,7 +13,6 @@
 
 namespace {
 
-using ribpolicy::Agent;
 using test_support::LibraryAgent;
 
 struct ChangeCase {
@@ -39,11 +38,11 @@ Vox::Ptr<Acl::RuleSet const> rules(std::initializer_list<std::pair<U32, const ch
   return set;
 }
 
-Vox::Ptr<Acl::AclConfig> acl(const std::string& name, Vox::Ptr<Acl::RuleSet const> set,
+Vox::Ptr<Acl::AclConfig> acl(const std::string& name, const Vox::Ptr<Acl::RuleSet const>& set,
                              bool standard = true) {
   auto a = Vox::make<Acl::AclConfig>(name);
   a->standardIs(standard);
-  a->currCfgIs(std::move(set));
+  a->currCfgIs(set);
   return a;
 }
 

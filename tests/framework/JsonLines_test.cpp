@@ -15,7 +15,6 @@ namespace {
 using Rib::JsonLinesWriter;
 using Rib::OpRecord;
 using Rib::PathEntry;
-using Rib::TaggedValue;
 
 PathEntry at(U32 tag) {
   return {tag, PathEntry::Kind::none, 0, {}};
