@@ -8,14 +8,13 @@
 #include "framework/rib/Mio.h"
 #include "framework/rib/MioSink.h"
 
-#include "tests/support/Latin1.h"
+#include "tests/support/Harness.h"
 
 namespace {
 
 using Rib::JsonLinesWriter;
 using Rib::OpRecord;
 using Rib::PathEntry;
-using Rib::TaggedValue;
 
 PathEntry at(U32 tag) {
   return {tag, PathEntry::Kind::none, 0, {}};
@@ -181,8 +180,8 @@ TEST(JsonLinesTest, EveryByteSurvivesJsonParser) {
   const OpRecord op{"addAsPathListEntry", {at(537, all)}, {{1, all}}, {}, false};
 
   const auto parsed = nlohmann::json::parse(JsonLinesWriter::opLine(op));
-  EXPECT_EQ(testing_support::latin1Bytes(parsed["path"][0][1].get<std::string>()), all);
-  EXPECT_EQ(testing_support::latin1Bytes(parsed["values"][0][2].get<std::string>()), all);
+  EXPECT_EQ(test_support::latin1Bytes(parsed["path"][0][1].get<std::string>()), all);
+  EXPECT_EQ(test_support::latin1Bytes(parsed["values"][0][2].get<std::string>()), all);
 }
 
 }  // namespace
