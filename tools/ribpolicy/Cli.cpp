@@ -12,6 +12,7 @@
 #include "framework/vox/Trace.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
+#include "tools/ribpolicy/JsonLinesWriter.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 #include "tools/ribpolicy/StateJson.h"
 #include "tools/ribpolicy/TextWriter.h"
@@ -93,7 +94,7 @@ int runScenario(const Scenario& scenario, Format format, bool withState, std::os
   LibraryRootGuard keepRoot;
   Rib::EngineModel model;
   TextWriter text(out);
-  Rib::JsonLinesWriter jsonl(out);
+  ribpolicy::JsonLinesWriter jsonl(out);
   Rib::TeeSink tee({format == Format::text ? static_cast<Rib::MioSink*>(&text) : &jsonl, &model});
   Agent agent(scenario.vrf);
   {

@@ -1,11 +1,21 @@
+#include "tools/ribpolicy/JsonLinesWriter.h"
+
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <variant>
 
-#include "framework/rib/MioSink.h"
+namespace ribpolicy {
 
-namespace Rib {
+using Rib::CommitKind;
+using Rib::MioOp;
+using Rib::OpRecord;
+using Rib::PathEntry;
+using Rib::Reset;
+using Rib::TaggedValue;
+using Rib::typeName;
+using Rib::typeOf;
+using Rib::ValueData;
 
 namespace {
 
@@ -133,4 +143,4 @@ void JsonLinesWriter::commit(CommitKind kind) {
   out_ << commitLine(kind) << '\n';
 }
 
-}  // namespace Rib
+}  // namespace ribpolicy

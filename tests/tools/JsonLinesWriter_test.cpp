@@ -9,12 +9,13 @@
 #include "framework/rib/MioSink.h"
 
 #include "tests/support/Harness.h"
+#include "tools/ribpolicy/JsonLinesWriter.h"
 
 namespace {
 
-using Rib::JsonLinesWriter;
 using Rib::OpRecord;
 using Rib::PathEntry;
+using ribpolicy::JsonLinesWriter;
 
 PathEntry at(U32 tag) {
   return {tag, PathEntry::Kind::none, 0, {}};
