@@ -11,6 +11,9 @@
 # Everything is built under one temporary directory, removed at the end.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# The build tools (and pkg-config) on a fresh machine; the library-only builds below must
+# not use the rest, which the cache checks show.
+scripts/setup.sh >/dev/null
 src=$PWD
 work=$(mktemp -d "${TMPDIR:-/tmp}/ribpolicy-package.XXXXXX")
 trap 'rm -rf "$work"' EXIT
