@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -71,37 +72,76 @@ TEST(RibpolicyCliTest, TraceGoesToStandardErrorForOneCommand) {
 struct StatusCase {
   std::vector<std::string> args;
   int status;
+  std::string outHas;  // a part of standard output ("" when only the status matters)
+  std::string errHas;
+  std::string in;  // standard input
 };
 
-// Each command line ends with its documented exit status: 0 done, 1 verify found a difference,
-// 2 bad usage or bad input, before anything runs.
-TEST(RibpolicyCliTest, ExitStatuses) {
+// Each command line ends with its documented exit status (0 done, 1 verify found a difference,
+// 2 bad usage or bad input, before anything runs); help and version exit 0; FILE "-" reads
+// standard input; check and verify speak JSON on request.
+TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
   const std::string file = scenarioFile("usage.yaml", kTwoSteps);
   const std::string pending =
       std::string(RIBPOLICY_SOURCE_DIR) + "/tests/scenarios/agent/pending_versions.yaml";
+  const std::string badStep = "steps:\n  - {config: {route-maps: {R: [{seq: x}]}}}\n";
+  const std::string traceHelp = "(namespaces: RouteMap, RibDynamicPrefixList; levels: 0 to 9;";
   const StatusCase cases[] = {
-      {{"run"}, 0},
-      {{"run", "--format", "jsonl", "--state", file}, 0},
-      {{"state", file}, 0},
-      {{"verify", file}, 0},
-      {{"verify", pending}, 1},
-      {{"check", file}, 0},
-      {{"--help"}, 0},
-      {{}, 2},
-      {{"frobnicate"}, 2},
-      {{"run", "--format", "xml", file}, 2},
-      {{"run", "--trace", "RouteMap", file}, 2},
-      {{"state"}, 2},
-      {{"verify"}, 2},
-      {{"check"}, 2},
+      {{"run"}, 0, "", "", ""},
+      {{"run", "--format", "jsonl", "--state", file}, 0, "", "", ""},
+      {{"state", file}, 0, "", "", ""},
+      {{"verify", file}, 0, "", "", ""},
+      {{"verify", pending}, 1, "differs", "", ""},
+      {{}, 2, "", "", ""},
+      {{"frobnicate"}, 2, "", "", ""},
+      {{"run", "--format", "xml", file}, 2, "", "", ""},
+      {{"check", "--format", "jsonl", file}, 2, "", "", ""},
+      {{"run", "--trace", "RouteMap", file}, 2, "", "", ""},
+      {{"state"}, 2, "", "", ""},
+      {{"verify"}, 2, "", "", ""},
+      {{"check"}, 2, "", "", ""},
+      {{"check", file}, 0, file + ": ok, 2 steps\n", "", ""},
+      {{"--help"}, 0, "Usage: ribpolicy", "", ""},
+      {{"--version"}, 0, "ribpolicy " RIBPOLICY_VERSION "\n", "", ""},
+      {{"check", "-"}, 0, "<stdin>: ok, 2 steps\n", "", kTwoSteps},
+      {{"state", "-"}, 2, "", "<stdin>:2:38: error: seq:", badStep},
+      {{"run", "--trace", "Foo=8", file}, 2, "", "unknown trace namespace 'Foo' " + traceHelp, ""},
+      {{"run", "--trace", "RouteMap=12", file}, 2, "", "level '12' for RouteMap " + traceHelp, ""},
+      {{"verify", "--trace", "RouteMap=-1", file}, 2, "", traceHelp, ""},
+      {{"state", "--trace", "RouteMap=0,RibDynamicPrefixList=9", file}, 0, "\"engine\"", "", ""},
+      {{"check", "--format", "json", file},
+       0,
+       R"({"file":)" + nlohmann::json(file).dump() + R"(,"ok":true,"steps":2})" + "\n",
+       "",
+       ""},
+      {{"check", "--format", "json", "-"},
+       2,
+       R"({"file":"<stdin>","ok":false,"line":2,"column":38,"message":"seq: expected a number)",
+       "<stdin>:2:38: error: seq:",
+       badStep},
+      {{"verify", "--format", "json", file},
+       0,
+       R"(,"steps":[{"step":1,"status":"ok","differences":[]},)"
+       R"({"step":2,"status":"ok","differences":[]}]})",
+       "",
+       ""},
   };
   for (const StatusCase& c : cases) {
-    std::string shown;
-    for (const auto& a : c.args) shown += a + ' ';
-    const auto r = runTool(c.args);
-    EXPECT_EQ(r.status, c.status) << shown << '\n' << r.err;
+    std::vector<const char*> argv = {"ribpolicy"};
+    std::string joined;
+    for (const auto& a : c.args) {
+      argv.push_back(a.c_str());
+      joined += a + ' ';
+    }
+    std::istringstream in(c.in);
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = ribpolicy::runCli(static_cast<int>(argv.size()), argv.data(), in, out, err);
+    EXPECT_EQ(status, c.status) << joined << err.str();
+    EXPECT_NE(out.str().find(c.outHas), std::string::npos) << joined << '\n' << out.str();
+    EXPECT_NE(err.str().find(c.errHas), std::string::npos) << joined << '\n' << err.str();
     if (c.status == 2) {
-      EXPECT_EQ(r.out, "") << shown;
+      EXPECT_EQ(c.outHas.empty(), out.str().empty()) << joined << out.str();
     }
   }
 }
