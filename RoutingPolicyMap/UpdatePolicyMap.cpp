@@ -27,7 +27,7 @@ Ops opsOf(PolicyType type) {
       return {&PolicyMap::redistributedDynPfxIs, &PolicyMap::redistributedDynPfx,
               &PolicyMap::redistributedDynPfxDel};
   }
-  Vox::fatal("Assertion failed: 0 && \"Invalid PolicyType\"");
+  Vox::assertionFailed("0 && \"Invalid PolicyType\"");
 }
 
 }  // namespace

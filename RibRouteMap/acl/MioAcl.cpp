@@ -2,7 +2,7 @@
 // address with a full mask. None of these commands commits.
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 
 namespace RibRouteMap {
 
@@ -35,7 +35,7 @@ void Mio::doAddIpStdAcl(const String& name) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddIpStdAcl(Vox::String)"
                              << " name: " << name);
   RibValue v = ribValueIs();
-  v->doPushString(0, name);
+  v->doPushString(Tag::StdAclValue::name, name);
   ribExecute("doAddIpStdAcl", stdAclPath(*this, name), v);
 }
 
@@ -47,11 +47,11 @@ void Mio::doAddIpStdAclEntry(const String& name, U32 seqno, Acl::MatchPermit act
                << " name: " << name << " seqno: " << seqno << " action: " << action
                << " source: " << source.toString());
   RibValue v = ribValueIs();
-  v->doPushU32(9, seqno);
+  v->doPushU32(Tag::StdAclValue::seqno, seqno);
   // Only deny denies: any other configured action is sent as permit.
-  v->doPushFlag(8, action != Acl::deny);
-  v->doPushIpAddr(0, source.address());
-  v->doPushIpAddr(4, maskAddress(source.mask()));
+  v->doPushFlag(Tag::StdAclValue::permit, action != Acl::deny);
+  v->doPushIpAddr(Tag::StdAclValue::address, source.address());
+  v->doPushIpAddr(Tag::StdAclValue::mask, maskAddress(source.mask()));
   ribExecute("doAddIpStdAclEntry", stdAclEntryPath(*this, name, seqno), v);
 }
 

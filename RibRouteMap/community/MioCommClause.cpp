@@ -10,8 +10,8 @@
 
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "RibRouteMap/root/Root.h"
-#include "RibRouteMap/root/Trace.h"
 #include "framework/vox/Fatal.h"
 
 namespace RibRouteMap {
@@ -239,7 +239,7 @@ void Mio::doAddMatchCommunity(const String& mapName, U32 seqno,
            "Acl::CommunityType)"
                << "( " << mapName << "," << seqno << ") " << comm.stringValue()
                << ", exact=" << exact << ", kind=" << static_cast<U32>(kind));
-  if (comm.empty()) Vox::fatal("Assertion failed: !comm.empty()");
+  VOX_ASSERT(!comm.empty());
   String names = comm.stringValue();
   // Exact matches refer to the ".exact." copies that every configured list has.
   if (exact) names = exactNames(names);
@@ -266,7 +266,7 @@ void Mio::doAddMatchCommunity(const String& mapName, U32 seqno,
   }
   if (opName == nullptr) {
     RM_TRACE(traceError, "Error: unrecognized community type: " << static_cast<U32>(kind));
-    Vox::fatal("Assertion failed: 0 (unrecognized community type)");
+    Vox::assertionFailed("0 (unrecognized community type)");
   }
 
   RibPath path = ribMapSeqPathIs(mapName, seqno);

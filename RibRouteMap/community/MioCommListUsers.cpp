@@ -6,8 +6,8 @@
 
 #include "RibRouteMap/community/CommListUsers.h"
 #include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "RibRouteMap/root/Root.h"
-#include "RibRouteMap/root/Trace.h"
 
 namespace RibRouteMap {
 

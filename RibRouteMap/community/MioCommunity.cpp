@@ -10,7 +10,7 @@
 
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "framework/vox/Fatal.h"
 
 namespace RibRouteMap {
@@ -40,7 +40,7 @@ std::pair<U32, U32> commSetTagsOrDie(Acl::CommunityType kind) {
   const auto tags = commSetTags(kind);
   if (!tags) {
     RM_TRACE(traceError, "Error: unrecognized community type: " << static_cast<U32>(kind));
-    Vox::fatal("Assertion failed: 0 (unrecognized community type)");
+    Vox::assertionFailed("0 (unrecognized community type)");
   }
   return *tags;
 }

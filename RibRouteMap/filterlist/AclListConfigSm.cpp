@@ -1,6 +1,6 @@
 #include "RibRouteMap/filterlist/AclListConfigSm.h"
 
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 
 namespace RibRouteMap {
 

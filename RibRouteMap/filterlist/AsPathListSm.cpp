@@ -6,7 +6,7 @@
 // routes through than the user wrote. Entries are sent as they change and committed when the
 // list's version changes.
 #include "RibRouteMap/filterlist/AclListConfigSm.h"
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 
 namespace RibRouteMap {
 

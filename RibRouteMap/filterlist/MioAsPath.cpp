@@ -8,7 +8,7 @@
 
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 
 namespace RibRouteMap {
 
@@ -16,13 +16,6 @@ namespace {
 
 const Vox::String kListKeyPrefix = "/policy/asplist ";
 const Vox::String kEntryKeySuffix = "/asplist/entry";
-
-// Value tags of the AS-path commands.
-constexpr U32 kListName = 0;     // string: the list's configured name
-constexpr U32 kEntrySeqno = 0;   // U32
-constexpr U32 kEntryRegex = 1;   // string
-constexpr U32 kEntryOrigin = 2;  // U32: the origin mask
-constexpr U32 kEntryPermit = 3;  // flag, present only for a permit entry
 
 // Bit 8 marks the mask; origins 0, 1 and 2 add one bit each, and a mask without one of
 // those bits matches routes of any origin.
@@ -52,7 +45,7 @@ void Mio::doAddAsPathList(const String& name) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddAsPathList(Vox::String)"
                              << " name: " << name);
   RibValue v = ribValueIs();
-  v->doPushString(kListName, name);
+  v->doPushString(Tag::AsPathValue::name, name);
   ribExecute("addAsPathList", asPathListPath(*this, name), v);
 }
 
@@ -70,10 +63,10 @@ void Mio::doAddAsPathListEntry(const String& name, U32 seqno, Acl::MatchPermit p
                << " name: " << name << " seqno: " << seqno << " permit: " << permit
                << " regex: " << regex << " origin: " << origin);
   RibValue v = ribValueIs();
-  v->doPushU32(kEntrySeqno, seqno);
-  v->doPushString(kEntryRegex, regex);
-  v->doPushU32(kEntryOrigin, originMask(origin));
-  if (permit == Acl::permit) v->doPushFlag(kEntryPermit, true);
+  v->doPushU32(Tag::AsPathValue::entrySeqno, seqno);
+  v->doPushString(Tag::AsPathValue::entryRegex, regex);
+  v->doPushU32(Tag::AsPathValue::entryOrigin, originMask(origin));
+  if (permit == Acl::permit) v->doPushFlag(Tag::AsPathValue::entryPermit, true);
   ribExecute("addAsPathListEntry", asPathEntryPath(*this, name, seqno), v);
 }
 

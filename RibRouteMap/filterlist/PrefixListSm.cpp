@@ -9,7 +9,7 @@
 #include <algorithm>
 
 #include "RibRouteMap/filterlist/AclListConfigSm.h"
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 
 namespace RibRouteMap {
 

@@ -1,8 +1,8 @@
 #include "RibRouteMap/mio/Mio.h"
 
 #include "RibRouteMap/mio/Tags.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "RibRouteMap/root/Root.h"
-#include "RibRouteMap/root/Trace.h"
 #include "framework/vox/Fatal.h"
 
 namespace RibRouteMap {
@@ -43,15 +43,13 @@ Vox::String Mio::prefixListId(std::string_view name, PrefixListFamily family) {
     case PrefixListFamily::ipv6:
       return ".ipv6." + Vox::String(name);
   }
-  Vox::fatal("Assertion failed: 0 (prefixListId: unknown prefix-list family)");
+  Vox::assertionFailed("0 (prefixListId: unknown prefix-list family)");
 }
 
 RibPath Mio::ribPathIs(U32 tag) const {
   RM_TRACE(traceHandler,
            "RibRouteMap::RibPath RibRouteMap::mioVrePath(L3::VrfName, bool) " << vrfName_);
-  if (rmRoot && !(rmRoot->vrfName() == vrfName_)) {
-    Vox::fatal("Assertion failed: rmRoot->vrfName() == vrfName");
-  }
+  VOX_ASSERT_MSG(!rmRoot || rmRoot->vrfName() == vrfName_, "rmRoot->vrfName() == vrfName");
   RibPath path = Vox::make<Rib::MioTagArray>();
   path->doPushPath(tag);
   return path;
@@ -120,90 +118,6 @@ void Mio::doAsPathRegexMode(Acl::RegexMode mode) const {
   RibOp op = ribOpIs("AsPathRegexMode", path);
   op->doSetU32(Tag::scalarAsPathRegexMode, mode == 1 ? 2 : 1, 0);
   op->doExecute();
-}
-
-}  // namespace RibRouteMap
-
-namespace RibRouteMap {
-
-// --- Prefix lists -------------------------------------------------------------------------
-
-namespace {
-
-RibPath prefixListPath(const Mio& mio, const Vox::String& id) {
-  RibPath path = mio.ribPathIs(Tag::policyRoot);
-  path->doPushPath(Tag::prefixLists);
-  path->doPushString(Tag::prefixListKey, id);
-  return path;
-}
-
-// The values of an entry: sequence, permit flag, address, length, then the bounds (an entry
-// with neither bound matches its own length exactly).
-template <class PrefixT, class PushAddr>
-RibValue prefixEntryValues(const Mio& mio, U32 seqno, Acl::MatchPermit permit,
-                           const PrefixT& prefix, U32 ge, U32 le, U32 lengthTag,
-                           PushAddr pushAddr) {
-  RibValue v = mio.ribValueIs();
-  v->doPushU32(9, seqno);
-  v->doPushFlag(8, permit != Acl::deny);
-  pushAddr(*v);
-  v->doPushU32(lengthTag, prefix.length());
-  if (ge == 0 && le == 0) {
-    v->doPushU32(6, prefix.length());
-    v->doPushU32(7, prefix.length());
-  } else {
-    if (ge != 0) v->doPushU32(6, ge);
-    if (le != 0) v->doPushU32(7, le);
-  }
-  return v;
-}
-
-}  // namespace
-
-void Mio::doAddIpPrefixList(const String& name) const {
-  const String id = prefixListId(name, PrefixListFamily::ipv4);
-  RibValue v = ribValueIs();
-  v->doPushString(0, id);
-  ribExecute("doAddIpPrefixList", prefixListPath(*this, id), v);
-}
-
-void Mio::doAddIpv6PrefixList(const String& name) const {
-  const String id = prefixListId(name, PrefixListFamily::ipv6);
-  RibValue v = ribValueIs();
-  v->doPushString(0, id);
-  ribExecute("doAddIpv6PrefixList", prefixListPath(*this, id), v);
-}
-
-void Mio::doDelIpPrefixList(const String& name, PrefixListFamily family) const {
-  ribExecute("doDelIpPrefixList", prefixListPath(*this, prefixListId(name, family)), nullptr, true);
-}
-
-void Mio::doAddIpPrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
-                                 const Vela::Prefix& prefix, U32 ge, U32 le) const {
-  RM_TRACE(traceCommand, "doAddIpPrefixListEntry " << seqno << ' ' << prefix);
-  RibPath path = prefixListPath(*this, prefixListId(name, PrefixListFamily::ipv4));
-  path->doPushU32(Tag::prefixListEntry, seqno);
-  RibValue v =
-      prefixEntryValues(*this, seqno, permit, prefix, ge, le, 2,
-                        [&](Rib::MioValueTagArray& a) { a.doPushIpAddr(0, prefix.address()); });
-  ribExecute("doAddIpPrefixListEntry", path, v);
-}
-
-void Mio::doAddIpv6PrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
-                                   const Vela::Ip6Prefix& prefix, U32 ge, U32 le) const {
-  RibPath path = prefixListPath(*this, prefixListId(name, PrefixListFamily::ipv6));
-  path->doPushU32(Tag::prefixListEntry, seqno);
-  RibValue v =
-      prefixEntryValues(*this, seqno, permit, prefix, ge, le, 3,
-                        [&](Rib::MioValueTagArray& a) { a.doPushIp6Addr(1, prefix.address()); });
-  ribExecute("doAddIpv6PrefixListEntry", path, v);
-}
-
-void Mio::doDelIpPrefixListEntry(const String& name, U32 seqno, PrefixListFamily family) const {
-  RM_TRACE(traceCommand, "doDelIpPrefixListEntry " << seqno);
-  RibPath path = prefixListPath(*this, prefixListId(name, family));
-  path->doPushU32(Tag::prefixListEntry, seqno);
-  ribExecute("doDelIpPrefixListEntry", path, nullptr, true);
 }
 
 }  // namespace RibRouteMap

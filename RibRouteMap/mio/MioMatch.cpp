@@ -5,18 +5,16 @@
 #include <string_view>
 
 #include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/mio/RibRouteMapUtil.h"
 #include "RibRouteMap/mio/Tags.h"
-#include "RibRouteMap/root/Trace.h"
-#include "RibRouteMap/routemap/RibRouteMapUtil.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "framework/vox/Fatal.h"
 
 namespace RibRouteMap {
 
 namespace {
 
-// Value tags of the list matches: 8 names the kind of list, 7 the list.
-constexpr U32 listKindTag = 8;
-constexpr U32 listNameTag = 7;
+// The kinds of list a list match names (value tag 8).
 constexpr U8 ipv4PrefixListKind = 1;
 constexpr U8 accessListKind = 2;
 constexpr U8 ipv6PrefixListKind = 6;
@@ -24,7 +22,7 @@ constexpr U8 ipv6PrefixListKind = 6;
 // A fresh value list that starts with the negation flag when the match is inverted.
 RibValue matchValues(const Mio& mio, bool invert) {
   RibValue v = mio.ribValueIs();
-  if (invert) v->doPushFlag(0, true);
+  if (invert) v->doPushFlag(Tag::MatchValue::invert, true);
   return v;
 }
 
@@ -40,8 +38,8 @@ void addPrefixListMatch(const Mio& mio, std::string_view opName, U32 nodeTag,
   RibPath path = mio.ribMapSeqPathIs(name, seqno);
   path->doPushString(nodeTag, id);
   RibValue v = matchValues(mio, invert);
-  v->doPushU8(listKindTag, isIpv6 ? ipv6PrefixListKind : ipv4PrefixListKind);
-  v->doPushString(listNameTag, id);
+  v->doPushU8(Tag::MatchValue::listKind, isIpv6 ? ipv6PrefixListKind : ipv4PrefixListKind);
+  v->doPushString(Tag::MatchValue::listName, id);
   mio.ribExecute(opName, path, v);
 }
 
@@ -53,7 +51,7 @@ void addListNodeInvert(const Mio& mio, std::string_view opName, U32 nodeTag,
   RibPath path = mio.ribMapSeqPathIs(name, seqno);
   path->doPushPath(nodeTag);
   RibValue v = mio.ribValueIs();
-  v->doPushFlag(0, true);
+  v->doPushFlag(Tag::MatchValue::invert, true);
   mio.ribExecute(opName, path, v);
 }
 
@@ -165,8 +163,8 @@ void Mio::doAddMatchAccessList(const String& name, U32 seqno, const String& list
   RibPath path = ribMapSeqPathIs(name, seqno);
   path->doPushString(Tag::matchAccessList, list);
   RibValue v = matchValues(*this, invert);
-  v->doPushU8(listKindTag, accessListKind);
-  v->doPushString(listNameTag, list);
+  v->doPushU8(Tag::MatchValue::listKind, accessListKind);
+  v->doPushString(Tag::MatchValue::listName, list);
   ribExecute("accessList", path, v);
 }
 
@@ -217,9 +215,10 @@ void Mio::doAddMatchMetricType(const String& name, U32 seqno, U32 type, bool inv
       engineType = 4;
       break;
     default:
-      Vox::fatal("Assertion failed: 0 && \"Unsupported metric type\"");
+      Vox::assertionFailed("0 && \"Unsupported metric type\"");
   }
-  doAddMatchIntValue(name, seqno, Tag::matchMetricType, 26, engineType, invert);
+  doAddMatchIntValue(name, seqno, Tag::matchMetricType, Tag::MatchValue::metricType, engineType,
+                     invert);
 }
 
 void Mio::doAddMatchRouteType(const String& name, U32 seqno, U32 type, bool invert) const {
@@ -229,8 +228,8 @@ void Mio::doAddMatchRouteType(const String& name, U32 seqno, U32 type, bool inve
                << " rmName: " << name << " seqno: " << seqno << " type: " << type
                << " invert: " << invert);
   // The engine numbers route types as the configuration does; anything else has no meaning.
-  if (type < 1 || type > 4) Vox::fatal("Assertion failed: 0 && \"Unsupported route type\"");
-  doAddMatchIntValue(name, seqno, Tag::matchRouteType, 30, type, invert);
+  VOX_ASSERT_MSG(type >= 1 && type <= 4, "0 && \"Unsupported route type\"");
+  doAddMatchIntValue(name, seqno, Tag::matchRouteType, Tag::MatchValue::routeType, type, invert);
 }
 
 void Mio::doAddMatchInterface(const String& name, U32 seqno, const String& intf,
@@ -248,7 +247,7 @@ void Mio::doAddMatchInterface(const String& name, U32 seqno, const String& intf,
   path->doPushPath(Tag::matchInterface);
   path->doPushString(Tag::matchInterfaceEntry, kernelIntf);
   RibValue v = ribValueIs();
-  v->doPushString(1, kernelIntf);
+  v->doPushString(Tag::MatchValue::interface, kernelIntf);
   ribExecute("ifname", path, v);
 }
 
@@ -259,9 +258,10 @@ void Mio::doAddMatchProto(const String& name, U32 seqno, U32 proto, bool invert)
   // The engine's protocol numbers, indexed by the configuration's protocol 1 to 9.
   static constexpr U32 engineProto[] = {1, 24, 31, 10, 4, 9, 15, 49, 52};
   if (proto < 1 || proto > std::size(engineProto)) {
-    Vox::fatal("Assertion failed: 0 && \"Unsupported protocol\"");
+    Vox::assertionFailed("0 && \"Unsupported protocol\"");
   }
-  doAddMatchIntValue(name, seqno, Tag::matchProtocol, 24, engineProto[proto - 1], invert);
+  doAddMatchIntValue(name, seqno, Tag::matchProtocol, Tag::MatchValue::protocol,
+                     engineProto[proto - 1], invert);
 }
 
 void Mio::doAddMatchAsRange(const String& name, U32 seqno, U32 low, U32 high, bool invert) const {
@@ -273,8 +273,8 @@ void Mio::doAddMatchAsRange(const String& name, U32 seqno, U32 low, U32 high, bo
   RibPath path = ribMapSeqPathIs(name, seqno);
   path->doPushU32(Tag::matchAsRange, low);
   RibValue v = matchValues(*this, invert);
-  v->doPushU32(28, low);
-  v->doPushU32(29, high);
+  v->doPushU32(Tag::MatchValue::asRangeLow, low);
+  v->doPushU32(Tag::MatchValue::asRangeHigh, high);
   ribExecute("AsRangeEntry", path, v);
 }
 
@@ -288,8 +288,8 @@ void Mio::doAddMatchAsPathLength(const String& name, U32 seqno, U32 first, U32 s
   RibPath path = ribMapSeqPathIs(name, seqno);
   path->doPushU32(Tag::matchAsPathLength, first);
   RibValue v = matchValues(*this, invert);
-  v->doPushU32(33, first);
-  v->doPushU32(34, second);
+  v->doPushU32(Tag::MatchValue::asPathLengthLow, first);
+  v->doPushU32(Tag::MatchValue::asPathLengthHigh, second);
   ribExecute("AsPathLength", path, v);
 }
 
@@ -303,8 +303,8 @@ void Mio::doAddMatchCommInst(const String& name, U32 seqno, U32 first, U32 secon
   RibPath path = ribMapSeqPathIs(name, seqno);
   path->doPushU32(Tag::matchCommInstances, first);
   RibValue v = matchValues(*this, invert);
-  v->doPushU32(31, first);
-  v->doPushU32(32, second);
+  v->doPushU32(Tag::MatchValue::commInstancesLow, first);
+  v->doPushU32(Tag::MatchValue::commInstancesHigh, second);
   ribExecute("CommInstances", path, v);
 }
 
@@ -320,8 +320,8 @@ void Mio::doAddMatchDynamicPrefixList(const String& name, U32 seqno, const Strin
   RibPath path = ribMapSeqPathIs(name, seqno);
   path->doPushString(Tag::matchDynamicPrefixList, list);
   RibValue v = ribValueIs();
-  v->doPushU8(listKindTag, isIpv6 ? ipv6PrefixListKind : ipv4PrefixListKind);
-  v->doPushString(listNameTag, list);
+  v->doPushU8(Tag::MatchValue::listKind, isIpv6 ? ipv6PrefixListKind : ipv4PrefixListKind);
+  v->doPushString(Tag::MatchValue::listName, list);
   ribExecute("dynamicPrefixList", path, v);
 }
 
@@ -337,8 +337,8 @@ void Mio::doAddMatchContribAggAttr(const String& name, U32 seqno, const String& 
   RibPath path = ribMapSeqPathIs(name, seqno);
   path->doPushPath(Tag::matchContribAggAttr);
   RibValue v = ribValueIs();
-  v->doPushFlag(0, invert);
-  if (!mapName.empty()) v->doPushString(36, mapName);
+  v->doPushFlag(Tag::MatchValue::invert, invert);
+  if (!mapName.empty()) v->doPushString(Tag::MatchValue::contribAggMap, mapName);
   ribExecute("aggAttrMapName", path, v);
 }
 
@@ -354,7 +354,7 @@ void Mio::doAddMatchGateway(const String& name, U32 seqno, Vela::IpAddr gateway,
   path->doPushPath(Tag::matchGateway);
   path->doPushString(Tag::matchGatewayEntry, gateway.toString());
   RibValue v = ribValueIs();
-  v->doPushIpAddr(0, gateway);
+  v->doPushIpAddr(Tag::MatchValue::ipv4Address, gateway);
   ribExecute("gwListEntry", path, v);
 }
 
@@ -372,10 +372,10 @@ void Mio::doAddMatchNextHop(const String& name, U32 seqno, Vela::IpAddr nextHop,
   RibValue v = ribValueIs();
   if (isIpv6) {
     path->doPushString(Tag::matchNextHopEntry, ipv6NextHop.toString());
-    v->doPushIp6Addr(1, ipv6NextHop);
+    v->doPushIp6Addr(Tag::MatchValue::ipv6Address, ipv6NextHop);
   } else {
     path->doPushString(Tag::matchNextHopEntry, nextHop.toString());
-    v->doPushIpAddr(0, nextHop);
+    v->doPushIpAddr(Tag::MatchValue::ipv4Address, nextHop);
   }
   ribExecute("nhListEntry", path, v);
 }

@@ -8,7 +8,7 @@
 
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "framework/vox/Fatal.h"
 
 namespace RibRouteMap {
@@ -51,9 +51,9 @@ void Mio::doSetNextHop(const String& name, U32 seqno, Vela::IpAddr nextHop,
   // The node holds one next hop: the family picks the address and its tag.
   RibValue v = ribValueIs();
   if (isIpv6) {
-    v->doPushIp6Addr(8, ipv6NextHop);
+    v->doPushIp6Addr(SetAction::nextHopIpv6, ipv6NextHop);
   } else {
-    v->doPushIpAddr(7, nextHop);
+    v->doPushIpAddr(SetAction::nextHopIpv4, nextHop);
   }
   ribExecute("setNextHop", ribSetPathIs(name, seqno), v);
 }
@@ -126,7 +126,7 @@ void Mio::doSetMetric(const String& name, U32 seqno, U32 metric,
       break;
   }
   RM_TRACE(traceError, "Error: invalid med type " << medType);
-  Vox::fatal("Assertion failed: 0 && \"invalid med type\"");
+  Vox::assertionFailed("0 && \"invalid med type\"");
 }
 
 void Mio::doSetMetricType(const String& name, U32 seqno, const String& type) const {

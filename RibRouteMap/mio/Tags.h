@@ -99,6 +99,65 @@ inline constexpr U32 matchExtList = 14;    // string: extended list names
 inline constexpr U32 matchLargeList = 35;  // string: large list names
 }  // namespace CommValue
 
+// Value tags of the prefix-list commands.
+namespace PrefixListValue {
+inline constexpr U32 name = 0;         // string in a list: its prefix-list id
+inline constexpr U32 ipv4Address = 0;  // address of an IPv4 entry
+inline constexpr U32 ipv6Address = 1;  // address of an IPv6 entry
+inline constexpr U32 ipv4Length = 2;   // prefix length of an IPv4 entry
+inline constexpr U32 ipv6Length = 3;   // prefix length of an IPv6 entry
+inline constexpr U32 ge = 6;           // shortest length matched
+inline constexpr U32 le = 7;           // longest length matched
+inline constexpr U32 permit = 8;       // flag: the entry permits
+inline constexpr U32 seqno = 9;        // U32: the entry's sequence number
+}  // namespace PrefixListValue
+
+// Value tags of the standard access-list commands.
+namespace StdAclValue {
+inline constexpr U32 name = 0;     // string in a list
+inline constexpr U32 address = 0;  // source address of an entry
+inline constexpr U32 mask = 4;     // source mask of an entry, as an address
+inline constexpr U32 permit = 8;   // flag: the entry permits
+inline constexpr U32 seqno = 9;    // U32: the entry's sequence number
+}  // namespace StdAclValue
+
+// Value tags of the AS-path commands.
+namespace AsPathValue {
+inline constexpr U32 name = 0;         // string in a list: its configured name
+inline constexpr U32 entrySeqno = 0;   // U32 in an entry
+inline constexpr U32 entryRegex = 1;   // string: the expression as configured
+inline constexpr U32 entryOrigin = 2;  // U32: the origin mask
+inline constexpr U32 entryPermit = 3;  // flag, present only for a permit entry
+}  // namespace AsPathValue
+
+// Value tags of the route-map and sequence commands.
+namespace RouteMapValue {
+inline constexpr U32 name = 0;         // string in a route map: its engine name
+inline constexpr U32 seqno = 0;        // U32 in a sequence
+inline constexpr U32 permit = 1;       // flag in a sequence: it permits
+inline constexpr U32 subRouteMap = 1;  // string under a sub-route-map node
+}  // namespace RouteMapValue
+
+// Value tags of the match commands, under their match node.
+namespace MatchValue {
+inline constexpr U32 invert = 0;              // flag true: the match is negated
+inline constexpr U32 interface = 1;           // string: one matched interface
+inline constexpr U32 ipv4Address = 0;         // gateway or IPv4 next hop
+inline constexpr U32 ipv6Address = 1;         // IPv6 next hop
+inline constexpr U32 listName = 7;            // string: the matched list
+inline constexpr U32 listKind = 8;            // U8: 1 IPv4 prefix list, 2 access list, 6 IPv6
+inline constexpr U32 protocol = 24;           // U32: the engine's protocol number
+inline constexpr U32 metricType = 26;         // U32: the engine's metric type
+inline constexpr U32 routeType = 30;          // U32: the route type
+inline constexpr U32 asRangeLow = 28;         // U32
+inline constexpr U32 asRangeHigh = 29;        // U32
+inline constexpr U32 commInstancesLow = 31;   // U32
+inline constexpr U32 commInstancesHigh = 32;  // U32
+inline constexpr U32 asPathLengthLow = 33;    // U32
+inline constexpr U32 asPathLengthHigh = 34;   // U32
+inline constexpr U32 contribAggMap = 36;      // string: the route map, when one is named
+}  // namespace MatchValue
+
 // Scalars set on an operation.
 inline constexpr U32 scalarAsPathRegexMode = 16;
 inline constexpr U32 scalarRouteMapOpMode = 18;
@@ -128,5 +187,8 @@ inline constexpr U32 ipv6NextHopUnchanged = 32;
 inline constexpr U32 asPathPrependLastAs = 33;  // the 8-bit action
 inline constexpr U32 asPathReplace = 34;        // packed AS numbers
 inline constexpr U32 action35 = 35;
+// Value tags of the next-hop action, which is not numbered by a set flag.
+inline constexpr U32 nextHopIpv4 = 7;
+inline constexpr U32 nextHopIpv6 = 8;
 
 }  // namespace RibRouteMap::SetAction

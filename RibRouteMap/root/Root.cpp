@@ -1,6 +1,6 @@
 #include "RibRouteMap/root/Root.h"
 
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "framework/vox/Fatal.h"
 
 namespace RibRouteMap {

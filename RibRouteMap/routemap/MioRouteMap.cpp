@@ -4,7 +4,7 @@
 
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "framework/vox/Fatal.h"
 
 namespace RibRouteMap {
@@ -24,7 +24,7 @@ U32 clampAction(S64 value) {
 }
 
 [[noreturn]] void invalidSetClause() {
-  Vox::fatal("Assertion failed: 0");
+  Vox::assertionFailed("0");
 }
 
 }  // namespace
@@ -49,12 +49,12 @@ void Mio::doAddMapSequence(const String& name, Acl::MatchPermit permit, U32 seqn
                << name << "," << permit << "," << seqno);
   // The map node is asserted with every sequence, so a sequence never arrives before its map.
   RibValue mapValues = ribValueIs();
-  mapValues->doPushString(0, name);
+  mapValues->doPushString(Tag::RouteMapValue::name, name);
   ribExecute("routeMap", routeMapPath(*this, name), mapValues);
 
   RibValue seqValues = ribValueIs();
-  seqValues->doPushU32(0, seqno);
-  seqValues->doPushFlag(1, permit == Acl::permit);
+  seqValues->doPushU32(Tag::RouteMapValue::seqno, seqno);
+  seqValues->doPushFlag(Tag::RouteMapValue::permit, permit == Acl::permit);
   ribExecute("routeMapSeq", ribMapSeqPathIs(name, seqno), seqValues);
 }
 
@@ -64,7 +64,7 @@ void Mio::doAddSubRouteMap(const String& name, U32 seqno, const String& subRm) c
   RibPath path = ribMapSeqPathIs(name, seqno);
   path->doPushString(Tag::subRouteMap, subRm);
   RibValue v = ribValueIs();
-  v->doPushString(1, subRm);
+  v->doPushString(Tag::RouteMapValue::subRouteMap, subRm);
   ribExecute("subRouteMap", path, v);
 }
 
@@ -134,18 +134,15 @@ void Mio::doInsertRouteMap(const Vox::Ptr<Routing::RouteMap::Map const>& map,
     if (set.has(setAction2)) doSetIntValue(name, seqno, SetAction::action2, set.action2);
     if (set.has(setCommunityAddReplace)) {
       const CommunitySetPtr& comm = Vox::validPtr(set.communityAddReplace);
-      if (comm->flag == Acl::commSetDelete_) {
-        Vox::fatal(
-            "Assertion failed: entryPtr->communityAddReplace()->flag() != Acl::commSetDelete_");
-      }
+      VOX_ASSERT_MSG(comm->flag != Acl::commSetDelete_,
+                     "entryPtr->communityAddReplace()->flag() != Acl::commSetDelete_");
       addRmClauseToCommListUsers(name, seqno, comm);
       doSetCommunity(name, seqno, comm);
     }
     if (set.has(setCommunityDelete)) {
       const CommunitySetPtr& comm = Vox::validPtr(set.communityDelete);
-      if (comm->flag != Acl::commSetDelete_) {
-        Vox::fatal("Assertion failed: entryPtr->communityDelete()->flag() == Acl::commSetDelete_");
-      }
+      VOX_ASSERT_MSG(comm->flag == Acl::commSetDelete_,
+                     "entryPtr->communityDelete()->flag() == Acl::commSetDelete_");
       addRmClauseToCommListUsers(name, seqno, comm);
       doSetCommunity(name, seqno, comm);
     }

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "RibRouteMap/root/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "RoutingPolicyMap/UpdatePolicyMap.h"
 
 namespace RibRouteMap {

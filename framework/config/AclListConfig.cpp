@@ -42,21 +42,15 @@ void AsPathList::pathEntryDel(U32 seqno) {
 }
 
 void AsPathList::versionIs(U32 v) {
-  if (v == version_) return;
-  version_ = v;
-  notify([](Notifiee& n) { n.onVersion(); });
+  Vox::scalarIs(*this, version_, v, &Notifiee::onVersion);
 }
 
 void AsPathList::sourceIs(const std::string& s) {
-  if (s == source_) return;
-  source_ = s;
-  notify([](Notifiee& n) { n.onSource(); });
+  Vox::scalarIs(*this, source_, s, &Notifiee::onSource);
 }
 
 void CommunityListEntry::versionIs(U32 v) {
-  if (v == version_) return;
-  version_ = v;
-  notify([](Notifiee& n) { n.onVersion(); });
+  Vox::scalarIs(*this, version_, v, &Notifiee::onVersion);
 }
 
 void CommunityList::communityListEntryIs(const Vox::Ptr<CommunityListEntry>& e) {
@@ -96,9 +90,7 @@ void AclListConfig::communityListDel(const std::string& name) {
   eraseNamed(communityList_, name, *this, &Notifiee::onCommunityList);
 }
 void AclListConfig::regexModeIs(RegexMode m) {
-  if (m == regexMode_) return;
-  regexMode_ = m;
-  notify([](Notifiee& n) { n.onRegexMode(); });
+  Vox::scalarIs(*this, regexMode_, m, &Notifiee::onRegexMode);
 }
 
 void IpFilter::tniIs(std::int64_t v) {
@@ -111,14 +103,10 @@ void IpFilter::vniIs(std::int64_t v) {
 }
 
 void AclConfig::standardIs(bool s) {
-  if (s == standard_) return;
-  standard_ = s;
-  notify([](Notifiee& n) { n.onStandard(); });
+  Vox::scalarIs(*this, standard_, s, &Notifiee::onStandard);
 }
 void AclConfig::currCfgIs(const Vox::Ptr<RuleSet const>& r) {
-  if (r == currCfg_) return;
-  currCfg_ = r;
-  notify([](Notifiee& n) { n.onCurrCfg(); });
+  Vox::scalarIs(*this, currCfg_, r, &Notifiee::onCurrCfg);
 }
 
 void AclTypeConfig::aclIs(const Vox::Ptr<AclConfig>& a) {

@@ -69,11 +69,7 @@ class PrefixListBase : public Vox::PtrInterface {
     if (entries_.erase(seqno) == 0) return;
     notify([&](Notifiee& n) { n.onEntry(seqno); });
   }
-  void versionIs(U32 v) {
-    if (v == version_) return;
-    version_ = v;
-    notify([](Notifiee& n) { n.onVersion(); });
-  }
+  void versionIs(U32 v) { Vox::scalarIs(*this, version_, v, &Notifiee::onVersion); }
 
  private:
   std::string name_;

@@ -30,11 +30,7 @@ class DynamicPrefixListEntry : public Vox::PtrInterface {
   void matchMapIs(std::string v) { matchMap_ = std::move(v); }
   void ipv4PrefixListIs(std::string v) { ipv4PrefixList_ = std::move(v); }
   void ipv6PrefixListIs(std::string v) { ipv6PrefixList_ = std::move(v); }
-  void versionIs(U32 v) {
-    if (v == version_) return;
-    version_ = v;
-    notify([](Notifiee& n) { n.onVersion(); });
-  }
+  void versionIs(U32 v) { Vox::scalarIs(*this, version_, v, &Notifiee::onVersion); }
 
  private:
   std::string name_;

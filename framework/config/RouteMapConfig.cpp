@@ -151,9 +151,7 @@ bool SetClauses::sameClause(SetFlagBit bit, const SetClauses& other) const {
 }
 
 void MapEntry::permitIs(Acl::MatchPermit p) {
-  if (p == permit_) return;
-  permit_ = p;
-  notify([](Notifiee& n) { n.onPermit(); });
+  Vox::scalarIs(*this, permit_, p, &Notifiee::onPermit);
 }
 
 void MapEntry::matchRuleIs(const MatchRule& rule) {
@@ -171,9 +169,7 @@ void MapEntry::matchRuleDel(MatchOption option) {
 }
 
 void MapEntry::subRouteMapIs(const std::string& name) {
-  if (name == subRouteMap_) return;
-  subRouteMap_ = name;
-  notify([](Notifiee& n) { n.onSubRouteMap(); });
+  Vox::scalarIs(*this, subRouteMap_, name, &Notifiee::onSubRouteMap);
 }
 
 void MapEntry::setClauseIs(SetFlagBit bit, const SetClauses& from) {
@@ -195,9 +191,7 @@ void Map::mapEntryDel(U32 seqno) {
 }
 
 void Map::versionIs(U32 v) {
-  if (v == version_) return;
-  version_ = v;
-  notify([](Notifiee& n) { n.onVersion(); });
+  Vox::scalarIs(*this, version_, v, &Notifiee::onVersion);
 }
 
 void Config::routeMapIs(const Vox::Ptr<Map>& m) {
@@ -215,9 +209,7 @@ void Config::routeMapDel(const std::string& name) {
 }
 
 void Config::routeMapOpModeIs(RouteMapOpModeType mode) {
-  if (mode == opMode_) return;
-  opMode_ = mode;
-  notify([](Notifiee& n) { n.onRouteMapOpMode(); });
+  Vox::scalarIs(*this, opMode_, mode, &Notifiee::onRouteMapOpMode);
 }
 
 void PeerFilterConfig::peerFilterIs(const Vox::Ptr<Map>& m) {

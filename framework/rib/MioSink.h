@@ -1,15 +1,15 @@
 // Where executed operations and commits go.
 //
 // The agent installs one MioSink for the process with `sinkIs`; every `MioOp::doExecute`,
-// `MioOp::doCommit` and `MioCommit::doCommit` reaches it synchronously, in order. Four sinks
-// are provided: a Recorder (operations and commits in order, for tests), the EngineModel (a
-// model of the engine's committed policy tree), a JsonLinesWriter (one JSON object a line) and
-// a CountingSink (counts only, for benchmarks); a TeeSink sends to several at once.
+// `MioOp::doCommit` and `MioCommit::doCommit` reaches it synchronously, in order. Three sinks
+// stand in for the engine: a Recorder (operations and commits in order, for tests), the
+// EngineModel (a model of the engine's committed policy tree) and a CountingSink (counts only,
+// for benchmarks); a TeeSink sends to several at once. Presentations of the stream (text, JSON
+// lines) belong to the program that shows it.
 #pragma once
 
 #include <cstddef>
 #include <map>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -117,30 +117,6 @@ class TeeSink : public MioSink {
 
  private:
   std::vector<MioSink*> sinks_;
-};
-
-// Writes every operation and commit as one JSON object a line:
-//   {"op":"routeMap","path":[[512],[576,"RM1"]],"values":[[0,"str","RM1"]]}
-//   {"op":"RouteMapSetOpMode","path":[[256]],"scalars":[[18,"u32",0]]}
-//   {"op":"deleteRouteMap","path":[[512],[576,"RM1"]],"del":true}
-//   {"commit":"engine"}   {"commit":"op"}
-// "values", "scalars" and "del" appear only when present. In strings, '"' and '\' are
-// escaped and every byte outside 0x20..0x7e is written as \u00XX, one escape per byte, so
-// packed binary strings survive exactly.
-class JsonLinesWriter : public MioSink {
- public:
-  explicit JsonLinesWriter(std::ostream& out) : out_(out) {}
-  void execute(const MioOp& op) override;
-  void commit(CommitKind kind) override;
-
-  // One line each, without the line end (execute and commit add it).
-  static std::string opLine(const OpRecord& op);
-  static std::string commitLine(CommitKind kind);
-  // Appends `s` as a JSON string, quotes included, escaped as above.
-  static void appendJsonString(std::string& out, std::string_view s);
-
- private:
-  std::ostream& out_;
 };
 
 // A model of the engine's policy tree. Executed operations are staged; a commit applies the

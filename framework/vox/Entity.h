@@ -28,6 +28,15 @@
 
 namespace Vox {
 
+// The mutator of a scalar attribute: stores `value` in `member` and calls `on` on every
+// notifiee of `entity`; an unchanged value notifies nobody.
+template <class Entity, class T, class Notifiee>
+void scalarIs(const Entity& entity, T& member, const T& value, void (Notifiee::*on)()) {
+  if (member == value) return;
+  member = value;
+  entity.notify([on](Notifiee& n) { (n.*on)(); });
+}
+
 // The entity under `key`, or null.
 template <class K, class V, class Q>
 Ptr<V const> lookup(const std::map<K, Ptr<V>, std::less<>>& m, const Q& key) {

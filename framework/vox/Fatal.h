@@ -18,5 +18,15 @@ namespace Vox {
 
 }  // namespace Vox
 
-// An assertion that stays on in release builds and prints the failed expression.
-#define VOX_ASSERT(expr) ((expr) ? static_cast<void>(0) : ::Vox::fatal("Assertion failed: " #expr))
+namespace Vox {
+
+// The failure of an assertion: "Assertion failed: " and what was asserted.
+[[noreturn]] void assertionFailed(std::string_view what);
+
+}  // namespace Vox
+
+// Assertions that stay on in release builds. VOX_ASSERT names the failed expression;
+// VOX_ASSERT_MSG names `what` instead, for a check whose expression is not the text the
+// failure must show (an unreachable branch asserts false with the condition it stands for).
+#define VOX_ASSERT(expr) ((expr) ? static_cast<void>(0) : ::Vox::assertionFailed(#expr))
+#define VOX_ASSERT_MSG(expr, what) ((expr) ? static_cast<void>(0) : ::Vox::assertionFailed(what))

@@ -1,9 +1,11 @@
 #include "tools/ribpolicy/Agent.h"
 
+#include <iterator>
 #include <optional>
 #include <utility>
 
 #include "framework/l3/VrfName.h"
+#include "framework/vox/Fatal.h"
 
 namespace ribpolicy {
 
@@ -184,28 +186,52 @@ void Agent::teardown() {
   root_ = nullptr;
 }
 
+namespace {
+
+// The root inputs, one row each in the order the agent attaches them: the name scenarios use
+// and how the agent hands its entity to the root (or takes it back).
+struct InputRow {
+  Input input;
+  const char* name;
+  void (*attach)(const Agent& agent, bool on);
+};
+
+template <class T>
+Vox::Ptr<T const> ifOn(const Vox::Ptr<T>& entity, bool on) {
+  return on ? Vox::Ptr<T const>(entity) : nullptr;
+}
+
+constexpr InputRow kInputTable[] = {
+    {Input::routeMapConfig, "route-map-config",
+     [](const Agent& a, bool on) { a.root()->routeMapConfigIs(ifOn(a.routeMapConfig(), on)); }},
+    {Input::peerFilterConfig, "peer-filter-config",
+     [](const Agent& a, bool on) { a.root()->peerFilterConfigIs(ifOn(a.peerFilterConfig(), on)); }},
+    {Input::aclListConfig, "acl-list-config",
+     [](const Agent& a, bool on) { a.root()->aclListConfigIs(ifOn(a.aclListConfig(), on)); }},
+    {Input::aclConfig, "acl-config",
+     [](const Agent& a, bool on) { a.root()->aclConfigIs(ifOn(a.aclConfig(), on)); }},
+    {Input::dynPfxListConfig, "dynamic-prefix-list-config",
+     [](const Agent& a, bool on) { a.root()->dynPfxListConfigIs(ifOn(a.dynPfxListConfig(), on)); }},
+    {Input::policyMap, "policy-map",
+     [](const Agent& a, bool on) { a.root()->policyMapIs(on ? a.policyMap() : nullptr); }},
+};
+static_assert(std::size(kInputTable) == kInputCount, "one row per root input");
+
+const InputRow& rowOf(Input input) {
+  const InputRow& row = kInputTable[static_cast<std::size_t>(input)];
+  VOX_ASSERT(row.input == input);
+  return row;
+}
+
+}  // namespace
+
+const char* inputName(Input input) {
+  return rowOf(input).name;
+}
+
 void Agent::attach(Input input, bool on) {
   attached_.set(input, on);
-  switch (input) {
-    case Input::routeMapConfig:
-      root_->routeMapConfigIs(on ? RibRouteMap::RouteMapConfigPtr(routeMapConfig_) : nullptr);
-      return;
-    case Input::peerFilterConfig:
-      root_->peerFilterConfigIs(on ? RibRouteMap::PeerFilterConfigPtr(peerFilterConfig_) : nullptr);
-      return;
-    case Input::aclListConfig:
-      root_->aclListConfigIs(on ? RibRouteMap::AclListConfigPtr(aclListConfig_) : nullptr);
-      return;
-    case Input::aclConfig:
-      root_->aclConfigIs(on ? RibRouteMap::AclConfigPtr(aclConfig_) : nullptr);
-      return;
-    case Input::dynPfxListConfig:
-      root_->dynPfxListConfigIs(on ? RibRouteMap::DynPfxListConfigPtr(dynPfxListConfig_) : nullptr);
-      return;
-    case Input::policyMap:
-      root_->policyMapIs(on ? policyMap_ : nullptr);
-      return;
-  }
+  rowOf(input).attach(*this, on);
 }
 
 void Agent::applyConfig(const ScenarioConfig& from, const ScenarioConfig& to) {

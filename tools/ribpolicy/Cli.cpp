@@ -2,16 +2,23 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <charconv>
 #include <fstream>
+#include <iostream>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "RibDynamicPrefixList/Trace.h"
+#include "RibRouteMap/mio/Trace.h"
 #include "framework/rib/MioSink.h"
 #include "framework/vox/Trace.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
+#include "tools/ribpolicy/JsonLinesWriter.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 #include "tools/ribpolicy/StateJson.h"
 #include "tools/ribpolicy/TextWriter.h"
@@ -22,8 +29,54 @@ namespace ribpolicy {
 namespace {
 
 constexpr const char* kDemoName = "examples/demo.yaml";
+constexpr const char* kStdinName = "<stdin>";
+constexpr std::string_view kStdinFile = "-";
 
 enum class Format : std::uint8_t { text, jsonl };
+
+// The trace namespaces a --trace setting may name, and the levels their messages use.
+std::vector<std::string> traceNamespaces() {
+  return {RibRouteMap::routeMapTrace().name(), RibDynamicPrefixList::dynPfxTrace().name()};
+}
+constexpr int kLowestTraceLevel = RibRouteMap::traceError;
+constexpr int kHighestTraceLevel = RibRouteMap::traceDetail;
+
+std::string traceUsage() {
+  std::string names;
+  for (const std::string& n : traceNamespaces()) names += (names.empty() ? "" : ", ") + n;
+  return "(namespaces: " + names + "; levels: " + std::to_string(kLowestTraceLevel) + " to " +
+         std::to_string(kHighestTraceLevel) + "; e.g. RouteMap=9,RibDynamicPrefixList=8)";
+}
+
+// What is wrong with a --trace setting, or nothing. The library takes any name and level, so
+// a misspelt namespace would otherwise trace nothing without a word.
+std::optional<std::string> traceSettingError(std::string_view setting) {
+  const std::vector<std::string> names = traceNamespaces();
+  std::string_view rest = setting;
+  for (bool last = false; !last;) {
+    const auto comma = rest.find(',');
+    last = comma == std::string_view::npos;
+    const std::string_view item = rest.substr(0, comma);
+    rest = last ? std::string_view() : rest.substr(comma + 1);
+    const auto eq = item.find('=');
+    if (eq == std::string_view::npos || eq == 0) {
+      return "malformed trace setting '" + std::string(setting) + "'";
+    }
+    const std::string name(item.substr(0, eq));
+    if (std::find(names.begin(), names.end(), name) == names.end()) {
+      return "unknown trace namespace '" + name + "'";
+    }
+    const std::string_view levelText = item.substr(eq + 1);
+    const char* const end = levelText.data() + levelText.size();
+    int level = -1;
+    const auto parsed = std::from_chars(levelText.data(), end, level);
+    if (parsed.ec != std::errc() || parsed.ptr != end || level < kLowestTraceLevel ||
+        level > kHighestTraceLevel) {
+      return "bad trace level '" + std::string(levelText) + "' for " + name;
+    }
+  }
+  return std::nullopt;
+}
 
 // Sends the library's trace to `err` while a command runs, and switches the handles that the
 // command turned on off again afterwards, so that one command's trace does not leak into the
@@ -54,29 +107,52 @@ class TraceScope {
   std::vector<std::string> names_;
 };
 
-// Reads and checks a scenario; on bad input reports it on `err` and returns nothing.
-std::optional<Scenario> loadScenario(const std::string& file, std::ostream& err) {
+// The name a scenario file goes by in messages.
+std::string shownName(const std::string& file) {
+  if (file.empty()) return kDemoName;
+  if (file == kStdinFile) return kStdinName;
+  return file;
+}
+
+// Reads and checks a scenario (FILE "-" reads `in`). On bad input reports it on `err` as
+// FILE:LINE:COL, and also as one JSON object on `out` when `json`, and returns nothing.
+std::optional<Scenario> loadScenario(const std::string& file, std::istream& in, bool json,
+                                     std::ostream& out, std::ostream& err) {
+  const std::string shown = shownName(file);
+  std::optional<InputError> error;
+  std::optional<Scenario> scenario;
   std::string text;
-  std::string shown = file;
   if (file.empty()) {
     text = std::string(demoScenario());
-    shown = kDemoName;
   } else {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-      err << file << ":1:1: error: cannot read the scenario file\n";
-      return std::nullopt;
-    }
+    std::ifstream fileIn;
+    if (file != kStdinFile) fileIn.open(file, std::ios::binary);
+    std::istream& source = file == kStdinFile ? in : fileIn;
     std::ostringstream buf;
-    buf << in.rdbuf();
+    if (source) buf << source.rdbuf();
+    if (!source) error.emplace(1, 1, "cannot read the scenario file");
     text = buf.str();
   }
-  try {
-    return parseScenario(text);
-  } catch (const InputError& e) {
-    err << e.format(shown) << '\n';
-    return std::nullopt;
+  if (!error) {
+    try {
+      scenario = parseScenario(text);
+    } catch (const InputError& e) {
+      error = e;
+    }
   }
+  if (error) {
+    err << error->format(shown) << '\n';
+    if (json) {
+      Json j = Json::object();
+      j["file"] = jsonBytes(shown);
+      j["ok"] = false;
+      j["line"] = error->line();
+      j["column"] = error->column();
+      j["message"] = jsonBytes(error->what());
+      out << jsonText(j, false) << '\n';
+    }
+  }
+  return scenario;
 }
 
 std::string detachedNote(const InputSet& inputs) {
@@ -93,7 +169,7 @@ int runScenario(const Scenario& scenario, Format format, bool withState, std::os
   LibraryRootGuard keepRoot;
   Rib::EngineModel model;
   TextWriter text(out);
-  Rib::JsonLinesWriter jsonl(out);
+  ribpolicy::JsonLinesWriter jsonl(out);
   Rib::TeeSink tee({format == Format::text ? static_cast<Rib::MioSink*>(&text) : &jsonl, &model});
   Agent agent(scenario.vrf);
   {
@@ -147,6 +223,32 @@ int printState(const Scenario& scenario, std::ostream& out) {
   return kExitOk;
 }
 
+int verifyJson(const Scenario& scenario, const std::string& shown, std::ostream& out) {
+  int status = kExitOk;
+  Json steps = Json::array();
+  for (const StepVerdict& v : verifyScenario(scenario)) {
+    Json step = Json::object();
+    step["step"] = v.step;
+    Json differences = Json::array();
+    for (const std::string& d : v.differences) differences.push_back(jsonBytes(d));
+    if (v.skipped) {
+      step["status"] = "skipped";
+    } else if (v.differences.empty()) {
+      step["status"] = "ok";
+    } else {
+      status = kExitDifferent;
+      step["status"] = "differs";
+    }
+    step["differences"] = std::move(differences);
+    steps.push_back(std::move(step));
+  }
+  Json j = Json::object();
+  j["file"] = jsonBytes(shown);
+  j["steps"] = std::move(steps);
+  out << jsonText(j, false) << '\n';
+  return status;
+}
+
 int verify(const Scenario& scenario, std::ostream& out) {
   int status = kExitOk;
   for (const StepVerdict& v : verifyScenario(scenario)) {
@@ -167,11 +269,21 @@ int verify(const Scenario& scenario, std::ostream& out) {
 }  // namespace
 
 int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+  return runCli(argc, argv, std::cin, out, err);
+}
+
+int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& out,
+           std::ostream& err) {
   CLI::App app{
       "Drives the route-map policy library through a scenario of configuration "
       "changes and shows what it sends to the routing engine.",
       "ribpolicy"};
   app.require_subcommand(1, 1);
+  app.set_version_flag("--version", "ribpolicy " RIBPOLICY_VERSION);
+  app.set_help_all_flag("--help-all", "Print this help message and every command's options");
+  app.footer(
+      "FILE - reads the scenario from standard input. Exit status: 0 success, 1 verify found a "
+      "difference, 2 bad input or bad usage.");
 
   std::string file;
   std::string format = "text";
@@ -179,29 +291,33 @@ int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& e
   std::string trace;
 
   CLI::App* run = app.add_subcommand("run", "run a scenario and print the operation stream");
-  run->add_option("FILE", file, "scenario file (default: the built-in demo)");
+  run->add_option("FILE", file, "scenario file, - for standard input (default: the built-in demo)");
   run->add_option("--format", format, "text (for people) or jsonl (one JSON object a line)")
       ->check(CLI::IsMember({"text", "jsonl"}));
   run->add_flag("--state", withState, "print the final engine state after the stream");
   run->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
   CLI::App* state = app.add_subcommand("state", "run a scenario silently, print the final state");
-  state->add_option("FILE", file, "scenario file")->required();
+  state->add_option("FILE", file, "scenario file, - for standard input")->required();
   state->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
   CLI::App* verifyCmd =
       app.add_subcommand("verify", "compare every step with a fresh start on its configuration");
-  verifyCmd->add_option("FILE", file, "scenario file")->required();
+  verifyCmd->add_option("FILE", file, "scenario file, - for standard input")->required();
+  verifyCmd->add_option("--format", format, "text (for people) or json (one object)")
+      ->check(CLI::IsMember({"text", "json"}));
   verifyCmd->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
   CLI::App* check = app.add_subcommand("check", "parse and validate a scenario only");
-  check->add_option("FILE", file, "scenario file")->required();
+  check->add_option("FILE", file, "scenario file, - for standard input")->required();
+  check->add_option("--format", format, "text (for people) or json (one object)")
+      ->check(CLI::IsMember({"text", "json"}));
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-      app.exit(e, out, err);  // --help
+      app.exit(e, out, err);  // --help, --version
       return kExitOk;
     }
     err << "ribpolicy: error: " << e.what() << " (see ribpolicy --help)\n";
@@ -211,22 +327,36 @@ int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& e
   TraceScope traceScope(err);
   CLI::App* used = app.get_subcommands().front();
   const CLI::Option* traceOption = used->get_option_no_throw("--trace");
-  if (traceOption && traceOption->count() > 0 && !traceScope.levelsIs(trace)) {
-    err << "ribpolicy: error: --trace: malformed trace setting '" << trace
-        << "' (expected NAME=LEVEL[,NAME=LEVEL...], e.g. RouteMap=9,RibDynamicPrefixList=8)\n";
-    return kExitBadInput;
+  if (traceOption && traceOption->count() > 0) {
+    std::optional<std::string> problem = traceSettingError(trace);
+    if (!problem && !traceScope.levelsIs(trace))
+      problem = "malformed trace setting '" + trace + "'";
+    if (problem) {
+      err << "ribpolicy: error: --trace: " << *problem << ' ' << traceUsage() << '\n';
+      return kExitBadInput;
+    }
   }
 
-  const std::optional<Scenario> scenario = loadScenario(file, err);
+  const bool json = format == "json";
+  const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
   if (!scenario) return kExitBadInput;
 
   if (used == check) {
-    out << (file.empty() ? kDemoName : file) << ": ok, " << scenario->steps.size()
+    if (json) {
+      Json j = Json::object();
+      j["file"] = jsonBytes(shownName(file));
+      j["ok"] = true;
+      j["steps"] = scenario->steps.size();
+      out << jsonText(j, false) << '\n';
+      return kExitOk;
+    }
+    out << shownName(file) << ": ok, " << scenario->steps.size()
         << (scenario->steps.size() == 1 ? " step\n" : " steps\n");
     return kExitOk;
   }
   if (used == state) return printState(*scenario, out);
-  if (used == verifyCmd) return verify(*scenario, out);
+  if (used == verifyCmd)
+    return json ? verifyJson(*scenario, shownName(file), out) : verify(*scenario, out);
   return runScenario(*scenario, format == "jsonl" ? Format::jsonl : Format::text, withState, out);
 }
 

@@ -2,6 +2,7 @@
 // so that tests drive the whole program in process.
 #pragma once
 
+#include <istream>
 #include <ostream>
 
 namespace ribpolicy {
@@ -11,6 +12,9 @@ inline constexpr int kExitOk = 0;
 inline constexpr int kExitDifferent = 1;
 inline constexpr int kExitBadInput = 2;
 
+// `in` is what FILE "-" reads the scenario from; the four-argument form reads standard input.
+int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& out,
+           std::ostream& err);
 int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& err);
 
 }  // namespace ribpolicy

@@ -39,7 +39,7 @@ inline constexpr std::array<Input, kInputCount> kAllInputs = {
     Input::aclConfig,      Input::dynPfxListConfig, Input::policyMap};
 
 // "route-map-config", "peer-filter-config", "acl-list-config", "acl-config",
-// "dynamic-prefix-list-config", "policy-map".
+// "dynamic-prefix-list-config", "policy-map" (the agent's input table holds them).
 const char* inputName(Input input);
 
 // Which inputs are attached; indexed by the Input ordinal.

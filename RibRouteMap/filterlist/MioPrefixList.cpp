@@ -1,0 +1,92 @@
+// IPv4 and IPv6 prefix lists on the engine. Both families share the engine's prefix-list node
+// and are told apart by the list's key, the prefix-list id (the IPv6 one carries a prefix).
+// None of these commands commits: the list's state machine commits a batch as a whole.
+#include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/mio/Tags.h"
+#include "RibRouteMap/mio/Trace.h"
+
+namespace RibRouteMap {
+
+namespace {
+
+RibPath prefixListPath(const Mio& mio, const Vox::String& id) {
+  RibPath path = mio.ribPathIs(Tag::policyRoot);
+  path->doPushPath(Tag::prefixLists);
+  path->doPushString(Tag::prefixListKey, id);
+  return path;
+}
+
+// The values of an entry: sequence, permit flag, address, length, then the bounds (an entry
+// with neither bound matches its own length exactly).
+template <class PrefixT, class PushAddr>
+RibValue prefixEntryValues(const Mio& mio, U32 seqno, Acl::MatchPermit permit,
+                           const PrefixT& prefix, U32 ge, U32 le, U32 lengthTag,
+                           PushAddr pushAddr) {
+  RibValue v = mio.ribValueIs();
+  v->doPushU32(Tag::PrefixListValue::seqno, seqno);
+  v->doPushFlag(Tag::PrefixListValue::permit, permit != Acl::deny);
+  pushAddr(*v);
+  v->doPushU32(lengthTag, prefix.length());
+  if (ge == 0 && le == 0) {
+    v->doPushU32(Tag::PrefixListValue::ge, prefix.length());
+    v->doPushU32(Tag::PrefixListValue::le, prefix.length());
+  } else {
+    if (ge != 0) v->doPushU32(Tag::PrefixListValue::ge, ge);
+    if (le != 0) v->doPushU32(Tag::PrefixListValue::le, le);
+  }
+  return v;
+}
+
+}  // namespace
+
+void Mio::doAddIpPrefixList(const String& name) const {
+  const String id = prefixListId(name, PrefixListFamily::ipv4);
+  RibValue v = ribValueIs();
+  v->doPushString(Tag::PrefixListValue::name, id);
+  ribExecute("doAddIpPrefixList", prefixListPath(*this, id), v);
+}
+
+void Mio::doAddIpv6PrefixList(const String& name) const {
+  const String id = prefixListId(name, PrefixListFamily::ipv6);
+  RibValue v = ribValueIs();
+  v->doPushString(Tag::PrefixListValue::name, id);
+  ribExecute("doAddIpv6PrefixList", prefixListPath(*this, id), v);
+}
+
+void Mio::doDelIpPrefixList(const String& name, PrefixListFamily family) const {
+  ribExecute("doDelIpPrefixList", prefixListPath(*this, prefixListId(name, family)), nullptr, true);
+}
+
+void Mio::doAddIpPrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
+                                 const Vela::Prefix& prefix, U32 ge, U32 le) const {
+  RM_TRACE(traceCommand, "doAddIpPrefixListEntry " << seqno << ' ' << prefix);
+  RibPath path = prefixListPath(*this, prefixListId(name, PrefixListFamily::ipv4));
+  path->doPushU32(Tag::prefixListEntry, seqno);
+  RibValue v =
+      prefixEntryValues(*this, seqno, permit, prefix, ge, le, Tag::PrefixListValue::ipv4Length,
+                        [&](Rib::MioValueTagArray& a) {
+                          a.doPushIpAddr(Tag::PrefixListValue::ipv4Address, prefix.address());
+                        });
+  ribExecute("doAddIpPrefixListEntry", path, v);
+}
+
+void Mio::doAddIpv6PrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
+                                   const Vela::Ip6Prefix& prefix, U32 ge, U32 le) const {
+  RibPath path = prefixListPath(*this, prefixListId(name, PrefixListFamily::ipv6));
+  path->doPushU32(Tag::prefixListEntry, seqno);
+  RibValue v =
+      prefixEntryValues(*this, seqno, permit, prefix, ge, le, Tag::PrefixListValue::ipv6Length,
+                        [&](Rib::MioValueTagArray& a) {
+                          a.doPushIp6Addr(Tag::PrefixListValue::ipv6Address, prefix.address());
+                        });
+  ribExecute("doAddIpv6PrefixListEntry", path, v);
+}
+
+void Mio::doDelIpPrefixListEntry(const String& name, U32 seqno, PrefixListFamily family) const {
+  RM_TRACE(traceCommand, "doDelIpPrefixListEntry " << seqno);
+  RibPath path = prefixListPath(*this, prefixListId(name, family));
+  path->doPushU32(Tag::prefixListEntry, seqno);
+  ribExecute("doDelIpPrefixListEntry", path, nullptr, true);
+}
+
+}  // namespace RibRouteMap

@@ -1,0 +1,49 @@
+# Bash completion for ribpolicy: commands, their options, the values of --format and
+# --trace, and scenario files (*.yaml, *.yml) for FILE.
+
+_ribpolicy() {
+  local cur=${COMP_WORDS[COMP_CWORD]}
+  local prev=${COMP_WORDS[COMP_CWORD - 1]}
+  local cmd="" i
+  for ((i = 1; i < COMP_CWORD; i++)); do
+    case ${COMP_WORDS[i]} in
+      run | state | verify | check) cmd=${COMP_WORDS[i]} && break ;;
+    esac
+  done
+  COMPREPLY=()
+  case $prev in
+    --format)
+      if [[ $cmd == run ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "text jsonl" -- "$cur")
+      else
+        mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur")
+      fi
+      return 0
+      ;;
+    --trace)
+      mapfile -t COMPREPLY < <(compgen -W "RouteMap= RibDynamicPrefixList=" -- "$cur")
+      compopt -o nospace 2>/dev/null
+      return 0
+      ;;
+  esac
+  local words
+  case $cmd in
+    "") words="run state verify check --help --help-all --version" ;;
+    run) words="--format --state --trace --help" ;;
+    state) words="--trace --help" ;;
+    verify) words="--format --trace --help" ;;
+    check) words="--format --help" ;;
+  esac
+  if [[ -z $cmd || $cur == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
+    return 0
+  fi
+  local f
+  while IFS= read -r f; do
+    [[ -d $f || $f == *.yaml || $f == *.yml ]] && COMPREPLY+=("$f")
+  done < <(compgen -f -- "$cur")
+  [[ -z $cur || $cur == - ]] && COMPREPLY+=("-")
+  compopt -o filenames 2>/dev/null
+  return 0
+}
+complete -F _ribpolicy ribpolicy

@@ -1,0 +1,44 @@
+#!/bin/bash
+# Rewrites the golden files of the scenarios under tests/scenarios from the current build, after
+# an intended change of behaviour: NAME.stream (and NAME.stderr when `run` writes to standard
+# error) always, NAME.state and NAME.verify where they exist. A new scenario gets its .stream;
+# to pin its final state or its verify verdict, create an empty NAME.state or NAME.verify first.
+# Review `git diff tests/scenarios` before committing.
+#
+#   scripts/update-golden.sh [PATTERN]    # only the scenarios whose path contains PATTERN
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+bin=${RIBPOLICY:-$root/build/bin/ribpolicy}
+if [ ! -x "$bin" ]; then
+  echo "update-golden: $bin not found; build it first: cmake --build --preset release --target ribpolicy" >&2
+  exit 2
+fi
+cd "$root"
+pattern=${1:-}
+
+count=0
+while IFS= read -r yaml; do
+  base=${yaml%.yaml}
+  [[ -z $pattern || $base == *"$pattern"* ]] || continue
+  args=()
+  if [ -f "$base.args" ]; then read -r -a args < "$base.args" || true; fi
+  if ! "$bin" run "${args[@]}" "$yaml" > "$base.stream" 2> "$base.stderr"; then
+    echo "update-golden: ribpolicy run failed on $yaml:" >&2
+    cat "$base.stderr" >&2
+    exit 1
+  fi
+  [ -s "$base.stderr" ] || rm "$base.stderr"
+  if [ -f "$base.state" ]; then "$bin" state "$yaml" > "$base.state"; fi
+  if [ -f "$base.verify" ]; then
+    status=0
+    "$bin" verify "$yaml" > "$base.verify" || status=$?
+    if [ "$status" -gt 1 ]; then
+      echo "update-golden: ribpolicy verify failed on $yaml" >&2
+      exit 1
+    fi
+  fi
+  count=$((count + 1))
+done < <(find tests/scenarios -name '*.yaml' | LC_ALL=C sort)
+
+echo "update-golden: rewrote the golden files of $count scenario(s); review git diff tests/scenarios"

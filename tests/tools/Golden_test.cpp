@@ -1,0 +1,122 @@
+// Runs every golden scenario under tests/scenarios. NAME.yaml is compared with NAME.stream,
+// the output of `ribpolicy run [ARGS] NAME.yaml` (ARGS from NAME.args when present), with
+// NAME.stderr (or nothing) on standard error, with NAME.state when present, and with
+// NAME.verify when present; a scenario without NAME.verify must converge (verify exits 0).
+// scripts/update-golden.sh rewrites these files after an intended change.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/Harness.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using test_support::readFile;
+using test_support::runTool;
+
+const fs::path kScenarios = fs::path(RIBPOLICY_SOURCE_DIR) / "tests" / "scenarios";
+const std::set<std::string> kKinds = {".yaml", ".stream", ".stderr", ".state", ".verify", ".args"};
+
+// Every scenario as its path below tests/scenarios without ".yaml", e.g. "routemap/lifecycle".
+std::vector<std::string> scenarioNames() {
+  std::vector<std::string> names;
+  if (!fs::is_directory(kScenarios)) return names;
+  for (const auto& f : fs::recursive_directory_iterator(kScenarios)) {
+    if (f.is_regular_file() && f.path().extension() == ".yaml") {
+      names.push_back(fs::relative(f.path(), kScenarios).replace_extension().generic_string());
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string testName(const ::testing::TestParamInfo<std::string>& info) {
+  std::string name = info.param;
+  for (char& c : name) {
+    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+  }
+  return name;
+}
+
+// The differences between the golden file and what the program printed, as `diff -u` shows
+// them.
+std::string unifiedDiff(const fs::path& golden, const std::string& actual) {
+  // Named after the golden file, so that tests run side by side never share it.
+  std::string name = fs::relative(golden, kScenarios).generic_string();
+  std::replace(name.begin(), name.end(), '/', '_');
+  const std::string printed = test_support::scenarioFile(name + ".printed", actual);
+  const std::string command = "diff -u '" + golden.string() + "' '" + printed + "' 2>&1";
+  std::string out;
+  if (FILE* pipe = popen(command.c_str(), "r")) {
+    char buf[4096];
+    for (std::size_t n; (n = fread(buf, 1, sizeof buf, pipe)) > 0;) out.append(buf, n);
+    pclose(pipe);
+  }
+  return out;
+}
+
+void expectGolden(const fs::path& golden, const std::string& actual) {
+  if (!fs::exists(golden)) {
+    ADD_FAILURE() << "missing " << golden.filename() << "; scripts/update-golden.sh writes it";
+    return;
+  }
+  if (readFile(golden.string()) == actual) return;
+  ADD_FAILURE() << golden.filename() << " differs from the program's output (after an intended "
+                << "change, run scripts/update-golden.sh and review the diff):\n"
+                << unifiedDiff(golden, actual);
+}
+
+class GoldenTest : public ::testing::TestWithParam<std::string> {};
+
+// The scenario's outputs are exactly its golden files.
+TEST_P(GoldenTest, MatchesGoldenFiles) {
+  const fs::path base = kScenarios / GetParam();
+  auto file = [&](const char* kind) { return fs::path(base.string() + kind); };
+  const std::string yaml = file(".yaml").string();
+
+  std::vector<std::string> run = {"run"};
+  std::istringstream args(readFile(file(".args").string()));
+  for (std::string arg; args >> arg;) run.push_back(arg);
+  run.push_back(yaml);
+  const auto r = runTool(run);
+  EXPECT_EQ(r.status, 0) << r.err;
+  expectGolden(file(".stream"), r.out);
+  if (fs::exists(file(".stderr"))) {
+    expectGolden(file(".stderr"), r.err);
+  } else {
+    EXPECT_EQ(r.err, "");
+  }
+
+  if (fs::exists(file(".state"))) expectGolden(file(".state"), runTool({"state", yaml}).out);
+
+  const auto v = runTool({"verify", yaml});
+  if (fs::exists(file(".verify"))) {
+    expectGolden(file(".verify"), v.out);
+    EXPECT_EQ(v.status, v.out.find("differs") == std::string::npos ? 0 : 1);
+  } else {
+    EXPECT_EQ(v.status, 0) << "the scenario does not converge to a fresh start:\n" << v.out;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, GoldenTest, ::testing::ValuesIn(scenarioNames()), testName);
+
+// Every file under tests/scenarios is a scenario or one of its golden files.
+TEST(GoldenFilesTest, EveryFileBelongsToAScenario) {
+  ASSERT_FALSE(scenarioNames().empty()) << "no scenario under " << kScenarios;
+  for (const auto& f : fs::recursive_directory_iterator(kScenarios)) {
+    if (!f.is_regular_file()) continue;
+    const fs::path& p = f.path();
+    EXPECT_TRUE(kKinds.count(p.extension().string())) << "unknown kind of file " << p;
+    EXPECT_TRUE(fs::exists(fs::path(p).replace_extension(".yaml"))) << p << " has no scenario";
+  }
+}
+
+}  // namespace
