@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 #include "tests/tools/RibpolicyTestSupport.h"
 
@@ -10,10 +11,11 @@ namespace {
 
 using ribpolicy::testing::runTool;
 using ribpolicy::testing::scenarioFile;
+using namespace std::string_view_literals;
 
 struct BadScenario {
   const char* name;
-  const char* yaml;
+  std::string_view yaml;  // may hold NUL bytes
   int line;
   int column;
   const char* message;  // a part of the message that names the fault
@@ -148,6 +150,7 @@ const BadScenario kBadScenarios[] = {
     {"match_option_given_by_name_and_number",
      RM_ENTRY("            match: [{option: prefix-list, value: A}, {option: 2, value: B}]\n"), 7,
      54, "option prefix-list given twice"},
+    {"nul_byte_after_a_dash", "steps:\n  -\0\n"sv, 3, 1, "unknown escape character: \\x0a"},
     {"yaml_message_escapes_control_bytes", "steps:\n  - name: \"a\\\r\"\n", 2, 15,
      "unknown escape character: \\x0d"},
     {"flow_lists_nested_101_levels", kNestedFlowLists.c_str(), 1, 107,
@@ -170,7 +173,7 @@ class ScenarioErrorsTest : public ::testing::TestWithParam<BadScenario> {};
 // The scenario is refused with status 2 and exactly one error line at the expected position.
 TEST_P(ScenarioErrorsTest, RefusedWithPosition) {
   const BadScenario& c = GetParam();
-  const std::string file = scenarioFile(std::string(c.name) + ".yaml", c.yaml);
+  const std::string file = scenarioFile(std::string(c.name) + ".yaml", std::string(c.yaml));
   const auto r = runTool({"check", file});
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.out, "");
@@ -184,7 +187,7 @@ TEST_P(ScenarioErrorsTest, RefusedWithPosition) {
 // The subcommands that run a scenario refuse it the same way, before the library sees it.
 TEST_P(ScenarioErrorsTest, RunRefusesToo) {
   const BadScenario& c = GetParam();
-  const std::string file = scenarioFile(std::string(c.name) + ".yaml", c.yaml);
+  const std::string file = scenarioFile(std::string(c.name) + ".yaml", std::string(c.yaml));
   for (const char* command : {"run", "state", "verify"}) {
     const auto r = runTool({command, file});
     EXPECT_EQ(r.status, 2) << command;
