@@ -123,8 +123,8 @@ class DocumentLimits : public YAML::EventHandler {
   void OnDocumentEnd() override {}
   void OnNull(const YAML::Mark&, YAML::anchor_t anchor) override { leaf(anchor); }
   void OnAlias(const YAML::Mark& mark, YAML::anchor_t anchor) override {
-    // An alias of a node still open (a node that holds itself) repeats nothing the reader
-    // walks twice: the reader descends only as deep as the scenario's keys go.
+    // An alias of a node still open (a node that holds itself) counts as one node: the
+    // reader never takes one node for two levels of a scenario, so it stops there at once.
     const auto it = sizes_.find(anchor);
     const std::uint64_t size = it == sizes_.end() ? 1 : it->second;
     nodes_ += size;
