@@ -11,25 +11,32 @@ tool=${2:-build/bin/ribpolicy}
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 
+# Each step writes the whole chain again: an alias would count every repeated node against
+# the reader's limit on what aliases may repeat.
 gen_maps() {
-  awk -v n="$n" -v desc="$1" 'BEGIN {
-    print "steps:\n- name: unreferenced\n  config:\n    route-maps: &maps"
+  awk -v n="$n" -v desc="$1" '
+  function maps() {
+    print "    route-maps:"
     for (i = 0; i < n; i++) {
       a = desc ? n - 1 - i : i; b = desc ? a - 1 : a + 1
       printf "      R%07d:\n", a
       if (i + 1 < n) printf "        - {seq: 10, action: permit, sub-route-map: R%07d}\n", b
       else print "        - {seq: 10, action: permit}"
     }
-    printf "- name: head referenced\n  config:\n    route-maps: *maps\n"
+  }
+  BEGIN {
+    print "steps:\n- name: unreferenced\n  config:"; maps()
+    print "- name: head referenced\n  config:"; maps()
     printf "    policy-map: {route-maps: [R%07d]}\n", desc ? n - 1 : 0
-    print "- name: reference dropped\n  config:\n    route-maps: *maps"
+    print "- name: reference dropped\n  config:"; maps()
   }'
 }
 gen_lists() {
-  awk -v n="$n" 'BEGIN {
-    print "steps:\n- name: unreferenced\n  config:\n    dynamic-prefix-lists: &lists"
+  awk -v n="$n" '
+  function config() {
+    print "    dynamic-prefix-lists:"
     for (i = 0; i < n; i++) printf "      D%07d: {match-map: M%07d}\n", i, i
-    print "    route-maps: &maps"
+    print "    route-maps:"
     for (i = 0; i < n; i++) {
       printf "      M%07d:\n", i
       if (i + 1 < n) {
@@ -38,9 +45,12 @@ gen_lists() {
         print "        - {seq: 10, action: permit}"
       }
     }
-    print "- name: head referenced\n  config:\n    dynamic-prefix-lists: *lists\n    route-maps: *maps"
+  }
+  BEGIN {
+    print "steps:\n- name: unreferenced\n  config:"; config()
+    print "- name: head referenced\n  config:"; config()
     print "    policy-map: {dynamic-prefix-lists: [D0000000]}"
-    print "- name: reference dropped\n  config:\n    dynamic-prefix-lists: *lists\n    route-maps: *maps"
+    print "- name: reference dropped\n  config:"; config()
   }'
 }
 gen_maps 0 > "$dir/ascending.yaml"

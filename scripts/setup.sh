@@ -3,20 +3,5 @@
 # the release build in build/. Safe to run again: it installs nothing that is present.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-
-packages=(g++ cmake make libyaml-cpp-dev libyaml-dev nlohmann-json3-dev libcli11-dev
-          libgtest-dev libgmock-dev libbenchmark-dev help2man pkg-config)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if [ "${#missing[@]}" -gt 0 ]; then
-  echo "installing: ${missing[*]}"
-  sudo=""
-  if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi
-  export DEBIAN_FRONTEND=noninteractive
-  $sudo apt-get update -qq
-  $sudo apt-get install -y -qq "${missing[@]}"
-fi
-
+scripts/packages.sh
 cmake --preset release >/dev/null

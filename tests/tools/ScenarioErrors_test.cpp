@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 #include "tests/support/Harness.h"
 
@@ -10,10 +11,11 @@ namespace {
 
 using test_support::runTool;
 using test_support::scenarioFile;
+using namespace std::string_view_literals;
 
 struct BadScenario {
   const char* name;
-  const char* yaml;
+  std::string_view yaml;  // may hold NUL bytes
   int line;
   int column;
   const char* message;  // a part of the message that names the fault
@@ -27,6 +29,17 @@ struct BadScenario {
   "        RM:\n"         \
   "          - seq: 10\n" \
   "            action: permit\n" tail
+
+// Lists nested one level past the limit, as flow brackets, as block sequences, and as the
+// ten thousand unclosed brackets that the YAML reader alone refuses only as a "bad file".
+const std::string kNestedFlowLists =
+    "steps: " + std::string(100, '[') + std::string(100, ']') + "\n";
+const std::string kNestedBlockLists = [] {
+  std::string s = "steps:\n";
+  for (int level = 1; level <= 100; ++level) s += std::string(2 * level, ' ') + "-\n";
+  return s;
+}();
+const std::string kTenThousandBrackets = "steps: " + std::string(10000, '[') + "\n";
 
 const BadScenario kBadScenarios[] = {
     {"yaml_syntax", "steps:\n  - config: {route-maps: }}\n", 2, 27, "invalid YAML"},
@@ -137,6 +150,22 @@ const BadScenario kBadScenarios[] = {
     {"match_option_given_by_name_and_number",
      RM_ENTRY("            match: [{option: prefix-list, value: A}, {option: 2, value: B}]\n"), 7,
      54, "option prefix-list given twice"},
+    {"nul_byte_after_a_dash", "steps:\n  -\0\n"sv, 3, 1, "unknown escape character: \\x0a"},
+    {"yaml_message_escapes_control_bytes", "steps:\n  - name: \"a\\\r\"\n", 2, 15,
+     "unknown escape character: \\x0d"},
+    {"flow_lists_nested_101_levels", kNestedFlowLists.c_str(), 1, 107,
+     "invalid YAML: list nested 101 levels deep (lists and mappings nest at most 100 levels)"},
+    {"block_lists_nested_101_levels", kNestedBlockLists.c_str(), 101, 201,
+     "list nested 101 levels deep"},
+    {"ten_thousand_open_brackets", kTenThousandBrackets.c_str(), 1, 58, "nested 101 levels deep"},
+    {"aliases_repeating_over_a_million_nodes",
+     "a: &a [x, x, x, x, x, x, x, x, x, x]\n"
+     "b: &b [*a, *a, *a, *a, *a, *a, *a, *a, *a, *a]\n"
+     "c: &c [*b, *b, *b, *b, *b, *b, *b, *b, *b, *b]\n"
+     "d: &d [*c, *c, *c, *c, *c, *c, *c, *c, *c, *c]\n"
+     "e: &e [*d, *d, *d, *d, *d, *d, *d, *d, *d, *d]\n"
+     "f: &f [*e, *e, *e, *e, *e, *e, *e, *e, *e, *e]\n",
+     6, 36, "invalid YAML: aliases repeat more than 1000000 nodes"},
 };
 
 class ScenarioErrorsTest : public ::testing::TestWithParam<BadScenario> {};
@@ -144,7 +173,7 @@ class ScenarioErrorsTest : public ::testing::TestWithParam<BadScenario> {};
 // The scenario is refused with status 2 and exactly one error line at the expected position.
 TEST_P(ScenarioErrorsTest, RefusedWithPosition) {
   const BadScenario& c = GetParam();
-  const std::string file = scenarioFile(std::string(c.name) + ".yaml", c.yaml);
+  const std::string file = scenarioFile(std::string(c.name) + ".yaml", std::string(c.yaml));
   const auto r = runTool({"check", file});
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.out, "");

@@ -1,5 +1,6 @@
 #include "tools/ribpolicy/ScenarioParser.h"
 
+#include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
@@ -10,7 +11,9 @@
 #include <cstdlib>
 #include <initializer_list>
 #include <limits>
+#include <map>
 #include <optional>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -47,23 +50,27 @@ std::pair<int, int> positionOf(const YAML::Node& n) {
   throw InputError(line, column, message);
 }
 
-// A value as it appears in a message: quoted, with control bytes escaped so that the message
-// stays on one line, and shortened when long.
-std::string quote(std::string_view s) {
-  constexpr std::size_t kMax = 60;
-  std::string out = "'";
-  for (std::size_t i = 0; i < s.size() && i < kMax; ++i) {
-    const auto c = static_cast<unsigned char>(s[i]);
+// Text as it appears in a message: control bytes escaped, so that the message stays on the
+// one line ribpolicy prints.
+std::string printable(std::string_view s) {
+  std::string out;
+  for (const char ch : s) {
+    const auto c = static_cast<unsigned char>(ch);
     if (c < 0x20 || c == 0x7f) {
       char buf[5];
       std::snprintf(buf, sizeof buf, "\\x%02x", c);
       out += buf;
     } else {
-      out += static_cast<char>(c);
+      out += ch;
     }
   }
-  if (s.size() > kMax) out += "...";
-  return out + "'";
+  return out;
+}
+
+// A value as it appears in a message: quoted, printable and shortened when long.
+std::string quote(std::string_view s) {
+  constexpr std::size_t kMax = 60;
+  return "'" + printable(s.substr(0, kMax)) + (s.size() > kMax ? "...'" : "'");
 }
 
 std::string describe(const YAML::Node& n) {
@@ -93,6 +100,87 @@ std::string joinKeys(const std::vector<std::string_view>& keys) {
   }
   return out;
 }
+
+// --- Limits of the document -------------------------------------------------------------
+
+// Two shapes of YAML would have the reader give up badly or work without end, so the
+// document is measured on the YAML reader's events before it is read:
+// - A scenario nests about a dozen levels of lists and mappings. The YAML reader refuses
+//   deeper nesting only near 500 levels, and then says "bad file" at a position that is
+//   often the start of the file; here the list or mapping one level too deep is named
+//   where it opens.
+// - An alias repeats its anchored node without repeating its text, so a few kilobytes of
+//   anchors and aliases can stand for billions of values, each of which the reader would
+//   check and keep. Aliases may repeat a bounded number of nodes in all; the alias that
+//   passes the bound is named. Sizes are counted as the reader will see them, an alias
+//   inside an anchored node counting at the size of what it repeats.
+constexpr std::size_t kMaxNesting = 100;
+constexpr std::uint64_t kMaxRepeatedNodes = 1'000'000;
+
+class DocumentLimits : public YAML::EventHandler {
+ public:
+  void OnDocumentStart(const YAML::Mark&) override {}
+  void OnDocumentEnd() override {}
+  void OnNull(const YAML::Mark&, YAML::anchor_t anchor) override { leaf(anchor); }
+  void OnAlias(const YAML::Mark& mark, YAML::anchor_t anchor) override {
+    // An alias of a node still open (a node that holds itself) counts as one node: the
+    // reader never takes one node for two levels of a scenario, so it stops there at once.
+    const auto it = sizes_.find(anchor);
+    const std::uint64_t size = it == sizes_.end() ? 1 : it->second;
+    nodes_ += size;
+    repeated_ += size - 1;
+    if (repeated_ > kMaxRepeatedNodes) {
+      throw InputError(
+          mark.line + 1, mark.column + 1,
+          "invalid YAML: aliases repeat more than " + std::to_string(kMaxRepeatedNodes) + " nodes");
+    }
+  }
+  void OnScalar(const YAML::Mark&, const std::string&, YAML::anchor_t anchor,
+                const std::string&) override {
+    leaf(anchor);
+  }
+  void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
+                       YAML::EmitterStyle::value) override {
+    open(mark, anchor, "list");
+  }
+  void OnSequenceEnd() override { close(); }
+  void OnMapStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
+                  YAML::EmitterStyle::value) override {
+    open(mark, anchor, "mapping");
+  }
+  void OnMapEnd() override { close(); }
+
+ private:
+  struct Open {
+    YAML::anchor_t anchor;
+    std::uint64_t nodesBefore;
+  };
+
+  void leaf(YAML::anchor_t anchor) {
+    ++nodes_;
+    if (anchor != YAML::NullAnchor) sizes_[anchor] = 1;
+  }
+  void open(const YAML::Mark& mark, YAML::anchor_t anchor, const std::string& what) {
+    if (open_.size() == kMaxNesting) {
+      throw InputError(mark.line + 1, mark.column + 1,
+                       "invalid YAML: " + what + " nested " + std::to_string(kMaxNesting + 1) +
+                           " levels deep (lists and mappings nest at most " +
+                           std::to_string(kMaxNesting) + " levels)");
+    }
+    open_.push_back({anchor, nodes_});
+    ++nodes_;
+  }
+  void close() {
+    const Open done = open_.back();
+    open_.pop_back();
+    if (done.anchor != YAML::NullAnchor) sizes_[done.anchor] = nodes_ - done.nodesBefore;
+  }
+
+  std::vector<Open> open_;
+  std::map<YAML::anchor_t, std::uint64_t> sizes_;
+  std::uint64_t nodes_ = 0;
+  std::uint64_t repeated_ = 0;
+};
 
 // --- Mappings with a fixed set of keys --------------------------------------------------
 
@@ -1209,12 +1297,17 @@ Scenario parseRoot(const YAML::Node& root) {
 }  // namespace
 
 Scenario parseScenario(std::string_view text) {
+  const std::string input(text);
   YAML::Node root;
   try {
-    root = YAML::Load(std::string(text));
+    std::istringstream in(input);
+    YAML::Parser parser(in);
+    DocumentLimits limits;
+    parser.HandleNextDocument(limits);
+    root = YAML::Load(input);
   } catch (const YAML::Exception& e) {
     throw InputError(e.mark.is_null() ? 1 : e.mark.line + 1,
-                     e.mark.is_null() ? 1 : e.mark.column + 1, "invalid YAML: " + e.msg);
+                     e.mark.is_null() ? 1 : e.mark.column + 1, "invalid YAML: " + printable(e.msg));
   }
   try {
     return parseRoot(root);
@@ -1222,7 +1315,8 @@ Scenario parseScenario(std::string_view text) {
     // The reader checks node types before every access; this only keeps an unforeseen
     // case a reported input error instead of an abort.
     throw InputError(e.mark.is_null() ? 1 : e.mark.line + 1,
-                     e.mark.is_null() ? 1 : e.mark.column + 1, "invalid scenario: " + e.msg);
+                     e.mark.is_null() ? 1 : e.mark.column + 1,
+                     "invalid scenario: " + printable(e.msg));
   }
 }
 

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Builds the library, the program and the tests with AddressSanitizer, LeakSanitizer and
+# UndefinedBehaviorSanitizer (the asan preset, build-asan/) and runs every test under them.
+# Any sanitizer report stops its test with a failure (the preset's ASAN_OPTIONS and
+# UBSAN_OPTIONS), so the script exits non-zero.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/packages.sh
+cmake --preset asan >/dev/null
+cmake --build --preset asan
+ctest --preset asan --timeout 600
