@@ -65,6 +65,18 @@ void DynPfxConfigSm::handleDynamicPrefixListMap(const std::string& name) {
   }
 }
 
+void DynPfxConfigSm::onNotificationActive(bool active) {
+  // The list reactors were built while notifications were off: a list that entered the policy
+  // map through the match map of a list built after it was never told. Sending every held list
+  // not sent yet, the notifications carry the rest, so a start-up does not depend on names.
+  if (!active || !policyMap_) return;
+  for (const auto& [name, reactor] : dynamicPrefixList_) {
+    if (!reactor->sent() && policyMap_->dynamicPrefixList(name)) {
+      reactor->handleDynamicPrefixListVersion();
+    }
+  }
+}
+
 void DynPfxConfigSm::vox_handleDynamicPrefixList(VoxDynamicPrefixList& reactor) {
   // While the policy map holds the list, the reactor has sent it; once the reactor is gone
   // nothing would ever delete it, so it leaves the engine with its configuration. A state
@@ -146,6 +158,7 @@ void VoxDynamicPrefixList::handleDynamicPrefixListVersion() {
   prevMatchMap_ = entry->matchMap();
   mioFactory()->doAddDynamicPrefixListEntry(name_, entry->ipv4PrefixList(), entry->ipv6PrefixList(),
                                             entry->matchMap());
+  sent_ = true;
 }
 
 void VoxDynamicPrefixList::handleMirrorConfigDelete() {
@@ -156,6 +169,7 @@ void VoxDynamicPrefixList::handleMirrorConfigDelete() {
   const std::string matchMap = notifier() ? notifier()->matchMap() : std::string();
   updatePolicyMapMatchMap(kDynPfxMode, RoutingPolicyMap::pmapDplNestedRmap, name_, matchMap, "");
   mioFactory()->doDelDynamicPrefixList(name_);
+  sent_ = false;
 }
 
 void VoxDynamicPrefixList::updatePolicyMapMatchMap(RoutingPolicyMap::CliMode mode,

@@ -60,6 +60,8 @@ class DynPfxConfigSm : public Vox::Reactor {
     const std::string& name() const { return name_; }
     // The match map last recorded in the policy map for this list.
     const std::string& prevMatchMap() const { return prevMatchMap_; }
+    // Whether the engine holds the list as this reactor last sent it.
+    bool sent() const { return sent_; }
 
     void onVersion() override;
 
@@ -79,6 +81,7 @@ class DynPfxConfigSm : public Vox::Reactor {
     DynPfxConfigSm* sm_;
     std::string name_;
     std::string prevMatchMap_;
+    bool sent_ = false;
   };
 
   DynPfxConfigSm(const ConfigPtr& config, const PolicyMapPtr& policyMap);
@@ -98,6 +101,9 @@ class DynPfxConfigSm : public Vox::Reactor {
   void handleDynamicPrefixListMap(const std::string& name);
   // Runs when a list's reactor has been removed from the collection.
   void vox_handleDynamicPrefixList(VoxDynamicPrefixList& reactor);
+
+ protected:
+  void onNotificationActive(bool active) override;
 
  private:
   friend class VoxConfig;
