@@ -40,7 +40,10 @@ void updatePolicyMap(PolicyType type, PluginType plugin, CliMode mode, const std
   const Requester reason{plugin, mode, configCli, configKey};
   if (isDelete) {
     Vox::Ptr<PolicyRequester> entity = (map.*ops.find)(policyName);
-    if (!entity) return;
+    // Only the withdrawal of a reason the entity holds may remove it: an entity is entered (and
+    // its creation notified, which may withdraw references elsewhere) before its first reason
+    // is added, and must not be removed for a reason it never had in between.
+    if (!entity || entity->reason().count(reason) == 0) return;
     entity->reasonDel(reason);
     if (entity->empty()) (map.*ops.del)(policyName);
     return;
