@@ -12,7 +12,6 @@ using Rib::MioOp;
 using Rib::OpRecord;
 using Rib::PathEntry;
 using Rib::Reset;
-using Rib::TaggedValue;
 using Rib::typeName;
 using Rib::typeOf;
 using Rib::ValueData;
