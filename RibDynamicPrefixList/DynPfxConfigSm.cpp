@@ -1,5 +1,7 @@
 #include "RibDynamicPrefixList/DynPfxConfigSm.h"
 
+#include <utility>
+
 #include "RibDynamicPrefixList/Mio.h"
 #include "RibDynamicPrefixList/Trace.h"
 #include "RoutingPolicyMap/UpdatePolicyMap.h"
@@ -152,10 +154,13 @@ void VoxDynamicPrefixList::handleDynamicPrefixListVersion() {
     DPL_TRACE(traceHandler, "returning as dynamicPrefixList does not exist in policyMap");
     return;
   }
-  updatePolicyMapMatchMap(kDynPfxMode, RoutingPolicyMap::pmapDplNestedRmap, name_, prevMatchMap_,
-                          entry->matchMap());
-  // Recorded now, so that the next change withdraws the right reference.
-  prevMatchMap_ = entry->matchMap();
+  // Recorded before the policy map changes: withdrawing the previous match map may withdraw
+  // this very list (through a cycle), and its removal must then withdraw the new one.
+  const std::string previous = std::exchange(prevMatchMap_, entry->matchMap());
+  updatePolicyMapMatchMap(kDynPfxMode, RoutingPolicyMap::pmapDplNestedRmap, name_, previous,
+                          prevMatchMap_);
+  // Withdrawn meanwhile, the list has been deleted already and is not sent again.
+  if (!policyMap->dynamicPrefixList(name_)) return;
   mioFactory()->doAddDynamicPrefixListEntry(name_, entry->ipv4PrefixList(), entry->ipv6PrefixList(),
                                             entry->matchMap());
   sent_ = true;
@@ -166,8 +171,11 @@ void VoxDynamicPrefixList::handleMirrorConfigDelete() {
             "void RibDynamicPrefixList::DynPfxConfigSm::VoxDynamicPrefixList::"
             "handleMirrorConfigDelete()"
                 << " Deleting DynamicPrefixList: " << name_);
-  const std::string matchMap = notifier() ? notifier()->matchMap() : std::string();
-  updatePolicyMapMatchMap(kDynPfxMode, RoutingPolicyMap::pmapDplNestedRmap, name_, matchMap, "");
+  // The match map recorded last is the one withdrawn: the entry's own may have changed since
+  // without a version to announce it.
+  updatePolicyMapMatchMap(kDynPfxMode, RoutingPolicyMap::pmapDplNestedRmap, name_, prevMatchMap_,
+                          "");
+  prevMatchMap_.clear();
   mioFactory()->doDelDynamicPrefixList(name_);
   sent_ = false;
 }

@@ -17,6 +17,11 @@ PeerFilterConfigSm::PeerFilterConfigSm(const ConfigPtr& config, const L3::VrfNam
   handleInitialized();
 }
 
+PeerFilterConfigSm::~PeerFilterConfigSm() {
+  auto mio = mioFactory(vrfName_);
+  for (const auto& [name, reactor] : peerFilter_) reactor->deleteSentSeqCommObjects(*mio);
+}
+
 void PeerFilterConfigSm::handleInitialized() {
   // Each new filter's reactor sends its filter as it is made.
   peerFilter_.reconcileAll();

@@ -70,6 +70,9 @@ class PeerFilterConfigSm : public Vox::Reactor {
   };
 
   PeerFilterConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName);
+  // The filters' community objects go with the state machine, as a route map's go with
+  // the route-map state machine: the user records live on in the root otherwise.
+  ~PeerFilterConfigSm() override;
 
   const ConfigPtr& peerFilterConfig() const { return config_; }
   const L3::VrfName& vrfName() const { return vrfName_; }

@@ -1,6 +1,7 @@
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "RibRouteMap/mio/Trace.h"
@@ -262,8 +263,9 @@ void VoxSeqMapEntry::updateDynamicPrefixList(Routing::RouteMap::MatchOption opti
                                              const char* configCli, std::string& prev) {
   const Routing::RouteMap::MatchRule* rule = notifier() ? notifier()->matchRule(option) : nullptr;
   const std::string current = rule ? rule->stringValue : std::string();
-  updatePolicyMapDpl(kRouteMapMode, configCli, configKey(), prev, current);
-  prev = current;
+  // Recorded before the policy map changes, which may withdraw this map's references at once.
+  const std::string previous = std::exchange(prev, current);
+  updatePolicyMapDpl(kRouteMapMode, configCli, configKey(), previous, current);
 }
 
 void VoxSeqMapEntry::handleMatchRule(Routing::RouteMap::MatchOption option) {
@@ -287,9 +289,12 @@ void VoxSeqMapEntry::handleSubRouteMap() {
            "void RibRouteMap::RouteMapConfigSm::VoxRouteMap::VoxSeqMapEntry::handleSubRouteMap()"
                << " seqNo: " << seqno_ << " subRouteMap: " << current);
   if (!mapReferenced()) return;
+  // Recorded before the policy map changes: withdrawing the previous map may withdraw this
+  // map's own references at once (a map that was its own sub-route-map), and that withdrawal
+  // must find the new one.
+  const std::string previous = std::exchange(prevSubRouteMap_, current);
   updatePolicyMapRouteMap(kRouteMapMode, RoutingPolicyMap::pmapRmapNestedRmap, configKey(),
-                          prevSubRouteMap_, current);
-  prevSubRouteMap_ = current;
+                          previous, current);
 }
 
 void VoxSeqMapEntry::handleDel() {
