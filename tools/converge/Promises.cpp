@@ -38,27 +38,6 @@ void notifyAsPathEntry(std::set<U32>& inapplicable, U32 seq, const Acl::AsPathEn
   }
 }
 
-// Calls `f(key, before, after)` for every key of either map in ascending order; the side
-// that lacks the key passes null.
-template <class K, class V, class F>
-void forEachKey(const std::map<K, V>& before, const std::map<K, V>& after, F&& f) {
-  auto b = before.begin();
-  auto a = after.begin();
-  while (b != before.end() || a != after.end()) {
-    if (a == after.end() || (b != before.end() && b->first < a->first)) {
-      f(b->first, &b->second, static_cast<const V*>(nullptr));
-      ++b;
-    } else if (b == before.end() || a->first < b->first) {
-      f(a->first, static_cast<const V*>(nullptr), &a->second);
-      ++a;
-    } else {
-      f(a->first, &b->second, &a->second);
-      ++b;
-      ++a;
-    }
-  }
-}
-
 bool sameEntries(const std::map<U32, ribpolicy::MapEntryDef>& a,
                  const std::map<U32, ribpolicy::MapEntryDef>& b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
@@ -226,11 +205,11 @@ void PromiseTracker::trackAsPathLists(const ScenarioConfig& from, const Scenario
       }
       continue;
     }
-    forEachKey(before->second.entries, list.entries,
-               [&](U32 seq, const Acl::AsPathEntry* b, const Acl::AsPathEntry* a) {
-                 if (b && a && *b == *a) return;
-                 notifyAsPathEntry(held, seq, a, to.asPathRegexMode);
-               });
+    ribpolicy::forEachKey(before->second.entries, list.entries,
+                          [&](U32 seq, const Acl::AsPathEntry* b, const Acl::AsPathEntry* a) {
+                            if (b && a && *b == *a) return;
+                            notifyAsPathEntry(held, seq, a, to.asPathRegexMode);
+                          });
   }
 }
 
@@ -265,14 +244,15 @@ void PromiseTracker::trackVersions(const ScenarioConfig& from, const ScenarioCon
     unannounced_.erase(o);
   };
   auto section = [&](VersionedKind kind, const auto& before, const auto& after, auto same) {
-    forEachKey(before, after, [&](const std::string& name, const auto* b, const auto* a) {
-      const VersionedObject o{kind, name, 0};
-      if (!a) {
-        forget(o);
-      } else {
-        follow(o, a->version, !b, b && !same(*b, *a));
-      }
-    });
+    ribpolicy::forEachKey(before, after,
+                          [&](const std::string& name, const auto* b, const auto* a) {
+                            const VersionedObject o{kind, name, 0};
+                            if (!a) {
+                              forget(o);
+                            } else {
+                              follow(o, a->version, !b, b && !same(*b, *a));
+                            }
+                          });
   };
   auto sameList = [](const auto& b, const auto& a) { return b.entries == a.entries; };
   auto sameMap = [](const ribpolicy::MapDef& b, const ribpolicy::MapDef& a) {
@@ -288,18 +268,19 @@ void PromiseTracker::trackVersions(const ScenarioConfig& from, const ScenarioCon
   section(VersionedKind::routeMap, from.routeMaps, to.routeMaps, sameMap);
   section(VersionedKind::peerFilter, from.peerFilters, to.peerFilters, sameMap);
   const ribpolicy::CommunityListDef none;
-  forEachKey(from.communityLists, to.communityLists,
-             [&](const std::string& name, const auto* b, const auto* a) {
-               forEachKey(b ? b->entries : none.entries, a ? a->entries : none.entries,
-                          [&](U32 seq, const auto* eb, const auto* ea) {
-                            const VersionedObject o{VersionedKind::communityEntry, name, seq};
-                            if (!ea) {
-                              forget(o);
-                            } else {
-                              follow(o, ea->version, !eb, eb && !eb->sameContents(*ea));
-                            }
-                          });
-             });
+  ribpolicy::forEachKey(from.communityLists, to.communityLists,
+                        [&](const std::string& name, const auto* b, const auto* a) {
+                          ribpolicy::forEachKey(
+                              b ? b->entries : none.entries, a ? a->entries : none.entries,
+                              [&](U32 seq, const auto* eb, const auto* ea) {
+                                const VersionedObject o{VersionedKind::communityEntry, name, seq};
+                                if (!ea) {
+                                  forget(o);
+                                } else {
+                                  follow(o, ea->version, !eb, eb && !eb->sameContents(*ea));
+                                }
+                              });
+                        });
 }
 
 StepPromise PromiseTracker::step(const ribpolicy::Step& step) {

@@ -161,4 +161,25 @@ struct Scenario {
   std::vector<Step> steps;
 };
 
+// Calls `f(key, before, after)` for every key of either map in ascending order; the side
+// that lacks the key passes null.
+template <class K, class V, class C, class F>
+void forEachKey(const std::map<K, V, C>& before, const std::map<K, V, C>& after, F&& f) {
+  auto b = before.begin();
+  auto a = after.begin();
+  while (b != before.end() || a != after.end()) {
+    if (a == after.end() || (b != before.end() && b->first < a->first)) {
+      f(b->first, &b->second, static_cast<const V*>(nullptr));
+      ++b;
+    } else if (b == before.end() || a->first < b->first) {
+      f(a->first, static_cast<const V*>(nullptr), &a->second);
+      ++a;
+    } else {
+      f(a->first, &b->second, &a->second);
+      ++b;
+      ++a;
+    }
+  }
+}
+
 }  // namespace ribpolicy
