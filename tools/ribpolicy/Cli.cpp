@@ -18,6 +18,7 @@
 #include "framework/vox/Trace.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
+#include "tools/ribpolicy/Diff.h"
 #include "tools/ribpolicy/JsonLinesWriter.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 #include "tools/ribpolicy/StateJson.h"
@@ -165,36 +166,67 @@ std::string detachedNote(const InputSet& inputs) {
   return note;
 }
 
-int runScenario(const Scenario& scenario, Format format, bool withState, std::ostream& out) {
+struct RunOptions {
+  Format format = Format::text;
+  bool withState = false;
+  bool numeric = false;  // the text with tags and values as numbers
+  bool diff = false;     // each step's net change instead of its operations
+};
+
+// The step line of the JSON-lines stream; with `diff`, the step's changes go in it.
+void jsonStepLine(std::size_t number, const Step& step, const std::vector<NodeChange>* diff,
+                  std::ostream& out) {
+  Json line = Json::object();
+  line["step"] = number;
+  line["name"] = jsonBytes(step.name);
+  std::string text = jsonText(line, false);
+  if (diff) {
+    text.pop_back();
+    text += ",\"diff\":" + diffJson(*diff) + '}';
+  }
+  out << text << '\n';
+}
+
+int runScenario(const Scenario& scenario, const RunOptions& options, std::ostream& out) {
   LibraryRootGuard keepRoot;
   Rib::EngineModel model;
-  TextWriter text(out);
+  const auto form = options.numeric ? TextWriter::Form::numeric : TextWriter::Form::readable;
+  TextWriter text(out, form);
   ribpolicy::JsonLinesWriter jsonl(out);
-  Rib::TeeSink tee({format == Format::text ? static_cast<Rib::MioSink*>(&text) : &jsonl, &model});
+  std::vector<Rib::MioSink*> sinks = {&model};
+  if (!options.diff) {
+    sinks.push_back(options.format == Format::text ? static_cast<Rib::MioSink*>(&text) : &jsonl);
+  }
+  Rib::TeeSink tee(std::move(sinks));
   Agent agent(scenario.vrf);
   {
     Rib::ScopedSink sink(&tee);
+    Rib::EngineModel::Node before;
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
       const Step& step = scenario.steps[i];
-      switch (format) {
-        case Format::text:
-          text.stepIs(i + 1, step.name, detachedNote(step.inputs));
-          break;
-        case Format::jsonl: {
-          Json line = Json::object();
-          line["step"] = i + 1;
-          line["name"] = jsonBytes(step.name);
-          out << jsonText(line, false) << '\n';
-          break;
-        }
-      }
+      if (options.format == Format::text) text.stepIs(i + 1, step.name, detachedNote(step.inputs));
+      if (options.format == Format::jsonl && !options.diff) jsonStepLine(i + 1, step, nullptr, out);
       agent.applyStep(step.config, step.inputs);
-      if (format == Format::text) text.stepDone();
+      if (!options.diff) {
+        if (options.format == Format::text) text.stepDone();
+        continue;
+      }
+      const std::vector<NodeChange> changes = engineDiff(before, model.committed());
+      before = model.committed();
+      switch (options.format) {
+        case Format::text:
+          for (const NodeChange& c : changes) out << diffLine(c, form) << '\n';
+          if (changes.empty()) out << "       (no change)\n";
+          break;
+        case Format::jsonl:
+          jsonStepLine(i + 1, step, &changes, out);
+          break;
+      }
     }
   }
-  if (withState) {
+  if (options.withState) {
     const Json state = stateJson(model.committed(), *agent.policyMap());
-    switch (format) {
+    switch (options.format) {
       case Format::text:
         out << "\nstate\n" << jsonText(state, true) << '\n';
         break;
@@ -209,13 +241,16 @@ int runScenario(const Scenario& scenario, Format format, bool withState, std::os
   return kExitOk;
 }
 
-int printState(const Scenario& scenario, std::ostream& out) {
+// The state after the first `steps` steps.
+int printState(const Scenario& scenario, std::size_t steps, std::ostream& out) {
   LibraryRootGuard keepRoot;
   Rib::EngineModel model;
   Agent agent(scenario.vrf);
   {
     Rib::ScopedSink sink(&model);
-    for (const Step& step : scenario.steps) agent.applyStep(step.config, step.inputs);
+    for (std::size_t i = 0; i < steps; ++i) {
+      agent.applyStep(scenario.steps[i].config, scenario.steps[i].inputs);
+    }
   }
   out << jsonText(stateJson(model.committed(), *agent.policyMap()), true) << '\n';
   Rib::ScopedSink quiet(nullptr);
@@ -288,6 +323,9 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   std::string file;
   std::string format = "text";
   bool withState = false;
+  bool numeric = false;
+  bool diff = false;
+  long long stateStep = 0;
   std::string trace;
 
   CLI::App* run = app.add_subcommand("run", "run a scenario and print the operation stream");
@@ -295,10 +333,13 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   run->add_option("--format", format, "text (for people) or jsonl (one JSON object a line)")
       ->check(CLI::IsMember({"text", "jsonl"}));
   run->add_flag("--state", withState, "print the final engine state after the stream");
+  run->add_flag("--numeric", numeric, "text with tags and values as the engine gets them");
+  run->add_flag("--diff", diff, "print each step's net change of the engine state instead");
   run->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
   CLI::App* state = app.add_subcommand("state", "run a scenario silently, print the final state");
   state->add_option("FILE", file, "scenario file, - for standard input")->required();
+  state->add_option("--step", stateStep, "the state after step N (1 is the first; default: last)");
   state->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
   CLI::App* verifyCmd =
@@ -354,10 +395,24 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
         << (scenario->steps.size() == 1 ? " step\n" : " steps\n");
     return kExitOk;
   }
-  if (used == state) return printState(*scenario, out);
+  if (used == state) {
+    const std::size_t steps = scenario->steps.size();
+    if (state->get_option("--step")->count() == 0) return printState(*scenario, steps, out);
+    if (stateStep < 1 || static_cast<unsigned long long>(stateStep) > steps) {
+      err << "ribpolicy: error: --step " << stateStep << ": " << shownName(file) << " has " << steps
+          << (steps == 1 ? " step" : " steps") << ", numbered from 1\n";
+      return kExitBadInput;
+    }
+    return printState(*scenario, static_cast<std::size_t>(stateStep), out);
+  }
   if (used == verifyCmd)
     return json ? verifyJson(*scenario, shownName(file), out) : verify(*scenario, out);
-  return runScenario(*scenario, format == "jsonl" ? Format::jsonl : Format::text, withState, out);
+  RunOptions options;
+  options.format = format == "jsonl" ? Format::jsonl : Format::text;
+  options.withState = withState;
+  options.numeric = numeric;
+  options.diff = diff;
+  return runScenario(*scenario, options, out);
 }
 
 }  // namespace ribpolicy

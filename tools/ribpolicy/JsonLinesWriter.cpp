@@ -16,9 +16,7 @@ using Rib::typeName;
 using Rib::typeOf;
 using Rib::ValueData;
 
-namespace {
-
-void appendTaggedValue(std::string& out, U32 tag, const ValueData& data) {
+void JsonLinesWriter::appendTaggedValue(std::string& out, U32 tag, const ValueData& data) {
   out += '[';
   out += std::to_string(tag);
   out += ",\"";
@@ -57,8 +55,6 @@ void appendTaggedValue(std::string& out, U32 tag, const ValueData& data) {
   out += ']';
 }
 
-}  // namespace
-
 void JsonLinesWriter::appendJsonString(std::string& out, std::string_view s) {
   static constexpr char kHex[] = "0123456789abcdef";
   out += '"';
@@ -79,12 +75,10 @@ void JsonLinesWriter::appendJsonString(std::string& out, std::string_view s) {
   out += '"';
 }
 
-std::string JsonLinesWriter::opLine(const OpRecord& op) {
-  std::string out = "{\"op\":";
-  appendJsonString(out, op.name);
-  out += ",\"path\":[";
-  for (std::size_t i = 0; i < op.path.size(); ++i) {
-    const PathEntry& e = op.path[i];
+void JsonLinesWriter::appendPath(std::string& out, const std::vector<PathEntry>& path) {
+  out += '[';
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    const PathEntry& e = path[i];
     if (i) out += ',';
     out += '[';
     out += std::to_string(e.tag);
@@ -102,6 +96,13 @@ std::string JsonLinesWriter::opLine(const OpRecord& op) {
     out += ']';
   }
   out += ']';
+}
+
+std::string JsonLinesWriter::opLine(const OpRecord& op) {
+  std::string out = "{\"op\":";
+  appendJsonString(out, op.name);
+  out += ",\"path\":";
+  appendPath(out, op.path);
   if (!op.values.empty()) {
     out += ",\"values\":[";
     for (std::size_t i = 0; i < op.values.size(); ++i) {

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "framework/rib/MioSink.h"
 
@@ -28,6 +29,9 @@ class JsonLinesWriter : public Rib::MioSink {
   static std::string commitLine(Rib::CommitKind kind);
   // Appends `s` as a JSON string, quotes included, escaped as above.
   static void appendJsonString(std::string& out, std::string_view s);
+  // Appends a path, [[512],[576,"RM1"]], and one value, [0,"str","RM1"], as in an operation.
+  static void appendPath(std::string& out, const std::vector<Rib::PathEntry>& path);
+  static void appendTaggedValue(std::string& out, U32 tag, const Rib::ValueData& data);
 
  private:
   std::ostream& out_;

@@ -1,5 +1,7 @@
 #include "tools/ribpolicy/TextWriter.h"
 
+#include "tools/ribpolicy/TagNames.h"
+
 namespace ribpolicy {
 
 namespace {
@@ -15,16 +17,18 @@ std::string column(const std::string& s, std::size_t width) {
 
 }  // namespace
 
-std::string TextWriter::opLine(const Rib::OpRecord& op) {
+std::string TextWriter::opLine(const Rib::OpRecord& op, Form form) {
+  const bool numeric = form == Form::numeric;
+  const U32 node = nodeTagOf(op.path);
   std::string line = op.del ? "  DEL  " : "       ";
   line += column(op.name, kNameWidth);
-  line += column(Rib::pathText(op.path), kPathWidth);
+  line += column(numeric ? Rib::pathText(op.path) : readablePath(op.path), kPathWidth);
   std::string rest;
   if (!op.values.empty()) {
     rest += '{';
     for (std::size_t i = 0; i < op.values.size(); ++i) {
       if (i) rest += ' ';
-      rest += Rib::valueText(op.values[i]);
+      rest += numeric ? Rib::valueText(op.values[i]) : readableValue(node, op.values[i]);
     }
     rest += '}';
   }
@@ -33,7 +37,9 @@ std::string TextWriter::opLine(const Rib::OpRecord& op) {
     rest += "scalars{";
     for (std::size_t i = 0; i < op.scalars.size(); ++i) {
       if (i) rest += ' ';
-      rest += std::to_string(op.scalars[i].tag) + ":u32=" + std::to_string(op.scalars[i].value);
+      const Rib::OpScalar& scalar = op.scalars[i];
+      rest += numeric ? std::to_string(scalar.tag) + ":u32=" + std::to_string(scalar.value)
+                      : readableScalar(scalar);
     }
     rest += '}';
   }
@@ -53,7 +59,7 @@ std::string TextWriter::commitLine(Rib::CommitKind kind) {
 }
 
 void TextWriter::execute(const Rib::MioOp& op) {
-  out_ << opLine(Rib::OpRecord::of(op)) << '\n';
+  out_ << opLine(Rib::OpRecord::of(op), form_) << '\n';
   ++lines_;
 }
 

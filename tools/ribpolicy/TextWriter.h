@@ -1,17 +1,21 @@
 // The operation stream for people: one line per operation or commit, in aligned columns.
 //
 //   step 1: initial
-//          routeMap                 512/576="RM1"                    {0:str="RM1"}
-//          routeMapSeq              512/576="RM1"/577/578=10         {0:u32=10 1:flag=true}
-//     DEL  deleteRouteMap           512/576="RM1"
+//          routeMap        policy/route-map="RM1"                 {name="RM1"}
+//          routeMapSeq     policy/route-map="RM1"/seqs/seq=10     {seq=10 permit=true}
+//     DEL  deleteRouteMap  policy/route-map="RM1"
 //     ---- commit
 //     ---- commit (op)
 //
 // Deletes carry "DEL" in the first column so that they stand out; commits are rules across
-// the operation columns. Strings are quoted with bytes outside printable ASCII as \xHH.
+// the operation columns. Tags are named and communities and AS paths written in their usual
+// forms (TagNames.h); the numeric form writes every tag and value as the engine gets it
+// (`512/576="RM1"/577/578=10 {0:u32=10 1:flag=true}`). Strings are quoted with bytes outside
+// printable ASCII as \xHH.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -22,7 +26,9 @@ namespace ribpolicy {
 
 class TextWriter : public Rib::MioSink {
  public:
-  explicit TextWriter(std::ostream& out) : out_(out) {}
+  enum class Form : std::uint8_t { readable, numeric };
+
+  explicit TextWriter(std::ostream& out, Form form = Form::readable) : out_(out), form_(form) {}
 
   void execute(const Rib::MioOp& op) override;
   void commit(Rib::CommitKind kind) override;
@@ -32,11 +38,12 @@ class TextWriter : public Rib::MioSink {
   // Ends a step; says so when it sent nothing.
   void stepDone();
 
-  static std::string opLine(const Rib::OpRecord& op);
+  static std::string opLine(const Rib::OpRecord& op, Form form);
   static std::string commitLine(Rib::CommitKind kind);
 
  private:
   std::ostream& out_;
+  Form form_;
   std::size_t lines_ = 0;
 };
 
