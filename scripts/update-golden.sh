@@ -3,6 +3,7 @@
 # an intended change of behaviour: NAME.stream (and NAME.stderr when `run` writes to standard
 # error) always, NAME.state and NAME.verify where they exist. A new scenario gets its .stream;
 # to pin its final state or its verify verdict, create an empty NAME.state or NAME.verify first.
+# NAME.args holds extra arguments of `run`, NAME.state-args those of `state` (e.g. --step 1).
 # Review `git diff tests/scenarios` before committing.
 #
 #   scripts/update-golden.sh [PATTERN]    # only the scenarios whose path contains PATTERN
@@ -29,7 +30,9 @@ while IFS= read -r yaml; do
     exit 1
   fi
   [ -s "$base.stderr" ] || rm "$base.stderr"
-  if [ -f "$base.state" ]; then "$bin" state "$yaml" > "$base.state"; fi
+  state_args=()
+  if [ -f "$base.state-args" ]; then read -r -a state_args < "$base.state-args" || true; fi
+  if [ -f "$base.state" ]; then "$bin" state "${state_args[@]}" "$yaml" > "$base.state"; fi
   if [ -f "$base.verify" ]; then
     status=0
     "$bin" verify "$yaml" > "$base.verify" || status=$?

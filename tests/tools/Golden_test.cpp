@@ -1,6 +1,7 @@
 // Runs every golden scenario under tests/scenarios. NAME.yaml is compared with NAME.stream,
 // the output of `ribpolicy run [ARGS] NAME.yaml` (ARGS from NAME.args when present), with
-// NAME.stderr (or nothing) on standard error, with NAME.state when present, and with
+// NAME.stderr (or nothing) on standard error, with NAME.state when present (the output of
+// `ribpolicy state [ARGS] NAME.yaml`, ARGS from NAME.state-args when present), and with
 // NAME.verify when present; a scenario without NAME.verify must converge (verify exits 0).
 // scripts/update-golden.sh rewrites these files after an intended change.
 #include <gtest/gtest.h>
@@ -23,7 +24,8 @@ using test_support::readFile;
 using test_support::runTool;
 
 const fs::path kScenarios = fs::path(RIBPOLICY_SOURCE_DIR) / "tests" / "scenarios";
-const std::set<std::string> kKinds = {".yaml", ".stream", ".stderr", ".state", ".verify", ".args"};
+const std::set<std::string> kKinds = {".yaml",   ".stream", ".stderr",    ".state",
+                                      ".verify", ".args",   ".state-args"};
 
 // Every scenario as its path below tests/scenarios without ".yaml", e.g. "routemap/lifecycle".
 std::vector<std::string> scenarioNames() {
@@ -82,11 +84,15 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
   auto file = [&](const char* kind) { return fs::path(base.string() + kind); };
   const std::string yaml = file(".yaml").string();
 
-  std::vector<std::string> run = {"run"};
-  std::istringstream args(readFile(file(".args").string()));
-  for (std::string arg; args >> arg;) run.push_back(arg);
-  run.push_back(yaml);
-  const auto r = runTool(run);
+  // The command, its arguments from `argsFile` when it exists, and the scenario.
+  auto command = [&](const char* name, const char* argsFile) {
+    std::vector<std::string> c = {name};
+    std::istringstream args(readFile(file(argsFile).string()));
+    for (std::string arg; args >> arg;) c.push_back(arg);
+    c.push_back(yaml);
+    return c;
+  };
+  const auto r = runTool(command("run", ".args"));
   EXPECT_EQ(r.status, 0) << r.err;
   expectGolden(file(".stream"), r.out);
   if (fs::exists(file(".stderr"))) {
@@ -95,7 +101,9 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
     EXPECT_EQ(r.err, "");
   }
 
-  if (fs::exists(file(".state"))) expectGolden(file(".state"), runTool({"state", yaml}).out);
+  if (fs::exists(file(".state"))) {
+    expectGolden(file(".state"), runTool(command("state", ".state-args")).out);
+  }
 
   const auto v = runTool({"verify", yaml});
   if (fs::exists(file(".verify"))) {

@@ -308,6 +308,8 @@ std::optional<std::string_view> pathTagName(U32 tag) {
 }
 
 std::optional<std::string_view> valueTagName(U32 nodeTag, U32 valueTag) {
+  // The engine keeps the global options' scalars as the values of their node.
+  if (nodeTag == T::globalPolicy) return scalarTagName(valueTag);
   for (const ValueName& v : kValueNames) {
     if (v.node == nodeTag && v.tag == valueTag) return v.name;
   }
