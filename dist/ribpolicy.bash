@@ -20,6 +20,7 @@ _ribpolicy() {
       fi
       return 0
       ;;
+    --step) return 0 ;;
     --trace)
       mapfile -t COMPREPLY < <(compgen -W "RouteMap= RibDynamicPrefixList=" -- "$cur")
       compopt -o nospace 2>/dev/null
@@ -29,8 +30,8 @@ _ribpolicy() {
   local words
   case $cmd in
     "") words="run state verify check --help --help-all --version" ;;
-    run) words="--format --state --trace --help" ;;
-    state) words="--trace --help" ;;
+    run) words="--format --state --numeric --diff --trace --help" ;;
+    state) words="--step --trace --help" ;;
     verify) words="--format --trace --help" ;;
     check) words="--format --help" ;;
   esac

@@ -334,7 +334,8 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
       ->check(CLI::IsMember({"text", "jsonl"}));
   run->add_flag("--state", withState, "print the final engine state after the stream");
   run->add_flag("--numeric", numeric, "text with tags and values as the engine gets them");
-  run->add_flag("--diff", diff, "print each step's net change of the engine state instead");
+  run->add_flag("--diff", diff,
+                "print each step's net change of the engine state, not its operations");
   run->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
   CLI::App* state = app.add_subcommand("state", "run a scenario silently, print the final state");
