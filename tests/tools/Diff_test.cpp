@@ -102,4 +102,30 @@ TEST(DiffTest, EmptyAndWholeTrees) {
             (std::vector<std::string>{" - (root) (1 node)"}));
 }
 
+// A node that holds nothing on one side is absent there: it is added or removed, never
+// changed; a tag whose value keeps its number but changes type is a change; a node added
+// below one that stays shows alone.
+TEST(DiffTest, NodesHoldingNothingAndChangedTypes) {
+  const auto before = tree({
+      set(kList, {}),
+      set(kSet10, {{24, false}}),
+      set(kSeq20, {{0, U32{20}}}),
+  });
+  const auto after = tree({
+      set(kList, {{0, std::string("PL")}}),
+      set(kSet10, {{24, U8{2}}}),
+      set({tag(512), key(576, "RM"), tag(577), num(578, 20), num(623, 1)}, {{28, U32{1}}}),
+      set(kSeq20, {{0, U32{20}}}),
+  });
+  EXPECT_EQ(lines(before, after, ribpolicy::TextWriter::Form::readable),
+            (std::vector<std::string>{
+                R"( ~ policy/route-map="RM"/seqs/seq=10/set {ext-community-mode=false} -> )"
+                R"({ext-community-mode:u8=2})",
+                R"( + policy/route-map="RM"/seqs/seq=20/match-as-range=1 {low=1})",
+                R"( + policy/prefix-lists/prefix-list="PL" {name="PL"})",
+            }));
+  EXPECT_EQ(lines(after, before, ribpolicy::TextWriter::Form::numeric).back(),
+            " - 512/603 (1 node)");
+}
+
 }  // namespace

@@ -77,14 +77,20 @@ TEST(TagNamesTest, ValuesKeepTheirTypes) {
   for (const auto& c : cases) EXPECT_EQ(readableValue(c.node, c.value), c.text);
 }
 
-// A path names each node once: no two tags share a name, and a tag without one keeps its
-// number with its key.
+// A path names each node once: no two tags share a name, nor do two value tags of one node,
+// and a tag without a name keeps its number with its key.
 TEST(TagNamesTest, PathsNameEachTagOnce) {
   std::set<std::string_view> names;
   for (U32 tag = 0; tag < 1024; ++tag) {
     const auto name = ribpolicy::pathTagName(tag);
-    if (name) {
-      EXPECT_TRUE(names.insert(*name).second) << *name << " names two tags";
+    if (!name) continue;
+    EXPECT_TRUE(names.insert(*name).second) << *name << " names two tags";
+    std::set<std::string_view> values;
+    for (U32 v = 0; v < 64; ++v) {
+      const auto value = ribpolicy::valueTagName(tag, v);
+      if (value) {
+        EXPECT_TRUE(values.insert(*value).second) << *name << ": " << *value << " names two tags";
+      }
     }
   }
   Rib::PathEntry seq{Tag::routeMapSeq, Rib::PathEntry::Kind::u32, 10, ""};
