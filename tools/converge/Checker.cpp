@@ -221,22 +221,12 @@ std::string firstArea(const Node& left, const Node& right, std::string prefix = 
   return left.values == right.values ? std::string() : "engine " + prefix;
 }
 
-struct Comparison {
-  std::vector<std::string> differences;
-  std::string area;
-};
+}  // namespace
 
-// What the engine may hold beyond a fresh start after changes while an input was detached.
-struct Leftovers {
-  std::vector<Node> snapshots;  // the engine as each re-attach found it
-  std::set<std::vector<PathEntry>> removedObjects;
-};
-
-// The incremental state against a fresh start on the step's configuration, leaving out what
-// the step's promise does not cover (see the header).
-Comparison compare(const std::string& vrf, const ribpolicy::Step& step, const StepPromise& promise,
-                   const Node& engine, const RoutingPolicyMap::PolicyMap& policyMap,
-                   const Leftovers& leftovers) {
+Comparison compareAsPromised(const std::string& vrf, const ribpolicy::Step& step,
+                             const StepPromise& promise, const Node& engine,
+                             const RoutingPolicyMap::PolicyMap& policyMap,
+                             const Leftovers& leftovers) {
   Comparison out;
   ribpolicy::withFreshStart(
       vrf, step.config, [&](const Node& fresh, const RoutingPolicyMap::PolicyMap& freshMap) {
@@ -302,6 +292,8 @@ Comparison compare(const std::string& vrf, const ribpolicy::Step& step, const St
   return out;
 }
 
+namespace {
+
 CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options) {
   ribpolicy::LibraryRootGuard keepRoot;
   CheckResult result;
@@ -328,8 +320,8 @@ CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options
         leftovers.removedObjects =
             removedObjectPaths(scenario.vrf, step.config, promise.removedWhileDetached);
       }
-      Comparison c =
-          compare(scenario.vrf, step, promise, model.committed(), *agent.policyMap(), leftovers);
+      Comparison c = compareAsPromised(scenario.vrf, step, promise, model.committed(),
+                                       *agent.policyMap(), leftovers);
       if (!c.differences.empty()) {
         result.failure = Failure{i + 1, "differs from a fresh start", std::move(c.area),
                                  std::move(c.differences)};
