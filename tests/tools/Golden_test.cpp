@@ -3,8 +3,8 @@
 // NAME.stderr (or nothing) on standard error, with NAME.state when present, and with
 // NAME.verify when present; a scenario without NAME.verify must converge (verify exits 0).
 // NAME.check holds the warnings that `ribpolicy check NAME.yaml` writes (and --werror must then
-// fail exactly when there are some), the file's path written as tests/scenarios/NAME.yaml, as
-// the update script names it.
+// fail exactly when there are some); NAME.dot the output of `ribpolicy graph NAME.yaml`. The
+// file's path is written as tests/scenarios/NAME.yaml, as the update script names it.
 // scripts/update-golden.sh rewrites these files after an intended change.
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ using test_support::runTool;
 
 const fs::path kScenarios = fs::path(RIBPOLICY_SOURCE_DIR) / "tests" / "scenarios";
 const std::set<std::string> kKinds = {".yaml",   ".stream", ".stderr", ".state",
-                                      ".verify", ".args",   ".check"};
+                                      ".verify", ".args",   ".check",  ".dot"};
 
 // Every scenario as its path below tests/scenarios without ".yaml", e.g. "routemap/lifecycle".
 std::vector<std::string> scenarioNames() {
@@ -116,6 +116,7 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
     expectGolden(file(".check"), relativeTo(yaml, c.err));
     EXPECT_EQ(runTool({"check", "--werror", yaml}).status, c.err.empty() ? 0 : 2);
   }
+  if (fs::exists(file(".dot"))) expectGolden(file(".dot"), runTool({"graph", yaml}).out);
 
   const auto v = runTool({"verify", yaml});
   if (fs::exists(file(".verify"))) {

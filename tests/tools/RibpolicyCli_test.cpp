@@ -137,6 +137,10 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
        "<stdin>:2:30: error:",
        unused},
       {{"check", "--werror", file}, 0, file + ": ok, 2 steps\n", "", ""},
+      {{"graph", "--step", "1", file}, 0, "\"route-map:RM\" [shape=plain", "", ""},
+      {{"graph", "--step", "3", file}, 2, "", "--step: " + file + " has 2 steps, not 3", ""},
+      {{"graph", "--step", "0", file}, 2, "", "--step", ""},
+      {{"graph"}, 2, "", "", ""},
   };
   for (const StatusCase& c : cases) {
     std::vector<const char*> argv = {"ribpolicy"};

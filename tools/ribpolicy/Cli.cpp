@@ -18,6 +18,7 @@
 #include "framework/vox/Trace.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
+#include "tools/ribpolicy/Graph.h"
 #include "tools/ribpolicy/JsonLinesWriter.h"
 #include "tools/ribpolicy/References.h"
 #include "tools/ribpolicy/ScenarioParser.h"
@@ -353,6 +354,12 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   bool werror = false;
   check->add_flag("--werror", werror, "report the reference warnings as errors (exit 2)");
 
+  std::size_t graphStep = 0;
+  CLI::App* graph = app.add_subcommand("graph", "write a step's policy as a Graphviz DOT graph");
+  graph->add_option("FILE", file, "scenario file, - for standard input")->required();
+  graph->add_option("--step", graphStep, "the step to draw, from 1 (default: the last)")
+      ->check(CLI::PositiveNumber);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -382,6 +389,16 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   if (!scenario) return kExitBadInput;
 
   if (used == check) return checkScenario(*scenario, shownName(file), json, werror, out, err);
+  if (used == graph) {
+    const std::size_t steps = scenario->steps.size();
+    if (graphStep > steps) {
+      err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
+          << (steps == 1 ? " step" : " steps") << ", not " << graphStep << '\n';
+      return kExitBadInput;
+    }
+    writePolicyGraph(scenario->steps[graphStep == 0 ? steps - 1 : graphStep - 1].config, out);
+    return kExitOk;
+  }
   if (used == state) return printState(*scenario, out);
   if (used == verifyCmd)
     return json ? verifyJson(*scenario, shownName(file), out) : verify(*scenario, out);
