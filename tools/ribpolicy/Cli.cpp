@@ -347,7 +347,8 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
       ->check(CLI::IsMember({"text", "json"}));
   verifyCmd->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
-  CLI::App* check = app.add_subcommand("check", "parse and validate a scenario only");
+  CLI::App* check =
+      app.add_subcommand("check", "validate a scenario and warn about its references");
   check->add_option("FILE", file, "scenario file, - for standard input")->required();
   check->add_option("--format", format, "text (for people) or json (one object)")
       ->check(CLI::IsMember({"text", "json"}));
