@@ -1,8 +1,10 @@
 #!/bin/bash
 # Rewrites the golden files of the scenarios under tests/scenarios from the current build, after
 # an intended change of behaviour: NAME.stream (and NAME.stderr when `run` writes to standard
-# error) always, NAME.state and NAME.verify where they exist. A new scenario gets its .stream;
-# to pin its final state or its verify verdict, create an empty NAME.state or NAME.verify first.
+# error) always, NAME.state, NAME.verify, NAME.check (check's warnings) and NAME.dot (the graph)
+# where they exist. A new scenario gets its .stream; to pin its final state, its verify verdict,
+# its warnings or its graph, create an empty NAME.state, NAME.verify, NAME.check or NAME.dot
+# first.
 # Review `git diff tests/scenarios` before committing.
 #
 #   scripts/update-golden.sh [PATTERN]    # only the scenarios whose path contains PATTERN
@@ -30,6 +32,8 @@ while IFS= read -r yaml; do
   fi
   [ -s "$base.stderr" ] || rm "$base.stderr"
   if [ -f "$base.state" ]; then "$bin" state "$yaml" > "$base.state"; fi
+  if [ -f "$base.check" ]; then "$bin" check "$yaml" 2> "$base.check" > /dev/null; fi
+  if [ -f "$base.dot" ]; then "$bin" graph "$yaml" > "$base.dot"; fi
   if [ -f "$base.verify" ]; then
     status=0
     "$bin" verify "$yaml" > "$base.verify" || status=$?

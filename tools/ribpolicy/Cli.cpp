@@ -18,7 +18,9 @@
 #include "framework/vox/Trace.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
+#include "tools/ribpolicy/Graph.h"
 #include "tools/ribpolicy/JsonLinesWriter.h"
+#include "tools/ribpolicy/References.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 #include "tools/ribpolicy/StateJson.h"
 #include "tools/ribpolicy/TextWriter.h"
@@ -266,6 +268,43 @@ int verify(const Scenario& scenario, std::ostream& out) {
   return status;
 }
 
+// Parses and validates; then reports what the reference checks find, as warnings (exit 0) or,
+// with --werror, as errors (exit 2).
+int checkScenario(const Scenario& scenario, const std::string& shown, bool json, bool werror,
+                  std::ostream& out, std::ostream& err) {
+  const std::vector<Warning> warnings = scenarioWarnings(scenario);
+  const bool failed = werror && !warnings.empty();
+  for (const Warning& w : warnings) {
+    err << shown << ':' << w.mark.line << ':' << w.mark.column
+        << (werror ? ": error: " : ": warning: ") << w.message << '\n';
+  }
+  if (json) {
+    Json list = Json::array();
+    for (const Warning& w : warnings) {
+      Json item = Json::object();
+      item["step"] = w.step;
+      item["line"] = w.mark.line;
+      item["column"] = w.mark.column;
+      item["message"] = jsonBytes(w.message);
+      list.push_back(std::move(item));
+    }
+    Json j = Json::object();
+    j["file"] = jsonBytes(shown);
+    j["ok"] = !failed;
+    j["steps"] = scenario.steps.size();
+    j["warnings"] = std::move(list);
+    out << jsonText(j, false) << '\n';
+  } else if (!failed) {
+    out << shown << ": ok, " << scenario.steps.size()
+        << (scenario.steps.size() == 1 ? " step" : " steps");
+    if (!warnings.empty()) {
+      out << ", " << warnings.size() << (warnings.size() == 1 ? " warning" : " warnings");
+    }
+    out << '\n';
+  }
+  return failed ? kExitBadInput : kExitOk;
+}
+
 }  // namespace
 
 int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
@@ -308,10 +347,19 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
       ->check(CLI::IsMember({"text", "json"}));
   verifyCmd->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
-  CLI::App* check = app.add_subcommand("check", "parse and validate a scenario only");
+  CLI::App* check =
+      app.add_subcommand("check", "validate a scenario and warn about its references");
   check->add_option("FILE", file, "scenario file, - for standard input")->required();
   check->add_option("--format", format, "text (for people) or json (one object)")
       ->check(CLI::IsMember({"text", "json"}));
+  bool werror = false;
+  check->add_flag("--werror", werror, "report the reference warnings as errors (exit 2)");
+
+  std::size_t graphStep = 0;
+  CLI::App* graph = app.add_subcommand("graph", "write a step's policy as a Graphviz DOT graph");
+  graph->add_option("FILE", file, "scenario file, - for standard input")->required();
+  graph->add_option("--step", graphStep, "the step to draw, from 1 (default: the last)")
+      ->check(CLI::PositiveNumber);
 
   try {
     app.parse(argc, argv);
@@ -341,17 +389,15 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
   if (!scenario) return kExitBadInput;
 
-  if (used == check) {
-    if (json) {
-      Json j = Json::object();
-      j["file"] = jsonBytes(shownName(file));
-      j["ok"] = true;
-      j["steps"] = scenario->steps.size();
-      out << jsonText(j, false) << '\n';
-      return kExitOk;
+  if (used == check) return checkScenario(*scenario, shownName(file), json, werror, out, err);
+  if (used == graph) {
+    const std::size_t steps = scenario->steps.size();
+    if (graphStep > steps) {
+      err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
+          << (steps == 1 ? " step" : " steps") << ", not " << graphStep << '\n';
+      return kExitBadInput;
     }
-    out << shownName(file) << ": ok, " << scenario->steps.size()
-        << (scenario->steps.size() == 1 ? " step\n" : " steps\n");
+    writePolicyGraph(scenario->steps[graphStep == 0 ? steps - 1 : graphStep - 1].config, out);
     return kExitOk;
   }
   if (used == state) return printState(*scenario, out);
