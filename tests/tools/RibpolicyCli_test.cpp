@@ -87,8 +87,8 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
   const std::string badStep = "steps:\n  - {config: {route-maps: {R: [{seq: x}]}}}\n";
   const std::string traceHelp = "(namespaces: RouteMap, RibDynamicPrefixList; levels: 0 to 9;";
   const std::string unused =
-      "steps:\n  - {config: {prefix-lists: {P: [{seq: 1, action: permit, "
-      "prefix: 10.0.0.0/8}]}}}\n";
+      "steps:\n  - {config: {community-lists: {C: [{seq: 1, action: permit, "
+      "type: standard, communities: ['1:1']}]}}}\n";
   const StatusCase cases[] = {
       {{"run"}, 0, "", "", ""},
       {{"run", "--format", "jsonl", "--state", file}, 0, "", "", ""},
@@ -129,12 +129,12 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
        R"({"step":2,"status":"ok","differences":[]}]})",
        "",
        ""},
-      {{"check", "-"}, 0, "<stdin>: ok, 1 step, 1 warning\n", "<stdin>:2:30: warning:", unused},
-      {{"check", "--werror", "-"}, 2, "", "<stdin>:2:30: error: prefix list 'P' is", unused},
+      {{"check", "-"}, 0, "<stdin>: ok, 1 step, 1 warning\n", "<stdin>:2:33: warning:", unused},
+      {{"check", "--werror", "-"}, 2, "", "<stdin>:2:33: error: community list 'C' is", unused},
       {{"check", "--werror", "--format", "json", "-"},
        2,
-       R"("ok":false,"steps":1,"warnings":[{"step":1,"line":2,"column":30,"message":"prefix)",
-       "<stdin>:2:30: error:",
+       R"("ok":false,"steps":1,"warnings":[{"step":1,"line":2,"column":33,"message":"community)",
+       "<stdin>:2:33: error:",
        unused},
       {{"check", "--werror", file}, 0, file + ": ok, 2 steps\n", "", ""},
       {{"graph", "--step", "1", file}, 0, "\"route-map:RM\" [shape=plain", "", ""},

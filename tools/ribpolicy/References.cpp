@@ -78,12 +78,26 @@ bool entersPolicyMap(const Reference& r) {
   return r.to.kind == ObjectKind::routeMap && (r.via == "sub-route-map" || r.via == "match-map");
 }
 
-// Objects that only the rest of the agent uses: AS-path lists are applied by sessions and no
-// match option names them, and peer filters are named by peers. Nothing here could refer to
-// them, so "unused" would say nothing about them.
+// Objects that the rest of the agent may use without any configuration here naming them:
+// sessions apply prefix lists and AS-path lists directly, peers name peer filters, and other
+// features of the router use standard access lists. Only community lists, route maps (which
+// the policy map records when used) and dynamic prefix lists are used solely through what this
+// configuration says, so only they can be reported unused.
 bool usedFromOutside(ObjectKind kind) {
-  return kind == ObjectKind::asPathList || kind == ObjectKind::peerFilter ||
-         kind == ObjectKind::policyMap;
+  switch (kind) {
+    case ObjectKind::communityList:
+    case ObjectKind::routeMap:
+    case ObjectKind::dynamicPrefixList:
+      return false;
+    case ObjectKind::policyMap:
+    case ObjectKind::peerFilter:
+    case ObjectKind::prefixList:
+    case ObjectKind::ipv6PrefixList:
+    case ObjectKind::accessList:
+    case ObjectKind::asPathList:
+      return true;
+  }
+  return true;
 }
 
 class Analyzer {
