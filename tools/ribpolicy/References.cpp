@@ -11,6 +11,11 @@
 
 namespace ribpolicy {
 
+bool entersPolicyMap(const Reference& r) {
+  if (r.to.kind == ObjectKind::dynamicPrefixList) return true;
+  return r.to.kind == ObjectKind::routeMap && (r.via == "sub-route-map" || r.via == "match-map");
+}
+
 namespace {
 
 using Routing::RouteMap::MatchOption;
@@ -67,16 +72,6 @@ constexpr CommunityClause kCommunityClauses[] = {
     {Routing::RouteMap::setLargeCommunity, &Routing::RouteMap::SetClauses::largeCommunity,
      "large-community"},
 };
-
-// Whether a reference keeps its target in the policy map: the library enters a route map's
-// sub-route-maps and dynamic prefix lists, and a dynamic prefix list's match map, for as long
-// as the referring object is there itself. A closed chain of these keeps its members in the
-// policy map after the last outside reference is gone. A contributing-aggregate map is only
-// named to the engine, so a chain through it holds nothing.
-bool entersPolicyMap(const Reference& r) {
-  if (r.to.kind == ObjectKind::dynamicPrefixList) return true;
-  return r.to.kind == ObjectKind::routeMap && (r.via == "sub-route-map" || r.via == "match-map");
-}
 
 // Objects that the rest of the agent may use without any configuration here naming them:
 // sessions apply prefix lists and AS-path lists directly, peers name peer filters, and other

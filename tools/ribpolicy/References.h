@@ -59,6 +59,13 @@ struct Reference {
   bool onCycle = false;    // `from` and `to` lie on one cycle and this reference links them
 };
 
+// Whether a reference keeps its target in the policy map: the library enters a route map's
+// sub-route-maps and dynamic prefix lists, and a dynamic prefix list's match map, for as long
+// as the referring object is there itself. A closed chain of these keeps its members in the
+// policy map after the last outside reference is gone. A contributing-aggregate map is only
+// named to the engine, so a chain through it holds nothing.
+bool entersPolicyMap(const Reference& r);
+
 // Route maps and dynamic prefix lists that reach each other through references that enter the
 // policy map (sub-route-maps, matched dynamic prefix lists, match maps).
 struct Cycle {
