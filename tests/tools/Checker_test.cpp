@@ -46,6 +46,16 @@ steps:
     config:
       route-maps: {RA: [{seq: 10, action: permit}]}
       policy-map: {route-maps: [RA]}
+  - name: every kind
+    config:
+      prefix-lists: {P1: [{seq: 10, action: permit, prefix: 10.0.0.0/8}],
+                     P2: [{seq: 10, action: deny, prefix: 10.2.0.0/16}]}
+      ipv6-prefix-lists: {V6: [{seq: 10, action: permit, prefix: "2001:db8::/32"}]}
+      as-path-lists: {A1: [{seq: 10, action: permit, regex: "^1_"}]}
+      community-lists: {C1: [{seq: 10, action: permit, type: standard, communities: ["1:1"]}]}
+      access-lists: {L1: [{seq: 10, action: permit, source: 10.0.0.0/8}]}
+      route-maps: {RB: [{seq: 10, action: deny}]}
+      peer-filters: {F1: [{seq: 10, action: permit}]}
 )";
 
 struct Case {
@@ -129,6 +139,30 @@ const Case kCases[] = {
      {},
      ""},
 };
+
+// After changes while detached, the engine may keep the objects of everything removed
+// meanwhile, of every kind, even when no re-attach found them; without that record they differ.
+TEST(CheckerTest, ObjectsRemovedWhileDetachedMayStay) {
+  const ribpolicy::Scenario configs = ribpolicy::parseScenario(kConfigs);
+  const ribpolicy::Step& kept = configs.steps.front();  // P1
+  const ribpolicy::Step& all = configs.steps.back();    // every kind
+  ASSERT_EQ(all.name, "every kind");
+  ribpolicy::LibraryRootGuard keepRoot;
+  StepPromise promise;
+  promise.attached = true;
+  promise.leftovers = true;
+  converge::Leftovers held;
+  held.removedObjects = converge::removedObjectPaths("default", kept.config, all.config);
+  // P1, P2, V6, A1, L1, RB, F1, and C1 as two lists and a set.
+  EXPECT_EQ(held.removedObjects.size(), 10u);
+  ribpolicy::withFreshStart(
+      "default", all.config, [&](const Node& engine, const RoutingPolicyMap::PolicyMap& map) {
+        EXPECT_EQ(converge::compareAsPromised("default", kept, promise, engine, map, held).area,
+                  "");
+        EXPECT_EQ(converge::compareAsPromised("default", kept, promise, engine, map, {}).area,
+                  "engine 512/524");
+      });
+}
 
 // Each case compares as its promise says: a difference where one is due, none where the
 // promise leaves it out.

@@ -60,6 +60,12 @@ struct Leftovers {
   std::set<std::vector<Rib::PathEntry>> removedObjects;
 };
 
+// The engine objects that belong to objects removed while an input was detached: those a
+// fresh start has when the removed objects are configured again beside the step's ones.
+std::set<std::vector<Rib::PathEntry>> removedObjectPaths(const std::string& vrf,
+                                                         const ribpolicy::ScenarioConfig& config,
+                                                         const ribpolicy::ScenarioConfig& removed);
+
 struct Comparison {
   std::vector<std::string> differences;
   std::string area;  // as in Failure
