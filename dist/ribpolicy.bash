@@ -7,7 +7,7 @@ _ribpolicy() {
   local cmd="" i
   for ((i = 1; i < COMP_CWORD; i++)); do
     case ${COMP_WORDS[i]} in
-      run | state | verify | check) cmd=${COMP_WORDS[i]} && break ;;
+      run | state | verify | check | graph) cmd=${COMP_WORDS[i]} && break ;;
     esac
   done
   COMPREPLY=()
@@ -29,11 +29,12 @@ _ribpolicy() {
   esac
   local words
   case $cmd in
-    "") words="run state verify check --help --help-all --version" ;;
+    "") words="run state verify check graph --help --help-all --version" ;;
     run) words="--format --state --numeric --diff --trace --help" ;;
     state) words="--step --trace --help" ;;
     verify) words="--format --trace --help" ;;
-    check) words="--format --help" ;;
+    check) words="--format --werror --help" ;;
+    graph) words="--step --help" ;;
   esac
   if [[ -z $cmd || $cur == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")

@@ -1,9 +1,11 @@
 #!/bin/bash
 # Rewrites the golden files of the scenarios under tests/scenarios from the current build, after
 # an intended change of behaviour: NAME.stream (and NAME.stderr when `run` writes to standard
-# error) always, NAME.state and NAME.verify where they exist. A new scenario gets its .stream;
-# to pin its final state or its verify verdict, create an empty NAME.state or NAME.verify first.
-# NAME.args holds extra arguments of `run`, NAME.state-args those of `state` (e.g. --step 1).
+# error) always, NAME.state, NAME.verify, NAME.check (check's warnings) and NAME.dot (the graph)
+# where they exist. A new scenario gets its .stream; to pin its final state, its verify verdict,
+# its warnings or its graph, create an empty NAME.state, NAME.verify, NAME.check or NAME.dot
+# first. NAME.args holds extra arguments of `run`, NAME.state-args those of `state` (e.g.
+# --step 1).
 # Review `git diff tests/scenarios` before committing.
 #
 #   scripts/update-golden.sh [PATTERN]    # only the scenarios whose path contains PATTERN
@@ -33,6 +35,8 @@ while IFS= read -r yaml; do
   state_args=()
   if [ -f "$base.state-args" ]; then read -r -a state_args < "$base.state-args" || true; fi
   if [ -f "$base.state" ]; then "$bin" state "${state_args[@]}" "$yaml" > "$base.state"; fi
+  if [ -f "$base.check" ]; then "$bin" check "$yaml" 2> "$base.check" > /dev/null; fi
+  if [ -f "$base.dot" ]; then "$bin" graph "$yaml" > "$base.dot"; fi
   if [ -f "$base.verify" ]; then
     status=0
     "$bin" verify "$yaml" > "$base.verify" || status=$?

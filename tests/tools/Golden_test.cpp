@@ -3,6 +3,9 @@
 // NAME.stderr (or nothing) on standard error, with NAME.state when present (the output of
 // `ribpolicy state [ARGS] NAME.yaml`, ARGS from NAME.state-args when present), and with
 // NAME.verify when present; a scenario without NAME.verify must converge (verify exits 0).
+// NAME.check holds the warnings that `ribpolicy check NAME.yaml` writes (and --werror must then
+// fail exactly when there are some); NAME.dot the output of `ribpolicy graph NAME.yaml`. The
+// file's path is written as tests/scenarios/NAME.yaml, as the update script names it.
 // scripts/update-golden.sh rewrites these files after an intended change.
 #include <gtest/gtest.h>
 
@@ -24,8 +27,8 @@ using test_support::readFile;
 using test_support::runTool;
 
 const fs::path kScenarios = fs::path(RIBPOLICY_SOURCE_DIR) / "tests" / "scenarios";
-const std::set<std::string> kKinds = {".yaml",   ".stream", ".stderr",    ".state",
-                                      ".verify", ".args",   ".state-args"};
+const std::set<std::string> kKinds = {".yaml", ".stream", ".stderr", ".state",     ".verify",
+                                      ".args", ".check",  ".dot",    ".state-args"};
 
 // Every scenario as its path below tests/scenarios without ".yaml", e.g. "routemap/lifecycle".
 std::vector<std::string> scenarioNames() {
@@ -76,6 +79,16 @@ void expectGolden(const fs::path& golden, const std::string& actual) {
                 << unifiedDiff(golden, actual);
 }
 
+// `text` with the scenario's absolute path written as the update script names it.
+std::string relativeTo(const std::string& yaml, std::string text) {
+  const std::string shown = "tests/scenarios/" + fs::relative(yaml, kScenarios).generic_string();
+  for (auto at = text.find(yaml); at != std::string::npos; at = text.find(yaml, at)) {
+    text.replace(at, yaml.size(), shown);
+    at += shown.size();
+  }
+  return text;
+}
+
 class GoldenTest : public ::testing::TestWithParam<std::string> {};
 
 // The scenario's outputs are exactly its golden files.
@@ -104,6 +117,13 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
   if (fs::exists(file(".state"))) {
     expectGolden(file(".state"), runTool(command("state", ".state-args")).out);
   }
+  if (fs::exists(file(".check"))) {
+    const auto c = runTool({"check", yaml});
+    EXPECT_EQ(c.status, 0) << c.err;
+    expectGolden(file(".check"), relativeTo(yaml, c.err));
+    EXPECT_EQ(runTool({"check", "--werror", yaml}).status, c.err.empty() ? 0 : 2);
+  }
+  if (fs::exists(file(".dot"))) expectGolden(file(".dot"), runTool({"graph", yaml}).out);
 
   const auto v = runTool({"verify", yaml});
   if (fs::exists(file(".verify"))) {

@@ -86,14 +86,17 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
       std::string(RIBPOLICY_SOURCE_DIR) + "/tests/scenarios/agent/pending_versions.yaml";
   const std::string badStep = "steps:\n  - {config: {route-maps: {R: [{seq: x}]}}}\n";
   const std::string traceHelp = "(namespaces: RouteMap, RibDynamicPrefixList; levels: 0 to 9;";
+  const std::string unused =
+      "steps:\n  - {config: {community-lists: {C: [{seq: 1, action: permit, "
+      "type: standard, communities: ['1:1']}]}}}\n";
   const StatusCase cases[] = {
       {{"run"}, 0, "", "", ""},
       {{"run", "--format", "jsonl", "--state", file}, 0, "", "", ""},
       {{"state", file}, 0, "", "", ""},
       {{"state", "--step", "2", file}, 0, "\"engine\"", "", ""},
-      {{"state", "--step", "3", file}, 2, "", "--step 3: " + file + " has 2 steps, numbered", ""},
-      {{"state", "--step", "0", file}, 2, "", "--step 0: " + file + " has 2 steps", ""},
-      {{"state", "--step", "-1", file}, 2, "", "--step -1: ", ""},
+      {{"state", "--step", "3", file}, 2, "", "--step: " + file + " has 2 steps, not 3\n", ""},
+      {{"state", "--step", "0", file}, 2, "", "--step", ""},
+      {{"state", "--step", "-1", file}, 2, "", "--step", ""},
       {{"state", "--step", "x", file}, 2, "", "--step", ""},
       {{"run", "--step", "1", file}, 2, "", "--step", ""},
       {{"run", "--diff", "--format", "jsonl", file},
@@ -122,7 +125,8 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
       {{"state", "--trace", "RouteMap=0,RibDynamicPrefixList=9", file}, 0, "\"engine\"", "", ""},
       {{"check", "--format", "json", file},
        0,
-       R"({"file":)" + nlohmann::json(file).dump() + R"(,"ok":true,"steps":2})" + "\n",
+       R"({"file":)" + nlohmann::json(file).dump() + R"(,"ok":true,"steps":2,"warnings":[]})" +
+           "\n",
        "",
        ""},
       {{"check", "--format", "json", "-"},
@@ -136,6 +140,18 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
        R"({"step":2,"status":"ok","differences":[]}]})",
        "",
        ""},
+      {{"check", "-"}, 0, "<stdin>: ok, 1 step, 1 warning\n", "<stdin>:2:33: warning:", unused},
+      {{"check", "--werror", "-"}, 2, "", "<stdin>:2:33: error: community list 'C' is", unused},
+      {{"check", "--werror", "--format", "json", "-"},
+       2,
+       R"("ok":false,"steps":1,"warnings":[{"step":1,"line":2,"column":33,"message":"community)",
+       "<stdin>:2:33: error:",
+       unused},
+      {{"check", "--werror", file}, 0, file + ": ok, 2 steps\n", "", ""},
+      {{"graph", "--step", "1", file}, 0, "\"route-map:RM\" [shape=plain", "", ""},
+      {{"graph", "--step", "3", file}, 2, "", "--step: " + file + " has 2 steps, not 3", ""},
+      {{"graph", "--step", "0", file}, 2, "", "--step", ""},
+      {{"graph"}, 2, "", "", ""},
   };
   for (const StatusCase& c : cases) {
     std::vector<const char*> argv = {"ribpolicy"};

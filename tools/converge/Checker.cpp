@@ -161,12 +161,18 @@ Vox::Ptr<RoutingPolicyMap::PolicyMap> policyMapWithin(const RoutingPolicyMap::Po
   return out;
 }
 
-// The engine's objects: the nodes three levels down, below the policy root.
+// The engine's objects below the policy root: the first keyed node on each path. Most kinds
+// sit in a collection node ("512/603/515=\"P1\""); route maps are keyed at the collection's
+// own level ("512/576=\"RB\"").
 std::set<std::vector<PathEntry>> objectPaths(const Node& engine) {
   std::set<std::vector<PathEntry>> out;
   auto root = engine.children.find(tag(512));
   if (root == engine.children.end()) return out;
   for (const auto& [collection, objects] : root->second.children) {
+    if (collection.kind != PathEntry::Kind::none) {
+      if (objects.meaningful()) out.insert({tag(512), collection});
+      continue;
+    }
     for (const auto& [key, object] : objects.children) {
       if (object.meaningful()) out.insert({tag(512), collection, key});
     }
@@ -177,27 +183,6 @@ std::set<std::vector<PathEntry>> objectPaths(const Node& engine) {
 template <class Def>
 void addMissing(std::map<std::string, Def>& to, const std::map<std::string, Def>& from) {
   for (const auto& [name, def] : from) to.try_emplace(name, def);
-}
-
-// The engine objects that belong to objects removed while an input was detached: those a
-// fresh start has when the removed objects are configured again beside the step's ones.
-std::set<std::vector<PathEntry>> removedObjectPaths(const std::string& vrf,
-                                                    const ribpolicy::ScenarioConfig& config,
-                                                    const ribpolicy::ScenarioConfig& removed) {
-  ribpolicy::ScenarioConfig with = config;
-  addMissing(with.prefixLists, removed.prefixLists);
-  addMissing(with.ipv6PrefixLists, removed.ipv6PrefixLists);
-  addMissing(with.asPathLists, removed.asPathLists);
-  addMissing(with.communityLists, removed.communityLists);
-  addMissing(with.accessLists, removed.accessLists);
-  addMissing(with.dynamicPrefixLists, removed.dynamicPrefixLists);
-  addMissing(with.routeMaps, removed.routeMaps);
-  addMissing(with.peerFilters, removed.peerFilters);
-  std::set<std::vector<PathEntry>> out;
-  ribpolicy::withFreshStart(vrf, with, [&](const Node& fresh, const RoutingPolicyMap::PolicyMap&) {
-    out = objectPaths(fresh);
-  });
-  return out;
 }
 
 // The first place where two trees differ, two levels down: "engine 512/627" for the dynamic
@@ -221,22 +206,31 @@ std::string firstArea(const Node& left, const Node& right, std::string prefix = 
   return left.values == right.values ? std::string() : "engine " + prefix;
 }
 
-struct Comparison {
-  std::vector<std::string> differences;
-  std::string area;
-};
+}  // namespace
 
-// What the engine may hold beyond a fresh start after changes while an input was detached.
-struct Leftovers {
-  std::vector<Node> snapshots;  // the engine as each re-attach found it
-  std::set<std::vector<PathEntry>> removedObjects;
-};
+std::set<std::vector<PathEntry>> removedObjectPaths(const std::string& vrf,
+                                                    const ribpolicy::ScenarioConfig& config,
+                                                    const ribpolicy::ScenarioConfig& removed) {
+  ribpolicy::ScenarioConfig with = config;
+  addMissing(with.prefixLists, removed.prefixLists);
+  addMissing(with.ipv6PrefixLists, removed.ipv6PrefixLists);
+  addMissing(with.asPathLists, removed.asPathLists);
+  addMissing(with.communityLists, removed.communityLists);
+  addMissing(with.accessLists, removed.accessLists);
+  addMissing(with.dynamicPrefixLists, removed.dynamicPrefixLists);
+  addMissing(with.routeMaps, removed.routeMaps);
+  addMissing(with.peerFilters, removed.peerFilters);
+  std::set<std::vector<PathEntry>> out;
+  ribpolicy::withFreshStart(vrf, with, [&](const Node& fresh, const RoutingPolicyMap::PolicyMap&) {
+    out = objectPaths(fresh);
+  });
+  return out;
+}
 
-// The incremental state against a fresh start on the step's configuration, leaving out what
-// the step's promise does not cover (see the header).
-Comparison compare(const std::string& vrf, const ribpolicy::Step& step, const StepPromise& promise,
-                   const Node& engine, const RoutingPolicyMap::PolicyMap& policyMap,
-                   const Leftovers& leftovers) {
+Comparison compareAsPromised(const std::string& vrf, const ribpolicy::Step& step,
+                             const StepPromise& promise, const Node& engine,
+                             const RoutingPolicyMap::PolicyMap& policyMap,
+                             const Leftovers& leftovers) {
   Comparison out;
   ribpolicy::withFreshStart(
       vrf, step.config, [&](const Node& fresh, const RoutingPolicyMap::PolicyMap& freshMap) {
@@ -302,6 +296,8 @@ Comparison compare(const std::string& vrf, const ribpolicy::Step& step, const St
   return out;
 }
 
+namespace {
+
 CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options) {
   ribpolicy::LibraryRootGuard keepRoot;
   CheckResult result;
@@ -328,8 +324,8 @@ CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options
         leftovers.removedObjects =
             removedObjectPaths(scenario.vrf, step.config, promise.removedWhileDetached);
       }
-      Comparison c =
-          compare(scenario.vrf, step, promise, model.committed(), *agent.policyMap(), leftovers);
+      Comparison c = compareAsPromised(scenario.vrf, step, promise, model.committed(),
+                                       *agent.policyMap(), leftovers);
       if (!c.differences.empty()) {
         result.failure = Failure{i + 1, "differs from a fresh start", std::move(c.area),
                                  std::move(c.differences)};

@@ -19,9 +19,13 @@
 #include <cstddef>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "framework/config/PolicyMap.h"
+#include "framework/rib/MioSink.h"
+#include "tools/converge/Promises.h"
 #include "tools/ribpolicy/Scenario.h"
 
 namespace converge {
@@ -49,6 +53,30 @@ struct CheckOptions {
   // Called before each step with its 1-based number.
   std::function<void(std::size_t)> onStep;
 };
+
+// What the engine may hold beyond a fresh start after changes while an input was detached.
+struct Leftovers {
+  std::vector<Rib::EngineModel::Node> snapshots;  // the engine as each re-attach found it
+  std::set<std::vector<Rib::PathEntry>> removedObjects;
+};
+
+// The engine objects that belong to objects removed while an input was detached: those a
+// fresh start has when the removed objects are configured again beside the step's ones.
+std::set<std::vector<Rib::PathEntry>> removedObjectPaths(const std::string& vrf,
+                                                         const ribpolicy::ScenarioConfig& config,
+                                                         const ribpolicy::ScenarioConfig& removed);
+
+struct Comparison {
+  std::vector<std::string> differences;
+  std::string area;  // as in Failure
+};
+
+// The incremental state (`engine`, `policyMap`) against a fresh start on the step's
+// configuration, leaving out what `promise` does not cover.
+Comparison compareAsPromised(const std::string& vrf, const ribpolicy::Step& step,
+                             const StepPromise& promise, const Rib::EngineModel::Node& engine,
+                             const RoutingPolicyMap::PolicyMap& policyMap,
+                             const Leftovers& leftovers);
 
 CheckResult checkScenario(const ribpolicy::Scenario& scenario, const CheckOptions& options = {});
 

@@ -1,8 +1,12 @@
 #include "tools/converge/Promises.h"
 
 #include <algorithm>
-#include <deque>
+#include <map>
 #include <optional>
+#include <set>
+#include <vector>
+
+#include "tools/ribpolicy/References.h"
 
 namespace converge {
 
@@ -93,52 +97,28 @@ void keepRemoved(const ScenarioConfig& from, const ScenarioConfig& to, ScenarioC
 }  // namespace
 
 CycleNames cycleNames(const ScenarioConfig& config) {
-  // Route maps are keyed "r NAME", dynamic prefix lists "d NAME".
-  std::map<std::string, std::vector<std::string>> next;
-  std::map<std::string, std::size_t> inDegree;
-  auto node = [&](const std::string& key) {
-    next.try_emplace(key);
-    inDegree.try_emplace(key, 0);
-  };
-  auto edge = [&](const std::string& from, const std::string& to) {
-    node(from);
-    node(to);
-    next[from].push_back(to);
-    ++inDegree[to];
-  };
-  for (const auto& [name, map] : config.routeMaps) {
-    node("r " + name);
-    for (const auto& [seq, entry] : map.entries) {
-      if (!entry.subRouteMap.empty()) edge("r " + name, "r " + entry.subRouteMap);
-      for (const auto& [option, rule] : entry.match) {
-        if (option == Routing::RouteMap::matchDynamicPrefixList ||
-            option == Routing::RouteMap::matchIpv6DynamicPrefixList) {
-          edge("r " + name, "d " + rule.stringValue);
-        }
-      }
-    }
+  // What a cycle keeps in the policy map is what its members enter there, and so on: every
+  // object reachable from a member through references that enter the policy map.
+  const ribpolicy::ReferenceAnalysis analysis = ribpolicy::analyzeReferences(config);
+  std::map<ribpolicy::ObjectRef, std::vector<ribpolicy::ObjectRef>> next;
+  for (const ribpolicy::Reference& r : analysis.references) {
+    if (ribpolicy::entersPolicyMap(r)) next[r.from].push_back(r.to);
   }
-  for (const auto& [name, list] : config.dynamicPrefixLists) {
-    node("d " + name);
-    if (!list.matchMap.empty()) edge("d " + name, "r " + list.matchMap);
-  }
-  // Peeling off every name that nothing left refers to leaves exactly the names that a cycle
-  // reaches.
-  std::deque<std::string> free;
-  for (const auto& [key, degree] : inDegree) {
-    if (degree == 0) free.push_back(key);
-  }
-  while (!free.empty()) {
-    const std::string key = free.front();
-    free.pop_front();
-    for (const std::string& to : next[key]) {
-      if (--inDegree[to] == 0) free.push_back(to);
-    }
+  std::set<ribpolicy::ObjectRef> reached;
+  std::vector<ribpolicy::ObjectRef> todo;
+  for (const ribpolicy::Cycle& c : analysis.cycles)
+    todo.insert(todo.end(), c.members.begin(), c.members.end());
+  while (!todo.empty()) {
+    const ribpolicy::ObjectRef o = std::move(todo.back());
+    todo.pop_back();
+    if (!reached.insert(o).second) continue;
+    if (auto it = next.find(o); it != next.end())
+      todo.insert(todo.end(), it->second.begin(), it->second.end());
   }
   CycleNames out;
-  for (const auto& [key, degree] : inDegree) {
-    if (degree == 0) continue;
-    (key[0] == 'r' ? out.routeMaps : out.dynamicPrefixLists).insert(key.substr(2));
+  for (const ribpolicy::ObjectRef& o : reached) {
+    (o.kind == ribpolicy::ObjectKind::routeMap ? out.routeMaps : out.dynamicPrefixLists)
+        .insert(o.name);
   }
   return out;
 }

@@ -19,7 +19,9 @@
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
 #include "tools/ribpolicy/Diff.h"
+#include "tools/ribpolicy/Graph.h"
 #include "tools/ribpolicy/JsonLinesWriter.h"
+#include "tools/ribpolicy/References.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 #include "tools/ribpolicy/StateJson.h"
 #include "tools/ribpolicy/TextWriter.h"
@@ -301,6 +303,43 @@ int verify(const Scenario& scenario, std::ostream& out) {
   return status;
 }
 
+// Parses and validates; then reports what the reference checks find, as warnings (exit 0) or,
+// with --werror, as errors (exit 2).
+int checkScenario(const Scenario& scenario, const std::string& shown, bool json, bool werror,
+                  std::ostream& out, std::ostream& err) {
+  const std::vector<Warning> warnings = scenarioWarnings(scenario);
+  const bool failed = werror && !warnings.empty();
+  for (const Warning& w : warnings) {
+    err << shown << ':' << w.mark.line << ':' << w.mark.column
+        << (werror ? ": error: " : ": warning: ") << w.message << '\n';
+  }
+  if (json) {
+    Json list = Json::array();
+    for (const Warning& w : warnings) {
+      Json item = Json::object();
+      item["step"] = w.step;
+      item["line"] = w.mark.line;
+      item["column"] = w.mark.column;
+      item["message"] = jsonBytes(w.message);
+      list.push_back(std::move(item));
+    }
+    Json j = Json::object();
+    j["file"] = jsonBytes(shown);
+    j["ok"] = !failed;
+    j["steps"] = scenario.steps.size();
+    j["warnings"] = std::move(list);
+    out << jsonText(j, false) << '\n';
+  } else if (!failed) {
+    out << shown << ": ok, " << scenario.steps.size()
+        << (scenario.steps.size() == 1 ? " step" : " steps");
+    if (!warnings.empty()) {
+      out << ", " << warnings.size() << (warnings.size() == 1 ? " warning" : " warnings");
+    }
+    out << '\n';
+  }
+  return failed ? kExitBadInput : kExitOk;
+}
+
 }  // namespace
 
 int runCli(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
@@ -325,7 +364,7 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   bool withState = false;
   bool numeric = false;
   bool diff = false;
-  long long stateStep = 0;
+  std::size_t stateStep = 0;
   std::string trace;
 
   CLI::App* run = app.add_subcommand("run", "run a scenario and print the operation stream");
@@ -340,7 +379,8 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
 
   CLI::App* state = app.add_subcommand("state", "run a scenario silently, print the final state");
   state->add_option("FILE", file, "scenario file, - for standard input")->required();
-  state->add_option("--step", stateStep, "the state after step N (1 is the first; default: last)");
+  state->add_option("--step", stateStep, "the state after step N, from 1 (default: the last)")
+      ->check(CLI::PositiveNumber);
   state->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
   CLI::App* verifyCmd =
@@ -350,10 +390,19 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
       ->check(CLI::IsMember({"text", "json"}));
   verifyCmd->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
-  CLI::App* check = app.add_subcommand("check", "parse and validate a scenario only");
+  CLI::App* check =
+      app.add_subcommand("check", "validate a scenario and warn about its references");
   check->add_option("FILE", file, "scenario file, - for standard input")->required();
   check->add_option("--format", format, "text (for people) or json (one object)")
       ->check(CLI::IsMember({"text", "json"}));
+  bool werror = false;
+  check->add_flag("--werror", werror, "report the reference warnings as errors (exit 2)");
+
+  std::size_t graphStep = 0;
+  CLI::App* graph = app.add_subcommand("graph", "write a step's policy as a Graphviz DOT graph");
+  graph->add_option("FILE", file, "scenario file, - for standard input")->required();
+  graph->add_option("--step", graphStep, "the step to draw, from 1 (default: the last)")
+      ->check(CLI::PositiveNumber);
 
   try {
     app.parse(argc, argv);
@@ -383,28 +432,25 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
   if (!scenario) return kExitBadInput;
 
-  if (used == check) {
-    if (json) {
-      Json j = Json::object();
-      j["file"] = jsonBytes(shownName(file));
-      j["ok"] = true;
-      j["steps"] = scenario->steps.size();
-      out << jsonText(j, false) << '\n';
-      return kExitOk;
+  if (used == check) return checkScenario(*scenario, shownName(file), json, werror, out, err);
+  if (used == graph) {
+    const std::size_t steps = scenario->steps.size();
+    if (graphStep > steps) {
+      err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
+          << (steps == 1 ? " step" : " steps") << ", not " << graphStep << '\n';
+      return kExitBadInput;
     }
-    out << shownName(file) << ": ok, " << scenario->steps.size()
-        << (scenario->steps.size() == 1 ? " step\n" : " steps\n");
+    writePolicyGraph(scenario->steps[graphStep == 0 ? steps - 1 : graphStep - 1].config, out);
     return kExitOk;
   }
   if (used == state) {
     const std::size_t steps = scenario->steps.size();
-    if (state->get_option("--step")->count() == 0) return printState(*scenario, steps, out);
-    if (stateStep < 1 || static_cast<unsigned long long>(stateStep) > steps) {
-      err << "ribpolicy: error: --step " << stateStep << ": " << shownName(file) << " has " << steps
-          << (steps == 1 ? " step" : " steps") << ", numbered from 1\n";
+    if (stateStep > steps) {
+      err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
+          << (steps == 1 ? " step" : " steps") << ", not " << stateStep << '\n';
       return kExitBadInput;
     }
-    return printState(*scenario, static_cast<std::size_t>(stateStep), out);
+    return printState(*scenario, stateStep == 0 ? steps : stateStep, out);
   }
   if (used == verifyCmd)
     return json ? verifyJson(*scenario, shownName(file), out) : verify(*scenario, out);

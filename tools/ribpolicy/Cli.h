@@ -1,4 +1,4 @@
-// The ribpolicy command line: run, state, verify and check. main() only forwards to runCli,
+// The ribpolicy command line: run, state, verify, check and graph. main() only forwards to runCli,
 // so that tests drive the whole program in process.
 #pragma once
 

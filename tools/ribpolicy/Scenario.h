@@ -10,6 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -150,10 +151,45 @@ struct ScenarioConfig {
   PolicyMapDef policyMap;
 };
 
+// A place in the scenario text, 1-based; 0:0 when unknown.
+struct Mark {
+  int line = 0;
+  int column = 0;
+  friend bool operator==(const Mark&, const Mark&) = default;
+};
+
+// Where a step's text defines objects and refers to them, so that what is found in the parsed
+// configuration later (a name nothing defines, a cycle) can be reported at its place. Kept
+// beside the configuration rather than in it: two steps whose configurations differ only in
+// layout must still compare equal. Keys are paths of the scenario's own names:
+//   "SECTION/NAME"                                   where an object is named
+//   "SECTION/NAME/SEQ"                               an entry of a route map or peer filter
+//   "SECTION/NAME/SEQ/match/OPTION"                  a match rule's value (option by name)
+//   "SECTION/NAME/SEQ/match/OPTION/LIST"             one community list of a match rule
+//   "SECTION/NAME/SEQ/sub-route-map"                 the sub-route-map's name
+//   "SECTION/NAME/SEQ/set/CLAUSE/LIST"               one community list of a set clause
+//   "dynamic-prefix-lists/NAME/FIELD"                match-map, ipv4- or ipv6-prefix-list
+//   "policy-map/route-maps/NAME", "policy-map/dynamic-prefix-lists/NAME"
+struct StepMarks {
+  Mark step;
+  std::map<std::string, Mark, std::less<>> at;
+
+  // The mark of `path`, or of its longest recorded parent, or of the step.
+  Mark find(std::string_view path) const {
+    for (;;) {
+      if (auto it = at.find(path); it != at.end()) return it->second;
+      const std::size_t slash = path.rfind('/');
+      if (slash == std::string_view::npos) return step;
+      path = path.substr(0, slash);
+    }
+  }
+};
+
 struct Step {
   std::string name;  // may be empty
   ScenarioConfig config;
   InputSet inputs = InputSet::all();
+  StepMarks marks;
 };
 
 struct Scenario {

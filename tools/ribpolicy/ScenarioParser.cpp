@@ -182,6 +182,60 @@ class DocumentLimits : public YAML::EventHandler {
   std::uint64_t repeated_ = 0;
 };
 
+// --- Where things are named -------------------------------------------------------------
+
+// Records the marks of the step being read (see StepMarks). The reader is a recursive descent,
+// so the path of the node at hand is a stack: a MarkScope adds one name to it for as long as
+// the reader is inside that node.
+class MarkRecorder {
+ public:
+  explicit MarkRecorder(StepMarks& marks) : marks_(marks), outer_(current_) { current_ = this; }
+  ~MarkRecorder() { current_ = outer_; }
+  MarkRecorder(const MarkRecorder&) = delete;
+  MarkRecorder& operator=(const MarkRecorder&) = delete;
+
+  // Records `n` at the current path extended by `name` (or at the current path itself).
+  static void mark(const YAML::Node& n, std::string_view name = {}) {
+    if (!current_) return;
+    const std::size_t size = current_->path_.size();
+    if (!name.empty()) current_->push(name);
+    const auto [line, column] = positionOf(n);
+    current_->marks_.at.insert_or_assign(current_->path_, Mark{line, column});
+    current_->path_.resize(size);
+  }
+
+ private:
+  friend class MarkScope;
+  void push(std::string_view name) {
+    if (!path_.empty()) path_ += '/';
+    path_ += name;
+  }
+
+  static inline MarkRecorder* current_ = nullptr;
+  StepMarks& marks_;
+  MarkRecorder* outer_;
+  std::string path_;
+};
+
+class MarkScope {
+ public:
+  MarkScope(const YAML::Node& n, std::string_view name) {
+    MarkRecorder::mark(n, name);
+    if (MarkRecorder* r = MarkRecorder::current_) {
+      size_ = r->path_.size();
+      r->push(name);
+    }
+  }
+  ~MarkScope() {
+    if (MarkRecorder* r = MarkRecorder::current_) r->path_.resize(size_);
+  }
+  MarkScope(const MarkScope&) = delete;
+  MarkScope& operator=(const MarkScope&) = delete;
+
+ private:
+  std::size_t size_ = 0;
+};
+
 // --- Mappings with a fixed set of keys --------------------------------------------------
 
 // The members of one mapping, checked against the keys its context allows: an unknown or a
@@ -535,6 +589,7 @@ template <class F>
 void forEachNamed(const YAML::Node* section, std::string_view sectionName, F&& f) {
   if (!section || section->IsNull()) return;
   if (!section->IsMap()) expected(*section, sectionName, "a mapping from names to definitions");
+  MarkScope in(*section, sectionName);
   std::map<std::string, int> firstLine;
   for (auto it = section->begin(); it != section->end(); ++it) {
     const std::string n = name(it->first, sectionName);
@@ -543,6 +598,7 @@ void forEachNamed(const YAML::Node* section, std::string_view sectionName, F&& f
                           " (first at line " + std::to_string(at->second) + ")");
     }
     firstLine.emplace(n, positionOf(it->first).first);
+    MarkScope at(it->first, n);
     f(n, it->second);
   }
 }
@@ -554,6 +610,7 @@ std::set<std::string> nameList(const YAML::Node& n, std::string_view key) {
     if (!out.insert(name(x, key)).second) {
       fail(x, std::string(key) + ": duplicate name " + quote(x.Scalar()));
     }
+    MarkRecorder::mark(x, x.Scalar());
   }
   return out;
 }
@@ -839,11 +896,15 @@ MatchRule parseMatchRule(const YAML::Node& n) {
   MatchRule r;
   r.option = matchOption(f.need("option"));
   r.invert = optionalBool(f, "invert", false);
-  const std::string context = "match option " + optionLabel(r.option);
+  const std::string label = optionLabel(r.option);
+  const std::string context = "match option " + label;
+  MarkScope at(n, "match");
+  MarkScope option(n, label);
   switch (optionForm(r.option)) {
     case OptionForm::listName:
       f.restrict({"option", "value", "invert"}, context);
       r.stringValue = name(f.need("value"), "value");
+      MarkRecorder::mark(f.need("value"));
       break;
     case OptionForm::ipv4Address:
       f.restrict({"option", "value", "invert"}, context);
@@ -959,6 +1020,8 @@ Vox::Ptr<CommunitySet const> parseCommunitySet(const YAML::Node& n, const std::s
   if (lbw) keys.push_back("link-bandwidth");
   Fields f(n, key, keys);
   if (n.IsNull()) expected(n, key, "a community set {values, lists, flag}");
+  MarkScope at(n, "set");
+  MarkScope clause(n, key);
   auto set = Vox::make<CommunitySet>();
   set->flag = defaultFlag;
   if (const YAML::Node* v = f.get("flag")) {
@@ -1146,7 +1209,8 @@ MapDef parseMap(const YAML::Node& n, const std::string& what) {
   def.version = form.version;
   def.entries = parseEntries<MapEntryDef>(
       form.entries, what, {"seq", "action", "match", "sub-route-map", "set"},
-      [&](const Fields& f, U32) {
+      [&](const Fields& f, U32 seq) {
+        MarkScope at(f.node(), std::to_string(seq));
         MapEntryDef e;
         e.permit = action(f.need("action"));
         if (const YAML::Node* m = f.get("match")) {
@@ -1166,6 +1230,7 @@ MapDef parseMap(const YAML::Node& n, const std::string& what) {
         }
         if (const YAML::Node* s = f.get("sub-route-map")) {
           e.subRouteMap = text(*s, "sub-route-map");
+          MarkRecorder::mark(*s, "sub-route-map");
         }
         if (const YAML::Node* s = f.get("set")) e.set = parseSetClauses(*s);
         return e;
@@ -1178,12 +1243,17 @@ MapDef parseMap(const YAML::Node& n, const std::string& what) {
 DynamicPrefixListDef parseDynamicPrefixList(const YAML::Node& n, const std::string& what) {
   Fields f(n, what, {"match-map", "ipv4-prefix-list", "ipv6-prefix-list", "version"});
   DynamicPrefixListDef d;
-  if (const YAML::Node* v = f.get("match-map")) d.matchMap = text(*v, "match-map");
+  if (const YAML::Node* v = f.get("match-map")) {
+    d.matchMap = text(*v, "match-map");
+    MarkRecorder::mark(*v, "match-map");
+  }
   if (const YAML::Node* v = f.get("ipv4-prefix-list")) {
     d.ipv4PrefixList = text(*v, "ipv4-prefix-list");
+    MarkRecorder::mark(*v, "ipv4-prefix-list");
   }
   if (const YAML::Node* v = f.get("ipv6-prefix-list")) {
     d.ipv6PrefixList = text(*v, "ipv6-prefix-list");
+    MarkRecorder::mark(*v, "ipv6-prefix-list");
   }
   if (const YAML::Node* v = f.get("version")) d.version = u32(*v, "version");
   return d;
@@ -1232,10 +1302,13 @@ ScenarioConfig parseConfig(const YAML::Node& n) {
                });
   if (const YAML::Node* v = f.get("policy-map")) {
     Fields p(*v, "policy-map", {"route-maps", "dynamic-prefix-lists"});
+    MarkScope at(*v, "policy-map");
     if (const YAML::Node* x = p.get("route-maps")) {
+      MarkScope maps(*x, "route-maps");
       c.policyMap.routeMaps = nameList(*x, "route-maps");
     }
     if (const YAML::Node* x = p.get("dynamic-prefix-lists")) {
+      MarkScope lists(*x, "dynamic-prefix-lists");
       c.policyMap.dynamicPrefixLists = nameList(*x, "dynamic-prefix-lists");
     }
   }
@@ -1269,6 +1342,9 @@ Step parseStep(const YAML::Node& n, std::size_t number) {
   Fields f(n, what, {"name", "config", "inputs"});
   if (n.IsNull()) expected(n, what, "a mapping {name, config, inputs}");
   Step s;
+  const auto [line, column] = positionOf(n);
+  s.marks.step = {line, column};
+  MarkRecorder recorder(s.marks);
   if (const YAML::Node* v = f.get("name")) s.name = text(*v, "name");
   s.config = parseConfig(f.need("config"));
   if (const YAML::Node* v = f.get("inputs")) s.inputs = parseInputs(*v);

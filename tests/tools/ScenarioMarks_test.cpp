@@ -1,0 +1,89 @@
+// Where a parsed step says the reader found each definition and reference: the places that
+// the reference checks report, so a wrong line or a missing path points a user at the wrong
+// line of the file.
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+
+#include "tools/ribpolicy/ScenarioParser.h"
+
+namespace ribpolicy {
+void PrintTo(const Mark& m, std::ostream* os) {
+  *os << m.line << ':' << m.column;
+}
+}  // namespace ribpolicy
+
+namespace {
+
+using ribpolicy::Mark;
+using ribpolicy::parseScenario;
+using ribpolicy::Scenario;
+
+constexpr const char* kScenario = R"(steps:
+  - name: first
+    config:
+      prefix-lists:
+        P1:
+          - {seq: 10, action: permit, prefix: 10.0.0.0/8}
+      route-maps:
+        RM:
+          - seq: 10
+            action: permit
+            match:
+              - {option: prefix-list, value: P1}
+              - {option: community, lists: [C1, C2]}
+            sub-route-map: SUB
+            set:
+              community: {lists: [C3]}
+      dynamic-prefix-lists:
+        D: {match-map: RM, ipv4-prefix-list: P1}
+      policy-map:
+        route-maps: [RM]
+        dynamic-prefix-lists: [D]
+  - config:
+      route-maps: {}
+)";
+
+struct Expected {
+  const char* path;
+  Mark mark;
+};
+
+// Every kind of path, each at the exact line and column of the name or value it records.
+TEST(ScenarioMarks, RecordsEveryDefinitionAndReferenceAtItsText) {
+  const Scenario sc = parseScenario(kScenario);
+  ASSERT_EQ(sc.steps.size(), 2u);
+  const Expected table[] = {
+      {"prefix-lists/P1", {5, 9}},
+      {"route-maps/RM", {8, 9}},
+      {"route-maps/RM/10", {9, 13}},
+      {"route-maps/RM/10/match/prefix-list", {12, 46}},
+      {"route-maps/RM/10/match/community/C1", {13, 45}},
+      {"route-maps/RM/10/match/community/C2", {13, 49}},
+      {"route-maps/RM/10/sub-route-map", {14, 28}},
+      {"route-maps/RM/10/set/community/C3", {16, 35}},
+      {"dynamic-prefix-lists/D", {18, 9}},
+      {"dynamic-prefix-lists/D/match-map", {18, 24}},
+      {"dynamic-prefix-lists/D/ipv4-prefix-list", {18, 46}},
+      {"policy-map/route-maps/RM", {20, 22}},
+      {"policy-map/dynamic-prefix-lists/D", {21, 32}},
+  };
+  for (const Expected& e : table) {
+    const auto it = sc.steps[0].marks.at.find(std::string(e.path));
+    ASSERT_NE(it, sc.steps[0].marks.at.end()) << e.path;
+    EXPECT_EQ(it->second, e.mark) << e.path;
+  }
+}
+
+// A path nothing recorded falls back to its nearest recorded parent, and then to the step.
+TEST(ScenarioMarks, FindFallsBackToParentThenStep) {
+  const Scenario sc = parseScenario(kScenario);
+  EXPECT_EQ(sc.steps[0].marks.find("route-maps/RM/10/match/as-path-list"), (Mark{13, 17}));
+  EXPECT_EQ(sc.steps[0].marks.find("access-lists/A"), (Mark{2, 5}));
+  EXPECT_EQ(sc.steps[1].marks.find("route-maps/RM"), (Mark{23, 19}));
+  EXPECT_EQ(sc.steps[1].marks.find("policy-map/route-maps/RM"), (Mark{22, 5}));
+  EXPECT_TRUE(sc.steps[1].marks.at.count("route-maps/RM") == 0);
+}
+
+}  // namespace
