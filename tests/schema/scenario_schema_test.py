@@ -15,7 +15,7 @@ The test
   `ribpolicy check`; for every mapping of fixed keys, the keys that the program's
   "unknown key" message lists must be the schema's; and for every option number up to 255
   the name and the keys that the program's "does not apply" message gives must be the
-  schema's.
+  schema's; and docs/scenario-format.md must name every key, option and option number.
 
 Scenarios are loaded as the program reads them: yaml-cpp takes every scalar as its text,
 and the program reads numbers (decimal or 0x hexadecimal) and booleans
@@ -469,6 +469,18 @@ def check_every_name(schema, validator, program, failures):
     print(f"every-name scenario: {len(rules)} match rules, {len(example_set)} set clauses")
 
 
+def check_reference(schema, source, failures):
+    """Every key, option and set clause of the schema appears in the format reference."""
+    text = (source / "docs" / "scenario-format.md").read_text()
+    table, names, _, _ = schema_options(schema)
+    wanted = set(names) | {k for _, pointer, _ in FIXED_KEY_MAPPINGS
+                           for k in at(schema, pointer)["properties"]}
+    missing = sorted(k for k in wanted if f"`{k}`" not in text)
+    missing += [str(n) for n in table if not re.search(rf"\| {n} \|", text)]
+    if missing:
+        failures.append(f"docs/scenario-format.md does not describe: {missing}")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--source-dir", required=True, type=pathlib.Path)
@@ -484,6 +496,7 @@ def main():
             for e in schema_errors(validator, load(path.read_text())):
                 failures.append(f"{path}: {describe(e)}")
     if args.ribpolicy:
+        check_reference(schema, args.source_dir, failures)
         program = Program(args.ribpolicy)
         validate_scenarios(validator, program, args.source_dir, failures)
         check_tables(validator, program, failures)
