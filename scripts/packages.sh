@@ -5,7 +5,8 @@
 set -euo pipefail
 
 packages=(g++ cmake make libyaml-cpp-dev libyaml-dev nlohmann-json3-dev libcli11-dev
-          libgtest-dev libgmock-dev libbenchmark-dev help2man pkg-config "$@")
+          libgtest-dev libgmock-dev libbenchmark-dev help2man pkg-config
+          python3 python3-yaml python3-jsonschema "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

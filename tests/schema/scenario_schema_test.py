@@ -1,0 +1,512 @@
+#!/usr/bin/env python3
+"""Checks docs/scenario.schema.json against the scenarios and against the program.
+
+    scenario_schema_test.py --source-dir DIR --ribpolicy PROGRAM   # the test (CTest)
+    scenario_schema_test.py --source-dir DIR FILE...               # validate scenarios
+
+The test
+- validates every example and every golden scenario that `ribpolicy check` accepts;
+- has the schema refuse a table of bad documents, each of which the program refuses too,
+  and accept a table of documents in unusual but valid forms, each of which the program
+  accepts too;
+- keeps the schema and the program's reader in step through what the program does, not
+  through its source text (the reader may be rewritten with the same keys and messages):
+  a scenario using every match option and every set clause of the schema must pass
+  `ribpolicy check`; for every mapping of fixed keys, the keys that the program's
+  "unknown key" message lists must be the schema's; and for every option number up to 255
+  the name and the keys that the program's "does not apply" message gives must be the
+  schema's; and docs/scenario-format.md must name every key, option and option number.
+
+Scenarios are loaded as the program reads them: yaml-cpp takes every scalar as its text,
+and the program reads numbers (decimal or 0x hexadecimal) and booleans
+(true/True/TRUE/false/False/FALSE) from that text whether or not it was quoted. The loader
+types scalars by those same rules, so `seq: "10"` is the integer 10 here as it is for the
+program, `yes` stays a string, and `010` is ten. Only a plain ~, null, Null, NULL or empty
+scalar is null. Keys stay text; a repeated key is an error, as it is for the program.
+"""
+
+import argparse
+import json
+import pathlib
+import re
+import subprocess
+import sys
+
+import jsonschema
+import yaml
+
+INT_RE = re.compile(
+    r"^(?:[0-9]+|0[xX][0-9a-fA-F]+|-0*[1-9][0-9]*|-0[xX]0*[1-9a-fA-F][0-9a-fA-F]*)$")
+BOOL_RE = re.compile(r"^(?:true|True|TRUE|false|False|FALSE)$")
+NULL_RE = re.compile(r"^(?:~|null|Null|NULL|)$")
+
+
+class ScenarioLoader(yaml.SafeLoader):
+    """A safe loader that types scalars the way the program reads them."""
+
+    def resolve(self, kind, value, implicit):
+        if kind is yaml.ScalarNode and (implicit[0] or implicit[1]):
+            if implicit[0] and NULL_RE.match(value):
+                return "tag:yaml.org,2002:null"
+            if BOOL_RE.match(value):
+                return "tag:yaml.org,2002:bool"
+            if INT_RE.match(value):
+                return "tag:yaml.org,2002:int"
+            return "tag:yaml.org,2002:str"
+        return super().resolve(kind, value, implicit)
+
+    def construct_yaml_int(self, node):
+        text = node.value
+        negative = text.startswith("-")
+        digits = text[1:] if negative else text
+        base = 16 if digits[:2] in ("0x", "0X") else 10
+        value = int(digits[2:] if base == 16 else digits, base)
+        return -value if negative else value
+
+    def construct_yaml_bool(self, node):
+        return node.value.lower() == "true"
+
+    def construct_mapping(self, node, deep=False):
+        if not isinstance(node, yaml.MappingNode):
+            raise yaml.constructor.ConstructorError(None, None, "expected a mapping",
+                                                    node.start_mark)
+        out = {}
+        for key_node, value_node in node.value:
+            if not isinstance(key_node, yaml.ScalarNode):
+                raise yaml.constructor.ConstructorError(
+                    None, None, "a key must be a scalar", key_node.start_mark)
+            key = "" if key_node.tag == "tag:yaml.org,2002:null" else key_node.value
+            if key in out:
+                raise yaml.constructor.ConstructorError(
+                    None, None, f"duplicate key {key!r}", key_node.start_mark)
+            out[key] = self.construct_object(value_node, deep=deep)
+        return out
+
+
+ScenarioLoader.add_constructor("tag:yaml.org,2002:int", ScenarioLoader.construct_yaml_int)
+ScenarioLoader.add_constructor("tag:yaml.org,2002:bool", ScenarioLoader.construct_yaml_bool)
+
+
+def load(text):
+    return yaml.load(text, Loader=ScenarioLoader)
+
+
+def schema_errors(validator, document):
+    return sorted(validator.iter_errors(document), key=lambda e: [str(p) for p in e.absolute_path])
+
+
+def describe(error):
+    error = jsonschema.exceptions.best_match([error])
+    where = "/".join(str(p) for p in error.absolute_path) or "(top)"
+    return f"{where}: {error.message[:200]}"
+
+
+class Program:
+    """Runs `ribpolicy check` on a file or on text."""
+
+    def __init__(self, path):
+        self.path = path
+
+    def check_file(self, path):
+        r = subprocess.run([self.path, "check", str(path)], capture_output=True, text=True)
+        return r.returncode, r.stderr.strip()
+
+    def check_text(self, text):
+        r = subprocess.run([self.path, "check", "-"], input=text, capture_output=True, text=True)
+        return r.returncode, r.stderr.strip()
+
+
+def scenario_files(source):
+    files = sorted((source / "examples").glob("*.yaml"))
+    files += sorted((source / "tests" / "scenarios").rglob("*.yaml"))
+    return files
+
+
+def validate_scenarios(validator, program, source, failures):
+    validated = 0
+    refused = 0
+    for path in scenario_files(source):
+        status, message = program.check_file(path)
+        if status != 0:
+            # Not a scenario the program accepts: the schema makes no promise about it.
+            refused += 1
+            print(f"skipped (the program refuses it): {path.relative_to(source)}: {message}")
+            continue
+        try:
+            document = load(path.read_text())
+        except yaml.YAMLError as e:
+            failures.append(f"{path.relative_to(source)}: the loader refuses it: {e}")
+            continue
+        errors = schema_errors(validator, document)
+        for e in errors[:5]:
+            failures.append(f"{path.relative_to(source)}: the schema refuses: {describe(e)}")
+        validated += 1
+    if validated == 0:
+        failures.append("no scenario was validated")
+    print(f"validated {validated} scenarios ({refused} refused by the program, skipped)")
+
+
+def wrap_map_entry(entry):
+    return {"steps": [{"config": {"route-maps": {"RM": [dict({"seq": 10, "action": "permit"},
+                                                              **entry)]}}}]}
+
+
+def wrap_config(config):
+    return {"steps": [{"config": config}]}
+
+
+# Documents that the program refuses and the schema must refuse too. Each is YAML text,
+# so that scalar typing is part of what is checked.
+BAD = [
+    ("unknown top-level key", "vrf: a\nsteps: [{config: {}}]\nsteps2: 1\n"),
+    ("no steps", "vrf: a\n"),
+    ("empty steps", "steps: []\n"),
+    ("step without config", "steps: [{name: x}]\n"),
+    ("unknown config section", "steps: [{config: {prefix-list: {}}}]\n"),
+    ("unknown input", "steps: [{config: {}, inputs: [route-map]}]\n"),
+    ("input listed twice", "steps: [{config: {}, inputs: [acl-config, acl-config]}]\n"),
+    ("vrf name too long", "vrf: " + "v" * 65 + "\nsteps: [{config: {}}]\n"),
+    ("seq not a number", "steps: [{config: {prefix-lists: {P: [{seq: ten, action: permit, "
+     "prefix: 10.0.0.0/8}]}}}]\n"),
+    ("seq above 32 bits", "steps: [{config: {prefix-lists: {P: [{seq: 4294967296, "
+     "action: permit, prefix: 10.0.0.0/8}]}}}]\n"),
+    ("seq as a YAML 1.1 boolean", "steps: [{config: {prefix-lists: {P: [{seq: yes, "
+     "action: permit, prefix: 10.0.0.0/8}]}}}]\n"),
+    ("action other than permit or deny", "steps: [{config: {prefix-lists: {P: [{seq: 1, "
+     "action: allow, prefix: 10.0.0.0/8}]}}}]\n"),
+    ("IPv4 prefix length 33", "steps: [{config: {prefix-lists: {P: [{seq: 1, "
+     "action: permit, prefix: 10.0.0.0/33}]}}}]\n"),
+    ("IPv4 prefix with an octet of 256", "steps: [{config: {prefix-lists: {P: [{seq: 1, "
+     "action: permit, prefix: 10.256.0.0/16}]}}}]\n"),
+    ("ge beyond an IPv4 prefix", "steps: [{config: {prefix-lists: {P: [{seq: 1, "
+     "action: permit, prefix: 10.0.0.0/8, ge: 33}]}}}]\n"),
+    ("IPv6 prefix length 129", "steps: [{config: {ipv6-prefix-lists: {P: [{seq: 1, "
+     "action: permit, prefix: '2001:db8::/129'}]}}}]\n"),
+    ("prefix-list mapping with source", "steps: [{config: {prefix-lists: {P: {source: x, "
+     "entries: []}}}}]\n"),
+    ("community list mapping with version", "steps: [{config: {community-lists: {C: "
+     "{version: 2, entries: []}}}}]\n"),
+    ("AS-path origin word other than any", "steps: [{config: {as-path-lists: {A: [{seq: 1, "
+     "action: permit, regex: x, origin: igp}]}}}]\n"),
+    ("AS-path validity not a pair", "steps: [{config: {as-path-lists: {A: [{seq: 1, "
+     "action: permit, regex: x, valid: [true]}]}}}]\n"),
+    ("communities on a regex entry", "steps: [{config: {community-lists: {C: [{seq: 1, "
+     "action: permit, type: standard-regex, regex: x, communities: []}]}}}]\n"),
+    ("regex on a value entry", "steps: [{config: {community-lists: {C: [{seq: 1, "
+     "action: permit, type: large, communities: [], regex: x}]}}}]\n"),
+    ("community type 6", "steps: [{config: {community-lists: {C: [{seq: 1, action: permit, "
+     "type: 6, communities: []}]}}}]\n"),
+    ("standard community half above 16 bits", "steps: [{config: {community-lists: {C: "
+     "[{seq: 1, action: permit, type: standard, communities: ['65536:1']}]}}}]\n"),
+    ("large community of two parts", "steps: [{config: {community-lists: {C: [{seq: 1, "
+     "action: permit, type: large, communities: ['1:2']}]}}}]\n"),
+    ("access-list source without a mask", "steps: [{config: {access-lists: {A: [{seq: 1, "
+     "action: permit, source: 10.0.0.0}]}}}]\n"),
+    ("unknown match option", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "match: [{option: prefix-lists, value: P}]}]}}}]\n"),
+    ("option name with the wrong key", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, match: [{option: prefix-list, lists: [P]}]}]}}}]\n"),
+    ("community match without lists", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, match: [{option: community, exact: true}]}]}}}]\n"),
+    ("protocol 10", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "match: [{option: protocol, value: 10}]}]}}}]\n"),
+    ("metric type 3", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "match: [{option: 112, value: 3}]}]}}}]\n"),
+    ("empty list name in a match", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, match: [{option: prefix-list, value: ''}]}]}}}]\n"),
+    ("gateway not an address", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, match: [{option: gateway, value: gw1}]}]}}}]\n"),
+    ("AS-path length pair of three", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, match: [{option: as-path-length, pair: [1, 2, 3]}]}]}}}]\n"),
+    ("invert not a boolean", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "match: [{option: 1, value: A, invert: 'no'}]}]}}}]\n"),
+    ("unknown set key", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "set: {local-preference: 100}}]}}}]\n"),
+    ("origin 5", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "set: {origin: 5}}]}}}]\n"),
+    ("med type 12", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "set: {metric: {value: 1, med-type: 12}}}]}}}]\n"),
+    ("metric without a value", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, set: {metric: {med-type: 1}}}]}}}]\n"),
+    ("IS-IS level 3", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "set: {isis-level: 3}}]}}}]\n"),
+    ("32-bit action given a negative number", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, set: {action-2: -1}}]}}}]\n"),
+    ("64-bit action beyond 64 bits", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, set: {action-19: 9223372036854775808}}]}}}]\n"),
+    ("prepend-last-as 256", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "set: {as-path-prepend-last-as: 256}}]}}}]\n"),
+    ("community add set with the delete flag", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, set: {community: {values: ['1:1'], flag: 1}}}]}}}]\n"),
+    ("community-delete with another flag", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, set: {community-delete: {values: ['1:1'], flag: 2}}}]}}}]\n"),
+    ("link bandwidth on a standard community set", "steps: [{config: {route-maps: {RM: "
+     "[{seq: 1, action: permit, set: {community: {link-bandwidth: {option: 1}}}}]}}}]\n"),
+    ("link-bandwidth option 5", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, set: {extended-community: {link-bandwidth: {option: 5}}}}]}}}]\n"),
+    ("negative bandwidth", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "set: {extended-community: {link-bandwidth: {option: 2, bandwidth: -1}}}}]}}}]\n"),
+    ("large community value in an extended set", "steps: [{config: {route-maps: {RM: "
+     "[{seq: 1, action: permit, set: {extended-community: {values: ['1:2:3']}}}]}}}]\n"),
+    ("unknown entry key", "steps: [{config: {peer-filters: {PF: [{seq: 1, action: permit, "
+     "sub-route-maps: X}]}}}]\n"),
+    ("unknown dynamic-prefix-list key", "steps: [{config: {dynamic-prefix-lists: "
+     "{D: {match-map: RM, prefix-list: P}}}}]\n"),
+    ("unknown policy-map key", "steps: [{config: {policy-map: {peer-filters: [PF]}}}]\n"),
+    ("policy-map name listed twice", "steps: [{config: {policy-map: "
+     "{route-maps: [RM, RM]}}}]\n"),
+    ("empty list name", "steps: [{config: {route-maps: {'': []}}}]\n"),
+    ("YAML merge key", "steps: [{config: {route-maps: {RM: [&b {seq: 1, action: permit}, "
+     "{<<: *b, seq: 2}]}}}]\n"),
+]
+
+# Documents in unusual but valid forms that both the program and the schema accept.
+GOOD = [
+    ("quoted and hexadecimal numbers", "steps: [{config: {prefix-lists: {P: [{seq: '10', "
+     "action: '1', prefix: 10.0.0.0/8, le: 0x18}]}}}]\n"),
+    ("leading zeros are decimal", "steps: [{config: {prefix-lists: {P: [{seq: 010, "
+     "action: permit, prefix: 010.0.0.0/08, ge: 09}]}}}]\n"),
+    ("empty sections and lists", "steps: [{config: {prefix-lists: , route-maps: {RM: }, "
+     "policy-map: , dynamic-prefix-lists: {D: }}, inputs: }]\n"),
+    ("mapping list forms", "steps: [{config: {as-path-lists: {A: {version: 3, source: s, "
+     "entries: [{seq: 1, action: deny, regex: '^1$', origin: 4294967295, "
+     "valid: ['true', FALSE]}]}}, access-lists: {L: {entries: [{seq: 1, action: 0, "
+     "source: 10.0.0.0/255.0.0.0}]}}}}]\n"),
+    ("community forms", "steps: [{config: {community-lists: {C: [{seq: 1, action: permit, "
+     "type: 0, communities: [0xFFFF0001, '0x10:0x20', 4294967295]}, {seq: 2, action: deny, "
+     "type: 3, regex: 123, version: 0}, {seq: 3, action: permit, type: extended, "
+     "communities: [18446744073709551615]}]}}}]\n"),
+    ("signed 64-bit forms", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "set: {action-19: '+5', action-3: -0, action-26: -0x10, action-35: "
+     "-9223372036854775808, metric: {value: 9223372036854775807}}}]}}}]\n"),
+    ("option numbers and pass-through options", "steps: [{config: {route-maps: {RM: [{seq: 1, "
+     "action: permit, match: [{option: 2, value: P}, {option: 999, value: abc, upper: 1}, "
+     "{option: 4}, {option: contributing-aggregate}]}]}}}]\n"),
+    ("names that look like numbers or booleans", "vrf: 10\nsteps: [{name: true, config: "
+     "{route-maps: {10: [{seq: 1, action: permit, sub-route-map: 0x20}]}, "
+     "policy-map: {route-maps: [10, 'true']}}}]\n"),
+    ("bandwidth forms", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
+     "set: {extended-community: {flag: commSetReplace, link-bandwidth: {option: 2, "
+     "bandwidth: .5e2}}, large-community: {lists: [L], flag: commSetAdditive}}}]}}}]\n"),
+    ("anchors and aliases", "steps: [{config: &c {prefix-lists: {P: [{seq: 1, "
+     "action: permit, prefix: 10.0.0.0/8}]}}}, {config: *c}]\n"),
+]
+
+
+def check_tables(validator, program, failures):
+    for label, text in BAD:
+        status, _ = program.check_text(text)
+        if status != 2:
+            failures.append(f"bad document '{label}': the program accepts it (status {status})")
+        try:
+            document = load(text)
+        except yaml.YAMLError:
+            continue  # the loader refuses it as the program does
+        if not schema_errors(validator, document):
+            failures.append(f"bad document '{label}': the schema accepts it")
+    for label, text in GOOD:
+        status, message = program.check_text(text)
+        document = load(text)
+        if status != 0:
+            failures.append(f"good document '{label}': the program refuses it: {message}")
+        for e in schema_errors(validator, document)[:3]:
+            failures.append(f"good document '{label}': the schema refuses it: {describe(e)}")
+    print(f"bad documents: {len(BAD)}; good documents: {len(GOOD)}")
+
+
+def at(schema, pointer):
+    node = schema
+    for part in filter(None, pointer.split("/")):
+        node = node[int(part)] if isinstance(node, list) else node[part]
+    return node
+
+
+def entry_probe(section, entry):
+    return wrap_config({section: {"X": [dict({"seq": 1, "action": "permit"}, **entry)]}})
+
+
+UNKNOWN = "zz-unknown"
+
+# Every mapping of fixed keys: where it is in the schema, and a document that puts an unknown
+# key into it.
+FIXED_KEY_MAPPINGS = [
+    ("scenario", "", {"steps": [{"config": {}}], UNKNOWN: 1}),
+    ("step", "$defs/step", {"steps": [{"config": {}, UNKNOWN: 1}]}),
+    ("config", "$defs/config", wrap_config({UNKNOWN: 1})),
+    ("policy-map", "$defs/policyMap", wrap_config({"policy-map": {UNKNOWN: 1}})),
+    ("prefix-list entry", "$defs/prefixListEntry", entry_probe("prefix-lists", {UNKNOWN: 1})),
+    ("IPv6 prefix-list entry", "$defs/ipv6PrefixListEntry",
+     entry_probe("ipv6-prefix-lists", {UNKNOWN: 1})),
+    ("AS-path entry", "$defs/asPathListEntry", entry_probe("as-path-lists", {UNKNOWN: 1})),
+    ("community-list entry", "$defs/communityListEntry",
+     entry_probe("community-lists", {UNKNOWN: 1})),
+    ("access-list entry", "$defs/accessListEntry", entry_probe("access-lists", {UNKNOWN: 1})),
+    ("route-map entry", "$defs/mapEntry", entry_probe("route-maps", {UNKNOWN: 1})),
+    ("peer-filter entry", "$defs/mapEntry", entry_probe("peer-filters", {UNKNOWN: 1})),
+    ("prefix list as a mapping", "$defs/prefixList",
+     wrap_config({"prefix-lists": {"X": {UNKNOWN: 1}}})),
+    ("IPv6 prefix list as a mapping", "$defs/ipv6PrefixList",
+     wrap_config({"ipv6-prefix-lists": {"X": {UNKNOWN: 1}}})),
+    ("AS-path list as a mapping", "$defs/asPathList",
+     wrap_config({"as-path-lists": {"X": {UNKNOWN: 1}}})),
+    ("community list as a mapping", "$defs/communityList",
+     wrap_config({"community-lists": {"X": {UNKNOWN: 1}}})),
+    ("access list as a mapping", "$defs/accessList",
+     wrap_config({"access-lists": {"X": {UNKNOWN: 1}}})),
+    ("route map as a mapping", "$defs/map",
+     wrap_config({"route-maps": {"X": {UNKNOWN: 1}}})),
+    ("peer filter as a mapping", "$defs/map",
+     wrap_config({"peer-filters": {"X": {UNKNOWN: 1}}})),
+    ("dynamic prefix list", "$defs/dynamicPrefixList",
+     wrap_config({"dynamic-prefix-lists": {"X": {UNKNOWN: 1}}})),
+    ("match rule", "$defs/matchRule", wrap_map_entry({"match": [{"option": 1, UNKNOWN: 1}]})),
+    ("set", "$defs/set", wrap_map_entry({"set": {UNKNOWN: 1}})),
+    ("metric", "$defs/set/properties/metric",
+     wrap_map_entry({"set": {"metric": {"value": 1, UNKNOWN: 1}}})),
+    ("community", "$defs/set/properties/community",
+     wrap_map_entry({"set": {"community": {UNKNOWN: 1}}})),
+    ("community-delete", "$defs/set/properties/community-delete",
+     wrap_map_entry({"set": {"community-delete": {UNKNOWN: 1}}})),
+    ("extended-community", "$defs/set/properties/extended-community",
+     wrap_map_entry({"set": {"extended-community": {UNKNOWN: 1}}})),
+    ("large-community", "$defs/set/properties/large-community",
+     wrap_map_entry({"set": {"large-community": {UNKNOWN: 1}}})),
+    ("link-bandwidth", "$defs/linkBandwidth",
+     wrap_map_entry({"set": {"extended-community": {"link-bandwidth": {"option": 1,
+                                                                        UNKNOWN: 1}}}})),
+]
+
+EXPECTED_RE = re.compile(r"\(expected (.*)\)$")
+
+
+def listed_keys(message):
+    m = EXPECTED_RE.search(message)
+    if not m:
+        return None
+    return set(m.group(1).replace(" or ", ", ").split(", "))
+
+
+def check_fixed_keys(schema, program, failures):
+    for label, pointer, document in FIXED_KEY_MAPPINGS:
+        status, message = program.check_text(json.dumps(document))
+        if f"unknown key '{UNKNOWN}'" not in message:
+            failures.append(f"{label}: the program did not name the unknown key: {message}")
+            continue
+        theirs = listed_keys(message)
+        ours = set(at(schema, pointer)["properties"])
+        if theirs != ours:
+            failures.append(f"{label}: keys differ; only the program's: {sorted(theirs - ours)}, "
+                         f"only the schema's: {sorted(ours - theirs)}")
+    print(f"fixed-key mappings compared with the program: {len(FIXED_KEY_MAPPINGS)}")
+
+
+def schema_options(schema):
+    """Option number -> (label, accepted keys), and the names, as the schema gives them."""
+    rule = schema["$defs"]["matchRule"]
+    blocks = rule["allOf"]
+    table = {}
+    names = set()
+    for block in blocks[:-1]:
+        enum = block["if"]["properties"]["option"]["enum"]
+        number = next(x for x in enum if isinstance(x, int))
+        name = next((x for x in enum if isinstance(x, str)), str(number))
+        if name != str(number):
+            names.add(name)
+        form = at(schema, block["then"]["$ref"].lstrip("#"))
+        keys = {"option", "invert"} | {k for k, v in form["properties"].items() if v is not False}
+        table[number] = (name, keys)
+    other = at(schema, blocks[-1]["then"]["$ref"].lstrip("#"))
+    other_keys = {"option", "invert"} | {k for k, v in other["properties"].items() if v is not False}
+    return table, names, other_keys, blocks[-1]["if"]["properties"]["option"]["not"]["enum"]
+
+
+def check_options(schema, program, failures):
+    table, names, other_keys, others_exclude = schema_options(schema)
+    if set(others_exclude) != set(table) | names:
+        failures.append("schema: the pass-through rule does not exclude exactly the known options")
+    if set(schema["$defs"]["matchRule"]["properties"]["option"]["anyOf"][0]["enum"]) != names:
+        failures.append("schema: the option names differ from the names of the option rules")
+    probe_re = re.compile(r"does not apply to match option (\S+) \(expected (.*)\)$")
+    numbers = list(range(256)) + [1000, 65535, 4294967295]
+    for number in numbers:
+        found = None
+        for key, value in (("pair", [1, 2]), ("lists", ["X"])):
+            _, message = program.check_text(
+                json.dumps(wrap_map_entry({"match": [{"option": number, key: value}]})))
+            found = probe_re.search(message)
+            if found:
+                break
+        if not found:
+            failures.append(f"option {number}: the program refused no probe key")
+            continue
+        label, keys = found.group(1), listed_keys(found.group(0))
+        want_label, want_keys = table.get(number, (str(number), other_keys))
+        if (label, keys) != (want_label, want_keys):
+            failures.append(f"option {number}: the program says {label} {sorted(keys)}, "
+                         f"the schema {want_label} {sorted(want_keys)}")
+    print(f"option numbers compared with the program: {len(numbers)}")
+
+
+def check_every_name(schema, validator, program, failures):
+    rules = schema["$defs"]["matchRule"]["examples"]
+    table, _, _, _ = schema_options(schema)
+    given = {r["option"] for r in rules}
+    missing = [n for n in table if n not in given and table[n][0] not in given]
+    if missing:
+        failures.append(f"schema: no example rule for options {missing}")
+    example_set = schema["$defs"]["set"]["examples"][0]
+    set_keys = set(schema["$defs"]["set"]["properties"])
+    if set(example_set) != set_keys:
+        failures.append(f"schema: the set example lacks {sorted(set_keys - set(example_set))}")
+    entries = [{"seq": 10 * (i + 1), "action": "permit", "match": [r]} for i, r in enumerate(rules)]
+    entries.append({"seq": 10 * (len(rules) + 1), "action": "deny", "set": example_set})
+    document = wrap_config({"route-maps": {"RM": entries}, "peer-filters": {"PF": entries}})
+    for e in schema_errors(validator, document)[:5]:
+        failures.append(f"every-name scenario: the schema refuses it: {describe(e)}")
+    status, message = program.check_text(json.dumps(document))
+    if status != 0:
+        failures.append(f"every-name scenario: the program refuses it: {message}")
+    print(f"every-name scenario: {len(rules)} match rules, {len(example_set)} set clauses")
+
+
+def check_reference(schema, source, failures):
+    """Every key, option and set clause of the schema appears in the format reference."""
+    text = (source / "docs" / "scenario-format.md").read_text()
+    table, names, _, _ = schema_options(schema)
+    wanted = set(names) | {k for _, pointer, _ in FIXED_KEY_MAPPINGS
+                           for k in at(schema, pointer)["properties"]}
+    missing = sorted(k for k in wanted if f"`{k}`" not in text)
+    missing += [str(n) for n in table if not re.search(rf"\| {n} \|", text)]
+    if missing:
+        failures.append(f"docs/scenario-format.md does not describe: {missing}")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--source-dir", required=True, type=pathlib.Path)
+    parser.add_argument("--ribpolicy")
+    parser.add_argument("files", nargs="*", type=pathlib.Path)
+    args = parser.parse_args()
+    schema = json.loads((args.source_dir / "docs" / "scenario.schema.json").read_text())
+    jsonschema.Draft202012Validator.check_schema(schema)
+    validator = jsonschema.Draft202012Validator(schema)
+    failures = []
+    if args.files:
+        for path in args.files:
+            for e in schema_errors(validator, load(path.read_text())):
+                failures.append(f"{path}: {describe(e)}")
+    if args.ribpolicy:
+        check_reference(schema, args.source_dir, failures)
+        program = Program(args.ribpolicy)
+        validate_scenarios(validator, program, args.source_dir, failures)
+        check_tables(validator, program, failures)
+        check_fixed_keys(schema, program, failures)
+        check_options(schema, program, failures)
+        check_every_name(schema, validator, program, failures)
+    for line in failures:
+        print("FAIL: " + line)
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
