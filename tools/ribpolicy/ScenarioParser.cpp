@@ -211,6 +211,26 @@ class DocumentBuilder {
     if (!yaml_parser_initialize(&parser_)) throw InputError(1, 1, "invalid YAML: out of memory");
     yaml_parser_set_input_string(&parser_, reinterpret_cast<const unsigned char*>(text.data()),
                                  text.size());
+    // Past a last line without a line break, the parser marks the end of the text on a line
+    // of its own making; such marks are placed at the end of the last line instead.
+    if (!text.empty() && text.back() != '\n' && text.back() != '\r') {
+      lastLine_ = 0;
+      for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string_view rest = text.substr(i);
+        if (rest[0] == '\n' || (rest[0] == '\r' && !rest.starts_with("\r\n")) ||
+            rest.starts_with("\xc2\x85") || rest.starts_with("\xe2\x80\xa8") ||
+            rest.starts_with("\xe2\x80\xa9")) {
+          ++lastLine_;
+        }
+      }
+    }
+    // Room for the nodes that text of this size usually holds, taken at once: a growing
+    // vector would hold its old and new storage together at every doubling, and the pages
+    // never written are never resident.
+    const std::size_t expected = text.size() / 4 + 16;
+    doc_.nodes_.reserve(expected);
+    doc_.kids_.reserve(expected);
+    doc_.texts_.reserve(expected / 2);
   }
   ~DocumentBuilder() { yaml_parser_delete(&parser_); }
   DocumentBuilder(const DocumentBuilder&) = delete;
@@ -286,17 +306,7 @@ class DocumentBuilder {
     if (parser_.context) message += std::string(" ") + parser_.context;
     if (parser_.error == YAML_READER_ERROR) {
       // The reader names a byte offset only.
-      const std::size_t offset = std::min(parser_.problem_offset, text_.size());
-      int line = 1;
-      int column = 1;
-      for (std::size_t i = 0; i < offset; ++i) {
-        if (text_[i] == '\n') {
-          ++line;
-          column = 1;
-        } else {
-          ++column;
-        }
-      }
+      const auto [line, column] = positionAt(parser_.problem_offset);
       // The byte it refuses, when it names one, is what the writer has to find.
       if (parser_.problem_value >= 0 && parser_.problem_value < 0x100) {
         message += ": " + std::string(1, static_cast<char>(parser_.problem_value));
@@ -312,8 +322,30 @@ class DocumentBuilder {
       const std::size_t width = lead < 0xc0 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
       message = "unknown escape character: " + std::string(text_.substr(m.index + 1, width));
     }
-    throw InputError(static_cast<int>(m.line) + 1, static_cast<int>(m.column) + 1,
-                     "invalid YAML: " + printable(message));
+    const auto [line, column] = where(m);
+    throw InputError(line, column, "invalid YAML: " + printable(message));
+  }
+
+  // The 1-based position of a parser's mark.
+  std::pair<int, int> where(const yaml_mark_t& m) const {
+    if (m.line > lastLine_) return positionAt(text_.size());
+    return {static_cast<int>(m.line) + 1, static_cast<int>(m.column) + 1};
+  }
+
+  // The 1-based line and column of a byte offset into the text.
+  std::pair<int, int> positionAt(std::size_t offset) const {
+    offset = std::min(offset, text_.size());
+    int line = 1;
+    int column = 1;
+    for (std::size_t i = 0; i < offset; ++i) {
+      if (text_[i] == '\n') {
+        ++line;
+        column = 1;
+      } else {
+        ++column;
+      }
+    }
+    return {line, column};
   }
 
   std::uint32_t add(const Document::Record& r) {
@@ -343,8 +375,8 @@ class DocumentBuilder {
     const bool null =
         s.style == YAML_PLAIN_SCALAR_STYLE && !s.tag &&
         (value.empty() || value == "~" || value == "null" || value == "Null" || value == "NULL");
-    Document::Record r{NodeKind::null, static_cast<int>(mark.line) + 1,
-                       static_cast<int>(mark.column) + 1, 0, 0};
+    const auto [line, column] = where(mark);
+    Document::Record r{NodeKind::null, line, column, 0, 0};
     if (!null) {
       r.kind = NodeKind::scalar;
       r.first = static_cast<std::uint32_t>(doc_.texts_.size());
@@ -359,8 +391,8 @@ class DocumentBuilder {
   void alias(const std::string& anchor, const yaml_mark_t& mark) {
     const auto it = anchors_.find(anchor);
     if (it == anchors_.end()) {
-      throw InputError(static_cast<int>(mark.line) + 1, static_cast<int>(mark.column) + 1,
-                       "invalid YAML: the referenced anchor is not defined");
+      const auto [line, column] = where(mark);
+      throw InputError(line, column, "invalid YAML: the referenced anchor is not defined");
     }
     // An alias of a node still open (a node that holds itself) counts as one node: the
     // reader never takes one node for two levels of a scenario, so it stops there at once.
@@ -368,16 +400,16 @@ class DocumentBuilder {
     nodes_ += size;
     repeated_ += size - 1;
     if (repeated_ > kMaxRepeatedNodes) {
+      const auto [line, column] = where(mark);
       throw InputError(
-          static_cast<int>(mark.line) + 1, static_cast<int>(mark.column) + 1,
+          line, column,
           "invalid YAML: aliases repeat more than " + std::to_string(kMaxRepeatedNodes) + " nodes");
     }
     place(it->second.node);
   }
 
   void open(NodeKind kind, const unsigned char* anchor, const yaml_mark_t& mark) {
-    const int line = static_cast<int>(mark.line) + 1;
-    const int column = static_cast<int>(mark.column) + 1;
+    const auto [line, column] = where(mark);
     if (open_.size() == kMaxNesting) {
       const std::string what = kind == NodeKind::map ? "mapping" : "list";
       throw InputError(line, column,
@@ -407,6 +439,7 @@ class DocumentBuilder {
   }
 
   std::string_view text_;
+  std::size_t lastLine_ = std::numeric_limits<std::size_t>::max();  // 0-based
   yaml_parser_t parser_{};
   Document doc_;
   std::vector<Open> open_;
@@ -1304,137 +1337,112 @@ Vox::Ptr<CommunitySet const> parseCommunitySet(const Node& n, const std::string&
   return set;
 }
 
+// The set clauses, one row per key: its flag bit and how its value reads. The rows are read
+// in this order, whatever the order of the keys in the file.
+struct SetClauseRow {
+  std::string_view key;
+  SetFlagBit bit;
+  void (*read)(const Node& value, SetClauses& into);
+};
+
 SetClauses parseSetClauses(const Node& n) {
   using namespace Routing::RouteMap;
-  Fields f(n, "set",
-           {"as-path-prepend",
-            "next-hop",
-            "ipv6-next-hop",
-            "origin",
-            "action-19",
-            "metric",
-            "ospf-metric-type",
-            "isis-level",
-            "action-2",
-            "community",
-            "community-delete",
-            "extended-community",
-            "action-3",
-            "action-25",
-            "action-26",
-            "next-hop-peer-address",
-            "ipv6-next-hop-peer-address",
-            "next-hop-unchanged",
-            "ipv6-next-hop-unchanged",
-            "as-path-prepend-last-as",
-            "as-path-replace",
-            "action-35",
-            "large-community"});
+  static const SetClauseRow kRows[] = {
+      {"as-path-prepend", setAsPathPrepend,
+       [](const Node& v, SetClauses& s) { s.asPathPrepend = asList(v, "as-path-prepend"); }},
+      {"next-hop", setNextHop,
+       [](const Node& v, SetClauses& s) { s.nextHop = ipv4(v, "next-hop"); }},
+      {"ipv6-next-hop", setIpv6NextHop,
+       [](const Node& v, SetClauses& s) { s.ipv6NextHop = ipv6(v, "ipv6-next-hop"); }},
+      {"origin", setOrigin,
+       [](const Node& v, SetClauses& s) {
+         s.origin = u32(v, "origin", 1, 3, "an origin of 1, 2 or 3");
+       }},
+      {"action-19", setAction19,
+       [](const Node& v, SetClauses& s) { s.action19 = s64(v, "action-19"); }},
+      {"metric", setMetric,
+       [](const Node& v, SetClauses& s) {
+         Fields m(v, "metric", {"value", "med-type"});
+         if (v.IsNull()) expected(v, "metric", "a mapping {value, med-type}");
+         s.metric = s64(m.need("value"), "value");
+         if (const Node* t = m.get("med-type")) {
+           s.medType = u32(*t, "med-type", 0, 8, "a med type from 0 to 8");
+         }
+       }},
+      {"ospf-metric-type", setOspfMetricType,
+       [](const Node& v, SetClauses& s) {
+         s.ospfMetricType = u32(v, "ospf-metric-type", 1, 2, "an OSPF metric type, 1 or 2");
+       }},
+      {"isis-level", setIsisLevel,
+       [](const Node& v, SetClauses& s) {
+         s.isisLevel = u32(v, "isis-level", 0, 2, "an IS-IS level, 0, 1 or 2");
+       }},
+      {"action-2", setAction2,
+       [](const Node& v, SetClauses& s) { s.action2 = u32(v, "action-2"); }},
+      {"community", setCommunityAddReplace,
+       [](const Node& v, SetClauses& s) {
+         s.communityAddReplace =
+             parseCommunitySet(v, "community", Acl::communityStandard, Acl::commSetNone_, nullptr);
+       }},
+      {"community-delete", setCommunityDelete,
+       [](const Node& v, SetClauses& s) {
+         s.communityDelete = parseCommunitySet(v, "community-delete", Acl::communityStandard,
+                                               Acl::commSetDelete_, nullptr);
+       }},
+      {"extended-community", setExtCommunity,
+       [](const Node& v, SetClauses& s) {
+         LinkBandwidth lbw;
+         s.extCommunity = parseCommunitySet(v, "extended-community", Acl::communityExtended,
+                                            Acl::commSetNone_, &lbw);
+         s.extCommLbwFlag = lbw.option;
+         s.extCommLbwBandwidth = lbw.bandwidth;
+       }},
+      {"action-3", setAction3,
+       [](const Node& v, SetClauses& s) { s.action3 = s64(v, "action-3"); }},
+      {"action-25", setAction25,
+       [](const Node& v, SetClauses& s) { s.action25 = u32(v, "action-25"); }},
+      {"action-26", setAction26,
+       [](const Node& v, SetClauses& s) { s.action26 = s64(v, "action-26"); }},
+      {"next-hop-peer-address", setNextHopPeerAddr,
+       [](const Node& v, SetClauses& s) {
+         s.nextHopPeerAddr = boolean(v, "next-hop-peer-address");
+       }},
+      {"ipv6-next-hop-peer-address", setIpv6NextHopPeerAddr,
+       [](const Node& v, SetClauses& s) {
+         s.ipv6NextHopPeerAddr = boolean(v, "ipv6-next-hop-peer-address");
+       }},
+      {"next-hop-unchanged", setNextHopUnchanged,
+       [](const Node& v, SetClauses& s) { s.nextHopUnchanged = boolean(v, "next-hop-unchanged"); }},
+      {"ipv6-next-hop-unchanged", setIpv6NextHopUnchanged,
+       [](const Node& v, SetClauses& s) {
+         s.ipv6NextHopUnchanged = boolean(v, "ipv6-next-hop-unchanged");
+       }},
+      {"as-path-prepend-last-as", setAsPathPrependLastAs,
+       [](const Node& v, SetClauses& s) {
+         s.asPathPrependLastAs = static_cast<U8>(u32(v, "as-path-prepend-last-as", 0, 255));
+       }},
+      {"as-path-replace", setAsPathReplace,
+       [](const Node& v, SetClauses& s) { s.asPathReplace = asList(v, "as-path-replace"); }},
+      {"action-35", setAction35,
+       [](const Node& v, SetClauses& s) { s.action35 = s64(v, "action-35"); }},
+      {"large-community", setLargeCommunity,
+       [](const Node& v, SetClauses& s) {
+         s.largeCommunity = parseCommunitySet(v, "large-community", Acl::communityLarge,
+                                              Acl::commSetNone_, nullptr);
+       }},
+  };
+  static const std::vector<std::string_view> kKeys = [] {
+    std::vector<std::string_view> keys;
+    for (const SetClauseRow& row : kRows) keys.push_back(row.key);
+    return keys;
+  }();
+  const Fields f(n, "set", kKeys);
   SetClauses s;
-  auto on = [&](SetFlagBit bit) { s.flags |= 1u << bit; };
-  if (const Node* v = f.get("as-path-prepend")) {
-    s.asPathPrepend = asList(*v, "as-path-prepend");
-    on(setAsPathPrepend);
-  }
-  if (const Node* v = f.get("next-hop")) {
-    s.nextHop = ipv4(*v, "next-hop");
-    on(setNextHop);
-  }
-  if (const Node* v = f.get("ipv6-next-hop")) {
-    s.ipv6NextHop = ipv6(*v, "ipv6-next-hop");
-    on(setIpv6NextHop);
-  }
-  if (const Node* v = f.get("origin")) {
-    s.origin = u32(*v, "origin", 1, 3, "an origin of 1, 2 or 3");
-    on(setOrigin);
-  }
-  if (const Node* v = f.get("action-19")) {
-    s.action19 = s64(*v, "action-19");
-    on(setAction19);
-  }
-  if (const Node* v = f.get("metric")) {
-    Fields m(*v, "metric", {"value", "med-type"});
-    if (v->IsNull()) expected(*v, "metric", "a mapping {value, med-type}");
-    s.metric = s64(m.need("value"), "value");
-    if (const Node* t = m.get("med-type")) {
-      s.medType = u32(*t, "med-type", 0, 8, "a med type from 0 to 8");
+  for (const SetClauseRow& row : kRows) {
+    if (const Node* v = f.get(row.key)) {
+      row.read(*v, s);
+      s.flags |= 1u << row.bit;
     }
-    on(setMetric);
-  }
-  if (const Node* v = f.get("ospf-metric-type")) {
-    s.ospfMetricType = u32(*v, "ospf-metric-type", 1, 2, "an OSPF metric type, 1 or 2");
-    on(setOspfMetricType);
-  }
-  if (const Node* v = f.get("isis-level")) {
-    s.isisLevel = u32(*v, "isis-level", 0, 2, "an IS-IS level, 0, 1 or 2");
-    on(setIsisLevel);
-  }
-  if (const Node* v = f.get("action-2")) {
-    s.action2 = u32(*v, "action-2");
-    on(setAction2);
-  }
-  if (const Node* v = f.get("community")) {
-    s.communityAddReplace =
-        parseCommunitySet(*v, "community", Acl::communityStandard, Acl::commSetNone_, nullptr);
-    on(setCommunityAddReplace);
-  }
-  if (const Node* v = f.get("community-delete")) {
-    s.communityDelete = parseCommunitySet(*v, "community-delete", Acl::communityStandard,
-                                          Acl::commSetDelete_, nullptr);
-    on(setCommunityDelete);
-  }
-  if (const Node* v = f.get("extended-community")) {
-    LinkBandwidth lbw;
-    s.extCommunity = parseCommunitySet(*v, "extended-community", Acl::communityExtended,
-                                       Acl::commSetNone_, &lbw);
-    s.extCommLbwFlag = lbw.option;
-    s.extCommLbwBandwidth = lbw.bandwidth;
-    on(setExtCommunity);
-  }
-  if (const Node* v = f.get("action-3")) {
-    s.action3 = s64(*v, "action-3");
-    on(setAction3);
-  }
-  if (const Node* v = f.get("action-25")) {
-    s.action25 = u32(*v, "action-25");
-    on(setAction25);
-  }
-  if (const Node* v = f.get("action-26")) {
-    s.action26 = s64(*v, "action-26");
-    on(setAction26);
-  }
-  if (const Node* v = f.get("next-hop-peer-address")) {
-    s.nextHopPeerAddr = boolean(*v, "next-hop-peer-address");
-    on(setNextHopPeerAddr);
-  }
-  if (const Node* v = f.get("ipv6-next-hop-peer-address")) {
-    s.ipv6NextHopPeerAddr = boolean(*v, "ipv6-next-hop-peer-address");
-    on(setIpv6NextHopPeerAddr);
-  }
-  if (const Node* v = f.get("next-hop-unchanged")) {
-    s.nextHopUnchanged = boolean(*v, "next-hop-unchanged");
-    on(setNextHopUnchanged);
-  }
-  if (const Node* v = f.get("ipv6-next-hop-unchanged")) {
-    s.ipv6NextHopUnchanged = boolean(*v, "ipv6-next-hop-unchanged");
-    on(setIpv6NextHopUnchanged);
-  }
-  if (const Node* v = f.get("as-path-prepend-last-as")) {
-    s.asPathPrependLastAs = static_cast<U8>(u32(*v, "as-path-prepend-last-as", 0, 255));
-    on(setAsPathPrependLastAs);
-  }
-  if (const Node* v = f.get("as-path-replace")) {
-    s.asPathReplace = asList(*v, "as-path-replace");
-    on(setAsPathReplace);
-  }
-  if (const Node* v = f.get("action-35")) {
-    s.action35 = s64(*v, "action-35");
-    on(setAction35);
-  }
-  if (const Node* v = f.get("large-community")) {
-    s.largeCommunity =
-        parseCommunitySet(*v, "large-community", Acl::communityLarge, Acl::commSetNone_, nullptr);
-    on(setLargeCommunity);
   }
   return s;
 }
