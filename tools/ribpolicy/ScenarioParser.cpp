@@ -1054,91 +1054,64 @@ enum class OptionForm : std::uint8_t {
   passThrough,     // an option the library does not know: value and upper as given
 };
 
-struct OptionName {
+// The match options: the name a scenario may give one by (empty for the options it gives by
+// number only), the option, and the form of its value. The named ones are listed, in this
+// order, when an option is unknown; any other number reads as passThrough.
+struct OptionRow {
   std::string_view name;
   MatchOption option;
+  OptionForm form;
 };
-constexpr OptionName kOptionNames[] = {
-    {"access-list", Routing::RouteMap::matchAccessList},
-    {"prefix-list", Routing::RouteMap::matchPrefixList},
-    {"ipv6-prefix-list", Routing::RouteMap::matchIpv6PrefixList},
-    {"gateway", Routing::RouteMap::matchGateway},
-    {"next-hop", Routing::RouteMap::matchNextHop},
-    {"ipv6-next-hop", Routing::RouteMap::matchIpv6NextHop},
-    {"next-hop-prefix-list", Routing::RouteMap::matchNextHopPrefixList},
-    {"ipv6-next-hop-prefix-list", Routing::RouteMap::matchIpv6NextHopPrefixList},
-    {"resolved-next-hop-prefix-list", Routing::RouteMap::matchResolvedNextHopPrefixList},
-    {"ipv6-resolved-next-hop-prefix-list", Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList},
-    {"community", Routing::RouteMap::matchCommunity},
-    {"extended-community", Routing::RouteMap::matchExtCommunity},
-    {"large-community", Routing::RouteMap::matchLargeCommunity},
-    {"interface", Routing::RouteMap::matchInterface},
-    {"metric-type", Routing::RouteMap::matchMetricType},
-    {"protocol", Routing::RouteMap::matchProtocol},
-    {"as-range", Routing::RouteMap::matchAsRange},
-    {"route-type", Routing::RouteMap::matchRouteType},
-    {"dynamic-prefix-list", Routing::RouteMap::matchDynamicPrefixList},
-    {"ipv6-dynamic-prefix-list", Routing::RouteMap::matchIpv6DynamicPrefixList},
-    {"community-instances", Routing::RouteMap::matchCommInstances},
-    {"as-path-length", Routing::RouteMap::matchAsPathLength},
-    {"contributing-aggregate", Routing::RouteMap::matchContribAggAttr},
+constexpr OptionRow kOptions[] = {
+    {"access-list", Routing::RouteMap::matchAccessList, OptionForm::listName},
+    {"prefix-list", Routing::RouteMap::matchPrefixList, OptionForm::listName},
+    {"ipv6-prefix-list", Routing::RouteMap::matchIpv6PrefixList, OptionForm::listName},
+    {"gateway", Routing::RouteMap::matchGateway, OptionForm::ipv4Address},
+    {"next-hop", Routing::RouteMap::matchNextHop, OptionForm::ipv4Address},
+    {"ipv6-next-hop", Routing::RouteMap::matchIpv6NextHop, OptionForm::ipv6Address},
+    {"next-hop-prefix-list", Routing::RouteMap::matchNextHopPrefixList, OptionForm::listName},
+    {"ipv6-next-hop-prefix-list", Routing::RouteMap::matchIpv6NextHopPrefixList,
+     OptionForm::listName},
+    {"resolved-next-hop-prefix-list", Routing::RouteMap::matchResolvedNextHopPrefixList,
+     OptionForm::listName},
+    {"ipv6-resolved-next-hop-prefix-list", Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList,
+     OptionForm::listName},
+    {"community", Routing::RouteMap::matchCommunity, OptionForm::communityLists},
+    {"extended-community", Routing::RouteMap::matchExtCommunity, OptionForm::communityLists},
+    {"large-community", Routing::RouteMap::matchLargeCommunity, OptionForm::communityLists},
+    {"interface", Routing::RouteMap::matchInterface, OptionForm::text},
+    {"metric-type", Routing::RouteMap::matchMetricType, OptionForm::metricType},
+    {"protocol", Routing::RouteMap::matchProtocol, OptionForm::protocol},
+    {"as-range", Routing::RouteMap::matchAsRange, OptionForm::range},
+    {"route-type", Routing::RouteMap::matchRouteType, OptionForm::routeType},
+    {"dynamic-prefix-list", Routing::RouteMap::matchDynamicPrefixList, OptionForm::listName},
+    {"ipv6-dynamic-prefix-list", Routing::RouteMap::matchIpv6DynamicPrefixList,
+     OptionForm::listName},
+    {"community-instances", Routing::RouteMap::matchCommInstances, OptionForm::range},
+    {"as-path-length", Routing::RouteMap::matchAsPathLength, OptionForm::pair},
+    {"contributing-aggregate", Routing::RouteMap::matchContribAggAttr, OptionForm::optionalText},
+    {"", 100, OptionForm::integer},
+    {"", 101, OptionForm::text},
+    {"", 102, OptionForm::text},
+    {"", 105, OptionForm::integer},
+    {"", 108, OptionForm::integer},
+    {"", 109, OptionForm::integer},
+    {"", 110, OptionForm::integer},
+    {"", 111, OptionForm::integer},
+    {"", 115, OptionForm::integer},
+    {"", 120, OptionForm::text},
 };
 
 OptionForm optionForm(MatchOption option) {
-  switch (option) {
-    case 1:
-    case 2:
-    case 14:
-    case 15:
-    case 116:
-    case 118:
-    case 119:
-    case 123:
-    case 124:
-      return OptionForm::listName;
-    case 5:
-    case 12:
-      return OptionForm::ipv4Address;
-    case 117:
-      return OptionForm::ipv6Address;
-    case 103:
-    case 104:
-    case 127:
-      return OptionForm::communityLists;
-    case 101:
-    case 102:
-    case 107:
-    case 120:
-      return OptionForm::text;
-    case 128:
-      return OptionForm::optionalText;
-    case 112:
-      return OptionForm::metricType;
-    case 113:
-      return OptionForm::protocol;
-    case 122:
-      return OptionForm::routeType;
-    case 121:
-    case 125:
-      return OptionForm::range;
-    case 126:
-      return OptionForm::pair;
-    case 100:
-    case 105:
-    case 108:
-    case 109:
-    case 110:
-    case 111:
-    case 115:
-      return OptionForm::integer;
-    default:
-      return OptionForm::passThrough;
+  for (const OptionRow& row : kOptions) {
+    if (row.option == option) return row.form;
   }
+  return OptionForm::passThrough;
 }
 
 std::string optionLabel(MatchOption option) {
-  for (const OptionName& n : kOptionNames) {
-    if (n.option == option) return std::string(n.name);
+  for (const OptionRow& n : kOptions) {
+    if (n.option == option && !n.name.empty()) return std::string(n.name);
   }
   return std::to_string(option);
 }
@@ -1146,13 +1119,15 @@ std::string optionLabel(MatchOption option) {
 MatchOption matchOption(const Node& n) {
   constexpr std::string_view kWhat = "a match option name or number";
   const std::string& s = scalar(n, "option", kWhat);
-  for (const OptionName& o : kOptionNames) {
-    if (s == o.name) return o.option;
+  for (const OptionRow& o : kOptions) {
+    if (!o.name.empty() && s == o.name) return o.option;
   }
   const auto v = parseUnsigned(s);
   if (!v || *v > 0xffffffffu) {
     std::vector<std::string_view> names;
-    for (const OptionName& o : kOptionNames) names.push_back(o.name);
+    for (const OptionRow& o : kOptions) {
+      if (!o.name.empty()) names.push_back(o.name);
+    }
     fail(n, "option: unknown match option " + quote(s) +
                 " (expected a number or a name: " + joinKeys(names) + ")");
   }
