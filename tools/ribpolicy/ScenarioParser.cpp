@@ -509,17 +509,18 @@ class MarkScope {
 // repeated key is an error at the key itself.
 class Fields {
  public:
-  Fields(const Node& node, std::string what, std::vector<std::string_view> allowed)
-      : node_(node), what_(std::move(what)), allowed_(std::move(allowed)) {
+  Fields(const Node& node, std::string what, const std::vector<std::string_view>& allowed)
+      : node_(node), what_(std::move(what)) {
     if (node.IsNull()) return;
     if (!node.IsMap()) expected(node, what_, "a mapping");
+    members_.reserve(node.size());
     for (auto it = node.begin(); it != node.end(); ++it) {
       const Node key = it->first;
       if (!key.IsScalar()) expected(key, what_, "a key name");
       const std::string& name = key.Scalar();
-      if (std::find(allowed_.begin(), allowed_.end(), name) == allowed_.end()) {
+      if (std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
         fail(key, "unknown key " + quote(name) + " in " + what_ + " (expected " +
-                      joinKeys(allowed_) + ")");
+                      joinKeys(allowed) + ")");
       }
       for (const Member& m : members_) {
         if (m.name == name) {
@@ -557,13 +558,12 @@ class Fields {
 
  private:
   struct Member {
-    std::string name;
+    std::string_view name;  // the document's own text
     Node key;
     Node value;
   };
   Node node_;
   std::string what_;
-  std::vector<std::string_view> allowed_;
   std::vector<Member> members_;
 };
 
@@ -833,12 +833,13 @@ ListForm listForm(const Node& n, const std::string& what, bool versioned, bool s
 // `body` reads the rest of it.
 template <class T, class Body>
 std::map<U32, T> parseEntries(const std::vector<Node>& nodes, const std::string& what,
-                              std::vector<std::string_view> keys, Body body) {
+                              const std::vector<std::string_view>& keys, Body body) {
   std::map<U32, T> out;
   std::map<U32, int> firstLine;
+  const std::string entry = "entry of " + what;
   for (const Node& node : nodes) {
-    Fields f(node, "entry of " + what, keys);
-    if (node.IsNull()) expected(node, "entry of " + what, "a mapping");
+    Fields f(node, entry, keys);
+    if (node.IsNull()) expected(node, entry, "a mapping");
     const Node& seqNode = f.need("seq");
     const U32 seq = u32(seqNode, "seq");
     if (auto it = firstLine.find(seq); it != firstLine.end()) {
