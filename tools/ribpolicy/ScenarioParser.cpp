@@ -75,21 +75,25 @@ class Document {
     NodeKind kind;
     int line;
     int column;
-    // scalar: the index of its text; list and mapping: the first child's index in kids_.
+    // scalar: where its text starts in texts_; list and mapping: the first child's index in
+    // kids_.
     std::uint32_t first;
-    std::uint32_t count;  // children (a mapping counts keys and values)
+    std::uint32_t count;  // scalar: the length of its text; list and mapping: the children
+                          // (a mapping counts keys and values)
   };
 
   const Record& record(std::uint32_t i) const { return nodes_[i]; }
   std::uint32_t kid(std::uint32_t i) const { return kids_[i]; }
-  const std::string& text(std::uint32_t i) const { return texts_[i]; }
+  std::string_view text(const Record& r) const {
+    return std::string_view(texts_).substr(r.first, r.count);
+  }
   std::uint32_t root() const { return root_; }
 
  private:
   friend class DocumentBuilder;
   std::vector<Record> nodes_;
   std::vector<std::uint32_t> kids_;
-  std::vector<std::string> texts_;
+  std::string texts_;  // every scalar's text, one after the other
   std::uint32_t root_ = 0;
 };
 
@@ -103,7 +107,7 @@ class Node {
   bool IsScalar() const { return kind() == NodeKind::scalar; }
   bool IsSequence() const { return kind() == NodeKind::sequence; }
   bool IsMap() const { return kind() == NodeKind::map; }
-  const std::string& Scalar() const { return doc_->text(rec().first); }
+  std::string_view Scalar() const { return doc_->text(rec()); }
   // The number of items of a list, or of members of a mapping.
   std::size_t size() const { return IsMap() ? rec().count / 2 : IsSequence() ? rec().count : 0; }
   int line() const { return rec().line; }
@@ -230,7 +234,7 @@ class DocumentBuilder {
     const std::size_t expected = text.size() / 4 + 16;
     doc_.nodes_.reserve(expected);
     doc_.kids_.reserve(expected);
-    doc_.texts_.reserve(expected / 2);
+    doc_.texts_.reserve(text.size() / 2);
   }
   ~DocumentBuilder() { yaml_parser_delete(&parser_); }
   DocumentBuilder(const DocumentBuilder&) = delete;
@@ -378,9 +382,13 @@ class DocumentBuilder {
     const auto [line, column] = where(mark);
     Document::Record r{NodeKind::null, line, column, 0, 0};
     if (!null) {
+      if (doc_.texts_.size() + value.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw InputError(r.line, r.column, "invalid YAML: too much text");
+      }
       r.kind = NodeKind::scalar;
       r.first = static_cast<std::uint32_t>(doc_.texts_.size());
-      doc_.texts_.emplace_back(value);
+      r.count = static_cast<std::uint32_t>(value.size());
+      doc_.texts_ += value;
     }
     const std::uint32_t node = add(r);
     place(node);
@@ -517,7 +525,7 @@ class Fields {
     for (auto it = node.begin(); it != node.end(); ++it) {
       const Node key = it->first;
       if (!key.IsScalar()) expected(key, what_, "a key name");
-      const std::string& name = key.Scalar();
+      const std::string_view name = key.Scalar();
       if (std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
         fail(key, "unknown key " + quote(name) + " in " + what_ + " (expected " +
                       joinKeys(allowed) + ")");
@@ -613,20 +621,20 @@ std::optional<std::int64_t> parseSigned(std::string_view s) {
   return static_cast<std::int64_t>(*magnitude);
 }
 
-const std::string& scalar(const Node& n, std::string_view key, std::string_view what) {
+std::string_view scalar(const Node& n, std::string_view key, std::string_view what) {
   if (!n.IsScalar()) expected(n, key, what);
   return n.Scalar();
 }
 
 std::string text(const Node& n, std::string_view key) {
-  return scalar(n, key, "a string");
+  return std::string(scalar(n, key, "a string"));
 }
 
 // A name of a configured object: any non-empty string.
 std::string name(const Node& n, std::string_view key) {
-  const std::string& s = scalar(n, key, "a name");
+  const std::string_view s = scalar(n, key, "a name");
   if (s.empty()) expected(n, key, "a non-empty name");
-  return s;
+  return std::string(s);
 }
 
 U32 u32(const Node& n, std::string_view key, U32 lo = 0, U32 hi = std::numeric_limits<U32>::max(),
@@ -647,7 +655,7 @@ S64 s64(const Node& n, std::string_view key) {
 }
 
 bool boolean(const Node& n, std::string_view key) {
-  const std::string& s = scalar(n, key, "true or false");
+  const std::string_view s = scalar(n, key, "true or false");
   if (s == "true" || s == "True" || s == "TRUE") return true;
   if (s == "false" || s == "False" || s == "FALSE") return false;
   expected(n, key, "true or false");
@@ -665,7 +673,7 @@ const Node& sequence(const Node& n, std::string_view key, std::string_view what)
 
 Acl::MatchPermit action(const Node& n) {
   constexpr std::string_view kWhat = "permit or deny";
-  const std::string& s = scalar(n, "action", kWhat);
+  const std::string_view s = scalar(n, "action", kWhat);
   if (s == "permit" || s == "0") return Acl::permit;
   if (s == "deny" || s == "1") return Acl::deny;
   expected(n, "action", kWhat);
@@ -689,7 +697,7 @@ Vela::Ip6Addr ipv6(const Node& n, std::string_view key) {
 // left to the caller.
 std::pair<std::string_view, U32> splitPrefix(const Node& n, std::string_view key,
                                              std::string_view what, U32 maxLength) {
-  const std::string& s = scalar(n, key, what);
+  const std::string_view s = scalar(n, key, what);
   const std::size_t slash = s.find('/');
   if (slash == std::string::npos) expected(n, key, what);
   const auto len = parseUnsigned(std::string_view(s).substr(slash + 1));
@@ -720,7 +728,7 @@ Vela::Ip6Prefix ipv6Prefix(const Node& n, std::string_view key) {
 // "A.B.C.D/M.M.M.M" or "A.B.C.D/N".
 Vela::IpAddrWithFullMask addressWithMask(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "an IPv4 address with a mask, A.B.C.D/M.M.M.M or A.B.C.D/N";
-  const std::string& s = scalar(n, key, kWhat);
+  const std::string_view s = scalar(n, key, kWhat);
   const std::size_t slash = s.find('/');
   if (slash == std::string::npos) expected(n, key, kWhat);
   const std::string_view addr = std::string_view(s).substr(0, slash);
@@ -758,7 +766,7 @@ std::vector<std::string_view> splitColons(std::string_view s) {
 
 U32 standardCommunity(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "a standard community AA:NN or a 32-bit number";
-  const std::string& s = scalar(n, key, kWhat);
+  const std::string_view s = scalar(n, key, kWhat);
   const auto parts = splitColons(s);
   if (parts.size() == 1) {
     const auto v = parseUnsigned(s);
@@ -950,7 +958,7 @@ constexpr CommunityTypeName kCommunityTypes[] = {
 Acl::CommunityListType communityListType(const Node& n) {
   constexpr std::string_view kWhat =
       "standard, standard-regex, extended, extended-regex, large, large-regex or 0 to 5";
-  const std::string& s = scalar(n, "type", kWhat);
+  const std::string_view s = scalar(n, "type", kWhat);
   for (const CommunityTypeName& t : kCommunityTypes) {
     if (s == t.name) return t.type;
   }
@@ -1119,7 +1127,7 @@ std::string optionLabel(MatchOption option) {
 
 MatchOption matchOption(const Node& n) {
   constexpr std::string_view kWhat = "a match option name or number";
-  const std::string& s = scalar(n, "option", kWhat);
+  const std::string_view s = scalar(n, "option", kWhat);
   for (const OptionRow& o : kOptions) {
     if (!o.name.empty() && s == o.name) return o.option;
   }
@@ -1244,7 +1252,8 @@ struct LinkBandwidth {
 
 float bandwidth(const Node& n) {
   constexpr std::string_view kWhat = "a bandwidth (a non-negative number)";
-  const std::string& s = scalar(n, "bandwidth", kWhat);
+  // strtod reads up to a NUL, which the document's text does not end with.
+  const std::string s(scalar(n, "bandwidth", kWhat));
   if (s.empty()) expected(n, "bandwidth", kWhat);
   errno = 0;
   char* end = nullptr;
@@ -1544,7 +1553,7 @@ InputSet parseInputs(const Node& n) {
     names += inputName(i);
   }
   for (const Node& x : sequence(n, "inputs", "a list of input names")) {
-    const std::string& s = scalar(x, "inputs", "an input name");
+    const std::string_view s = scalar(x, "inputs", "an input name");
     bool found = false;
     for (Input i : kAllInputs) {
       if (s != inputName(i)) continue;
