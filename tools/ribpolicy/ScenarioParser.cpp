@@ -1488,11 +1488,60 @@ DynamicPrefixListDef parseDynamicPrefixList(const Node& n, const std::string& wh
   return d;
 }
 
+// The sections that map names to definitions, one row each: the key and how one
+// definition reads into the configuration. They are read in this order.
+struct SectionRow {
+  std::string_view key;
+  void (*read)(const std::string& name, const Node& value, ScenarioConfig& into);
+};
+
+constexpr SectionRow kSections[] = {
+    {"prefix-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.prefixLists.emplace(
+           nm, parsePrefixList<Acl::PrefixEntry>(v, "prefix list " + quote(nm), 32, ipv4Prefix));
+     }},
+    {"ipv6-prefix-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(
+                                         v, "IPv6 prefix list " + quote(nm), 128, ipv6Prefix));
+     }},
+    {"as-path-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.asPathLists.emplace(nm, parseAsPathList(v, "AS-path list " + quote(nm)));
+     }},
+    {"community-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.communityLists.emplace(nm, parseCommunityList(v, "community list " + quote(nm)));
+     }},
+    {"access-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.accessLists.emplace(nm, parseAccessList(v, "access list " + quote(nm)));
+     }},
+    {"route-maps",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.routeMaps.emplace(nm, parseMap(v, "route map " + quote(nm)));
+     }},
+    {"peer-filters",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.peerFilters.emplace(nm, parseMap(v, "peer filter " + quote(nm)));
+     }},
+    {"dynamic-prefix-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.dynamicPrefixLists.emplace(nm,
+                                    parseDynamicPrefixList(v, "dynamic prefix list " + quote(nm)));
+     }},
+};
+
 ScenarioConfig parseConfig(const Node& n) {
-  Fields f(n, "config",
-           {"route-map-op-mode", "as-path-regex-mode", "prefix-lists", "ipv6-prefix-lists",
-            "as-path-lists", "community-lists", "access-lists", "route-maps", "peer-filters",
-            "dynamic-prefix-lists", "policy-map"});
+  // The modes, the sections, then the policy map.
+  static const std::vector<std::string_view> kKeys = [] {
+    std::vector<std::string_view> keys = {"route-map-op-mode", "as-path-regex-mode"};
+    for (const SectionRow& row : kSections) keys.push_back(row.key);
+    keys.push_back("policy-map");
+    return keys;
+  }();
+  const Fields f(n, "config", kKeys);
   ScenarioConfig c;
   if (const Node* v = f.get("route-map-op-mode")) {
     c.routeMapOpMode = u32(*v, "route-map-op-mode");
@@ -1500,35 +1549,10 @@ ScenarioConfig parseConfig(const Node& n) {
   if (const Node* v = f.get("as-path-regex-mode")) {
     c.asPathRegexMode = u32(*v, "as-path-regex-mode");
   }
-  forEachNamed(f.get("prefix-lists"), "prefix-lists", [&](const std::string& nm, auto& v) {
-    c.prefixLists.emplace(
-        nm, parsePrefixList<Acl::PrefixEntry>(v, "prefix list " + quote(nm), 32, ipv4Prefix));
-  });
-  forEachNamed(
-      f.get("ipv6-prefix-lists"), "ipv6-prefix-lists", [&](const std::string& nm, auto& v) {
-        c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(
-                                          v, "IPv6 prefix list " + quote(nm), 128, ipv6Prefix));
-      });
-  forEachNamed(f.get("as-path-lists"), "as-path-lists", [&](const std::string& nm, auto& v) {
-    c.asPathLists.emplace(nm, parseAsPathList(v, "AS-path list " + quote(nm)));
-  });
-  forEachNamed(f.get("community-lists"), "community-lists", [&](const std::string& nm, auto& v) {
-    c.communityLists.emplace(nm, parseCommunityList(v, "community list " + quote(nm)));
-  });
-  forEachNamed(f.get("access-lists"), "access-lists", [&](const std::string& nm, auto& v) {
-    c.accessLists.emplace(nm, parseAccessList(v, "access list " + quote(nm)));
-  });
-  forEachNamed(f.get("route-maps"), "route-maps", [&](const std::string& nm, auto& v) {
-    c.routeMaps.emplace(nm, parseMap(v, "route map " + quote(nm)));
-  });
-  forEachNamed(f.get("peer-filters"), "peer-filters", [&](const std::string& nm, auto& v) {
-    c.peerFilters.emplace(nm, parseMap(v, "peer filter " + quote(nm)));
-  });
-  forEachNamed(f.get("dynamic-prefix-lists"), "dynamic-prefix-lists",
-               [&](const std::string& nm, auto& v) {
-                 c.dynamicPrefixLists.emplace(
-                     nm, parseDynamicPrefixList(v, "dynamic prefix list " + quote(nm)));
-               });
+  for (const SectionRow& row : kSections) {
+    forEachNamed(f.get(row.key), row.key,
+                 [&](const std::string& nm, const Node& v) { row.read(nm, v, c); });
+  }
   if (const Node* v = f.get("policy-map")) {
     Fields p(*v, "policy-map", {"route-maps", "dynamic-prefix-lists"});
     MarkScope at(*v, "policy-map");
