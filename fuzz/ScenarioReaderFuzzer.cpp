@@ -12,11 +12,25 @@
 
 namespace {
 
+// The lines of the input as YAML counts them: a line ends at LF, CR LF, a lone CR, or the
+// UTF-8 forms of NEL, LS and PS.
+std::size_t lineCount(std::string_view text) {
+  std::size_t lines = 1;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::string_view rest = text.substr(i);
+    if (rest[0] == '\n' || (rest[0] == '\r' && !rest.starts_with("\r\n")) ||
+        rest.starts_with("\xc2\x85") || rest.starts_with("\xe2\x80\xa8") ||
+        rest.starts_with("\xe2\x80\xa9")) {
+      ++lines;
+    }
+  }
+  return lines;
+}
+
 // The position must lie on a line of the input (one past the last line for a fault at the
 // very end) and the message must stay on one line, as ribpolicy prints it.
 void checkError(const ribpolicy::InputError& e, std::string_view text) {
-  std::size_t lines = 1;
-  for (char c : text) lines += c == '\n' ? 1 : 0;
+  const std::size_t lines = lineCount(text);
   if (e.line() < 1 || e.column() < 1 || static_cast<std::size_t>(e.line()) > lines) std::abort();
   const std::string shown = e.format("f");
   if (std::string_view(e.what()).empty()) std::abort();

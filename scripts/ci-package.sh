@@ -34,7 +34,7 @@ check_host() {
 step "library alone: configure, build, install"
 cmake -S "$src" -B "$work/lib" -DRIBPOLICY_LIBRARY_ONLY=ON -DCMAKE_BUILD_TYPE=Release >"$work/lib.log" \
   || { cat "$work/lib.log"; fail "configure"; }
-if grep -Eq '^(yaml-cpp|nlohmann_json|CLI11|GTest|benchmark)_DIR:' "$work/lib/CMakeCache.txt"; then
+if grep -Eq '^(LIBYAML_FOUND|nlohmann_json_DIR|CLI11_DIR|GTest_DIR|benchmark_DIR):' "$work/lib/CMakeCache.txt"; then
   fail "the library-only build looked for the program's or the tests' dependencies"
 fi
 cmake --build "$work/lib" -j "$jobs" >"$work/lib-build.log" || { cat "$work/lib-build.log"; fail "build"; }
@@ -66,7 +66,7 @@ check_host "$work/host-pc"
 step "host example: add_subdirectory"
 cmake -S examples/host -B "$work/sub" -DRIBPOLICY_HOST_VIA_SUBDIR=ON -DCMAKE_BUILD_TYPE=Release \
   >"$work/sub.log" || { cat "$work/sub.log"; fail "configure the host example with the source tree"; }
-if grep -Eq '^(yaml-cpp|nlohmann_json|CLI11|GTest|benchmark)_DIR:' "$work/sub/CMakeCache.txt"; then
+if grep -Eq '^(LIBYAML_FOUND|nlohmann_json_DIR|CLI11_DIR|GTest_DIR|benchmark_DIR):' "$work/sub/CMakeCache.txt"; then
   fail "an embedded library looked for the program's or the tests' dependencies"
 fi
 if grep -rq -- '-Werror' "$work/sub/ribpolicy/CMakeFiles/ribpolicy_library.dir/flags.make"; then

@@ -4,7 +4,7 @@
 # needs no network, when all of them are present.
 set -euo pipefail
 
-packages=(g++ cmake make libyaml-cpp-dev libyaml-dev nlohmann-json3-dev libcli11-dev
+packages=(g++ cmake make libyaml-dev nlohmann-json3-dev libcli11-dev
           libgtest-dev libgmock-dev libbenchmark-dev help2man pkg-config
           python3 python3-yaml python3-jsonschema "$@")
 missing=()

@@ -17,7 +17,7 @@ The test
   the name and the keys that the program's "does not apply" message gives must be the
   schema's; and docs/scenario-format.md must name every key, option and option number.
 
-Scenarios are loaded as the program reads them: yaml-cpp takes every scalar as its text,
+Scenarios are loaded as the program reads them: the reader takes every scalar as its text,
 and the program reads numbers (decimal or 0x hexadecimal) and booleans
 (true/True/TRUE/false/False/FALSE) from that text whether or not it was quoted. The loader
 types scalars by those same rules, so `seq: "10"` is the integer 10 here as it is for the

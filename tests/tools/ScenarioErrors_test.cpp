@@ -45,7 +45,9 @@ const BadScenario kBadScenarios[] = {
     {"yaml_syntax", "steps:\n  - config: {route-maps: }}\n", 2, 27, "invalid YAML"},
     {"unknown_top_level_key", "vrff: x\nsteps:\n  - config: {}\n", 1, 1, "unknown key 'vrff'"},
     {"unknown_section", "steps:\n  - config:\n      prefix-list: {}\n", 3, 7,
-     "unknown key 'prefix-list' in config"},
+     "unknown key 'prefix-list' in config (expected route-map-op-mode, as-path-regex-mode, "
+     "prefix-lists, ipv6-prefix-lists, as-path-lists, community-lists, access-lists, route-maps, "
+     "peer-filters, dynamic-prefix-lists or policy-map)"},
     {"unknown_entry_key",
      "steps:\n  - config:\n      prefix-lists:\n        PL:\n"
      "          - {seq: 10, action: permit, prefix: 10.0.0.0/8, lee: 4}\n",
@@ -127,7 +129,19 @@ const BadScenario kBadScenarios[] = {
      1, 6, "at most 64 bytes, got 65 bytes"},
     {"unknown_match_option_name",
      RM_ENTRY("            match: [{option: prefixlist, value: PL}]\n"), 7, 30,
-     "unknown match option 'prefixlist'"},
+     "option: unknown match option 'prefixlist' (expected a number or a name: access-list, "
+     "prefix-list, ipv6-prefix-list, gateway, next-hop, ipv6-next-hop, next-hop-prefix-list, "
+     "ipv6-next-hop-prefix-list, resolved-next-hop-prefix-list, "
+     "ipv6-resolved-next-hop-prefix-list, community, extended-community, large-community, "
+     "interface, metric-type, protocol, as-range, route-type, dynamic-prefix-list, "
+     "ipv6-dynamic-prefix-list, community-instances, as-path-length or contributing-aggregate)"},
+    {"unknown_set_key", RM_ENTRY("            set: {local-pref: 100}\n"), 7, 19,
+     "unknown key 'local-pref' in set (expected as-path-prepend, next-hop, ipv6-next-hop, "
+     "origin, action-19, metric, ospf-metric-type, isis-level, action-2, community, "
+     "community-delete, extended-community, action-3, action-25, action-26, "
+     "next-hop-peer-address, ipv6-next-hop-peer-address, next-hop-unchanged, "
+     "ipv6-next-hop-unchanged, as-path-prepend-last-as, as-path-replace, action-35 or "
+     "large-community)"},
     {"standard_community_half_out_of_range",
      RM_ENTRY("            set: {community: {values: [\"65536:1\"]}}\n"), 7, 40,
      "expected a standard community AA:NN"},
@@ -150,14 +164,17 @@ const BadScenario kBadScenarios[] = {
     {"match_option_given_by_name_and_number",
      RM_ENTRY("            match: [{option: prefix-list, value: A}, {option: 2, value: B}]\n"), 7,
      54, "option prefix-list given twice"},
-    {"nul_byte_after_a_dash", "steps:\n  -\0\n"sv, 3, 1, "unknown escape character: \\x0a"},
-    {"yaml_message_escapes_control_bytes", "steps:\n  - name: \"a\\\r\"\n", 2, 15,
-     "unknown escape character: \\x0d"},
+    {"nul_byte_after_a_dash", "steps:\n  -\0\n"sv, 2, 4,
+     "control characters are not allowed: \\x00"},
+    {"yaml_message_escapes_control_bytes", "steps:\n  - name: \"a\x7f\"\n", 2, 13,
+     "control characters are not allowed: \\x7f"},
+    {"unknown_escape_in_a_quoted_name", "steps:\n  - name: \"a\\q\"\n", 2, 13,
+     "unknown escape character: q"},
     {"flow_lists_nested_101_levels", kNestedFlowLists.c_str(), 1, 107,
      "invalid YAML: list nested 101 levels deep (lists and mappings nest at most 100 levels)"},
     {"block_lists_nested_101_levels", kNestedBlockLists.c_str(), 101, 201,
      "list nested 101 levels deep"},
-    {"ten_thousand_open_brackets", kTenThousandBrackets.c_str(), 1, 58, "nested 101 levels deep"},
+    {"ten_thousand_open_brackets", kTenThousandBrackets.c_str(), 1, 107, "nested 101 levels deep"},
     {"aliases_repeating_over_a_million_nodes",
      "a: &a [x, x, x, x, x, x, x, x, x, x]\n"
      "b: &b [*a, *a, *a, *a, *a, *a, *a, *a, *a, *a]\n"

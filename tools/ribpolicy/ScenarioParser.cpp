@@ -1,7 +1,6 @@
 #include "tools/ribpolicy/ScenarioParser.h"
 
-#include <yaml-cpp/eventhandler.h>
-#include <yaml-cpp/yaml.h>
+#include <yaml.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,7 +12,8 @@
 #include <limits>
 #include <map>
 #include <optional>
-#include <sstream>
+#include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -38,18 +38,6 @@ using Routing::RouteMap::SetFlagBit;
 
 // --- Positions and messages ------------------------------------------------------------
 
-// The 1-based position of a node; a node without a position (an empty document) is at 1:1.
-std::pair<int, int> positionOf(const YAML::Node& n) {
-  const YAML::Mark m = n.Mark();
-  if (m.is_null()) return {1, 1};
-  return {m.line + 1, m.column + 1};
-}
-
-[[noreturn]] void fail(const YAML::Node& at, const std::string& message) {
-  const auto [line, column] = positionOf(at);
-  throw InputError(line, column, message);
-}
-
 // Text as it appears in a message: control bytes escaped, so that the message stays on the
 // one line ribpolicy prints.
 std::string printable(std::string_view s) {
@@ -73,22 +61,128 @@ std::string quote(std::string_view s) {
   return "'" + printable(s.substr(0, kMax)) + (s.size() > kMax ? "...'" : "'");
 }
 
-std::string describe(const YAML::Node& n) {
-  switch (n.Type()) {
-    case YAML::NodeType::Scalar:
+// --- The document -------------------------------------------------------------------------
+
+// The document as the reader walks it, built from the YAML parser's events: one small record
+// per node, the children of a list or mapping side by side (a mapping's as key, value, key,
+// value), and each scalar's text. An alias stands for its anchored node itself, so that
+// repeating a section costs one index, not a copy.
+enum class NodeKind : std::uint8_t { null, scalar, sequence, map };
+
+class Document {
+ public:
+  struct Record {
+    NodeKind kind;
+    int line;
+    int column;
+    // scalar: where its text starts in texts_; list and mapping: the first child's index in
+    // kids_.
+    std::uint32_t first;
+    std::uint32_t count;  // scalar: the length of its text; list and mapping: the children
+                          // (a mapping counts keys and values)
+  };
+
+  const Record& record(std::uint32_t i) const { return nodes_[i]; }
+  std::uint32_t kid(std::uint32_t i) const { return kids_[i]; }
+  std::string_view text(const Record& r) const {
+    return std::string_view(texts_).substr(r.first, r.count);
+  }
+  std::uint32_t root() const { return root_; }
+
+ private:
+  friend class DocumentBuilder;
+  std::vector<Record> nodes_;
+  std::vector<std::uint32_t> kids_;
+  std::string texts_;  // every scalar's text, one after the other
+  std::uint32_t root_ = 0;
+};
+
+// A handle on one node of a Document.
+class Node {
+ public:
+  Node(const Document& doc, std::uint32_t index) : doc_(&doc), index_(index) {}
+
+  NodeKind kind() const { return rec().kind; }
+  bool IsNull() const { return kind() == NodeKind::null; }
+  bool IsScalar() const { return kind() == NodeKind::scalar; }
+  bool IsSequence() const { return kind() == NodeKind::sequence; }
+  bool IsMap() const { return kind() == NodeKind::map; }
+  std::string_view Scalar() const { return doc_->text(rec()); }
+  // The number of items of a list, or of members of a mapping.
+  std::size_t size() const { return IsMap() ? rec().count / 2 : IsSequence() ? rec().count : 0; }
+  int line() const { return rec().line; }
+  int column() const { return rec().column; }
+
+  // The i-th item of a list (i < size()).
+  Node operator[](std::size_t i) const {
+    return Node(*doc_, doc_->kid(rec().first + static_cast<std::uint32_t>(i)));
+  }
+
+  // Iterates a list's items, or a mapping's members as (key, value) pairs.
+  class iterator;
+  iterator begin() const;
+  iterator end() const;
+
+ private:
+  bool collection() const { return IsMap() || IsSequence(); }
+  const Document::Record& rec() const { return doc_->record(index_); }
+  const Document* doc_;
+  std::uint32_t index_;
+};
+
+class Node::iterator {
+ public:
+  iterator(const Node& n, std::uint32_t at) : doc_(n.doc_), map_(n.IsMap()), at_(at) {}
+  Node operator*() const { return Node(*doc_, doc_->kid(at_)); }
+  const std::pair<Node, Node>* operator->() {
+    member_.emplace(Node(*doc_, doc_->kid(at_)), Node(*doc_, doc_->kid(at_ + 1)));
+    return &*member_;
+  }
+  iterator& operator++() {
+    at_ += map_ ? 2 : 1;
+    return *this;
+  }
+  bool operator!=(const iterator& o) const { return at_ != o.at_; }
+
+ private:
+  const Document* doc_;
+  bool map_;
+  std::uint32_t at_;
+  std::optional<std::pair<Node, Node>> member_;
+};
+
+Node::iterator Node::begin() const {
+  return iterator(*this, collection() ? rec().first : 0);
+}
+Node::iterator Node::end() const {
+  return iterator(*this, collection() ? rec().first + rec().count : 0);
+}
+
+// The 1-based position of a node.
+std::pair<int, int> positionOf(const Node& n) {
+  return {n.line(), n.column()};
+}
+
+[[noreturn]] void fail(const Node& at, const std::string& message) {
+  const auto [line, column] = positionOf(at);
+  throw InputError(line, column, message);
+}
+
+std::string describe(const Node& n) {
+  switch (n.kind()) {
+    case NodeKind::scalar:
       return quote(n.Scalar());
-    case YAML::NodeType::Sequence:
+    case NodeKind::sequence:
       return n.size() == 0 ? "an empty list" : "a list";
-    case YAML::NodeType::Map:
+    case NodeKind::map:
       return "a mapping";
-    case YAML::NodeType::Null:
-    case YAML::NodeType::Undefined:
+    case NodeKind::null:
       return "nothing";
   }
   return "nothing";
 }
 
-[[noreturn]] void expected(const YAML::Node& at, std::string_view key, std::string_view what) {
+[[noreturn]] void expected(const Node& at, std::string_view key, std::string_view what) {
   fail(at, std::string(key) + ": expected " + std::string(what) + ", got " + describe(at));
 }
 
@@ -101,14 +195,12 @@ std::string joinKeys(const std::vector<std::string_view>& keys) {
   return out;
 }
 
-// --- Limits of the document -------------------------------------------------------------
+// --- Reading the document -----------------------------------------------------------------
 
 // Two shapes of YAML would have the reader give up badly or work without end, so the
-// document is measured on the YAML reader's events before it is read:
-// - A scenario nests about a dozen levels of lists and mappings. The YAML reader refuses
-//   deeper nesting only near 500 levels, and then says "bad file" at a position that is
-//   often the start of the file; here the list or mapping one level too deep is named
-//   where it opens.
+// document is measured while it is read:
+// - A scenario nests about a dozen levels of lists and mappings. Deeper nesting is refused
+//   at the list or mapping one level too deep, named where it opens.
 // - An alias repeats its anchored node without repeating its text, so a few kilobytes of
 //   anchors and aliases can stand for billions of values, each of which the reader would
 //   check and keep. Aliases may repeat a bounded number of nodes in all; the alias that
@@ -117,67 +209,250 @@ std::string joinKeys(const std::vector<std::string_view>& keys) {
 constexpr std::size_t kMaxNesting = 100;
 constexpr std::uint64_t kMaxRepeatedNodes = 1'000'000;
 
-class DocumentLimits : public YAML::EventHandler {
+class DocumentBuilder {
  public:
-  void OnDocumentStart(const YAML::Mark&) override {}
-  void OnDocumentEnd() override {}
-  void OnNull(const YAML::Mark&, YAML::anchor_t anchor) override { leaf(anchor); }
-  void OnAlias(const YAML::Mark& mark, YAML::anchor_t anchor) override {
+  explicit DocumentBuilder(std::string_view text) : text_(text) {
+    if (!yaml_parser_initialize(&parser_)) throw InputError(1, 1, "invalid YAML: out of memory");
+    yaml_parser_set_input_string(&parser_, reinterpret_cast<const unsigned char*>(text.data()),
+                                 text.size());
+    // Past a last line without a line break, the parser marks the end of the text on a line
+    // of its own making; such marks are placed at the end of the last line instead.
+    if (!text.empty() && text.back() != '\n' && text.back() != '\r') {
+      lastLine_ = 0;
+      for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string_view rest = text.substr(i);
+        if (rest[0] == '\n' || (rest[0] == '\r' && !rest.starts_with("\r\n")) ||
+            rest.starts_with("\xc2\x85") || rest.starts_with("\xe2\x80\xa8") ||
+            rest.starts_with("\xe2\x80\xa9")) {
+          ++lastLine_;
+        }
+      }
+    }
+    // Room for the nodes that text of this size usually holds, taken at once: a growing
+    // vector would hold its old and new storage together at every doubling, and the pages
+    // never written are never resident.
+    const std::size_t expected = text.size() / 4 + 16;
+    doc_.nodes_.reserve(expected);
+    doc_.kids_.reserve(expected);
+    doc_.texts_.reserve(text.size() / 2);
+  }
+  ~DocumentBuilder() { yaml_parser_delete(&parser_); }
+  DocumentBuilder(const DocumentBuilder&) = delete;
+  DocumentBuilder& operator=(const DocumentBuilder&) = delete;
+
+  // Reads the first document of the stream; a stream without one is a document of nothing.
+  Document build() {
+    bool started = false;
+    for (;;) {
+      Event e(parser_);
+      if (!e.ok) syntaxError();
+      const yaml_event_t& ev = e.event;
+      const yaml_mark_t& mark = ev.start_mark;
+      switch (ev.type) {
+        case YAML_DOCUMENT_START_EVENT:
+          started = true;
+          break;
+        case YAML_SCALAR_EVENT:
+          scalar(ev, mark);
+          break;
+        case YAML_ALIAS_EVENT:
+          alias(reinterpret_cast<const char*>(ev.data.alias.anchor), mark);
+          break;
+        case YAML_SEQUENCE_START_EVENT:
+          open(NodeKind::sequence, ev.data.sequence_start.anchor, mark);
+          break;
+        case YAML_MAPPING_START_EVENT:
+          open(NodeKind::map, ev.data.mapping_start.anchor, mark);
+          break;
+        case YAML_SEQUENCE_END_EVENT:
+        case YAML_MAPPING_END_EVENT:
+          close();
+          break;
+        case YAML_NO_EVENT:
+        case YAML_STREAM_START_EVENT:
+          break;
+        case YAML_DOCUMENT_END_EVENT:
+        case YAML_STREAM_END_EVENT:
+          if (!started || doc_.nodes_.empty()) {
+            doc_.root_ = add({NodeKind::null, 1, 1, 0, 0});
+          }
+          return std::move(doc_);
+      }
+    }
+  }
+
+ private:
+  // One event, released when done with.
+  struct Event {
+    explicit Event(yaml_parser_t& p) : ok(yaml_parser_parse(&p, &event) != 0) {}
+    ~Event() {
+      if (ok) yaml_event_delete(&event);
+    }
+    Event(const Event&) = delete;
+    Event& operator=(const Event&) = delete;
+    yaml_event_t event{};
+    bool ok;
+  };
+
+  struct Open {
+    std::uint32_t node;
+    std::size_t firstKid;  // in scratch_
+    std::string anchor;
+    std::uint64_t nodesBefore;
+  };
+  struct Anchor {
+    std::uint32_t node;
+    std::uint64_t size;
+  };
+
+  [[noreturn]] void syntaxError() {
+    std::string message = parser_.problem ? parser_.problem : "bad file";
+    if (parser_.context) message += std::string(" ") + parser_.context;
+    if (parser_.error == YAML_READER_ERROR) {
+      // The reader names a byte offset only.
+      const auto [line, column] = positionAt(parser_.problem_offset);
+      // The byte it refuses, when it names one, is what the writer has to find.
+      if (parser_.problem_value >= 0 && parser_.problem_value < 0x100) {
+        message += ": " + std::string(1, static_cast<char>(parser_.problem_value));
+      }
+      throw InputError(line, column, "invalid YAML: " + printable(message));
+    }
+    const yaml_mark_t& m = parser_.problem_mark;
+    if (parser_.error == YAML_SCANNER_ERROR && m.index + 1 < text_.size() &&
+        message.starts_with("found unknown escape character")) {
+      // The mark is at the backslash; the character after it, whole, is what the writer has
+      // to change.
+      const auto lead = static_cast<unsigned char>(text_[m.index + 1]);
+      const std::size_t width = lead < 0xc0 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+      message = "unknown escape character: " + std::string(text_.substr(m.index + 1, width));
+    }
+    const auto [line, column] = where(m);
+    throw InputError(line, column, "invalid YAML: " + printable(message));
+  }
+
+  // The 1-based position of a parser's mark.
+  std::pair<int, int> where(const yaml_mark_t& m) const {
+    if (m.line > lastLine_) return positionAt(text_.size());
+    return {static_cast<int>(m.line) + 1, static_cast<int>(m.column) + 1};
+  }
+
+  // The 1-based line and column of a byte offset into the text.
+  std::pair<int, int> positionAt(std::size_t offset) const {
+    offset = std::min(offset, text_.size());
+    int line = 1;
+    int column = 1;
+    for (std::size_t i = 0; i < offset; ++i) {
+      if (text_[i] == '\n') {
+        ++line;
+        column = 1;
+      } else {
+        ++column;
+      }
+    }
+    return {line, column};
+  }
+
+  std::uint32_t add(const Document::Record& r) {
+    if (doc_.nodes_.size() >= std::numeric_limits<std::uint32_t>::max() - 1) {
+      throw InputError(r.line, r.column, "invalid YAML: too many nodes");
+    }
+    const auto index = static_cast<std::uint32_t>(doc_.nodes_.size());
+    doc_.nodes_.push_back(r);
+    return index;
+  }
+  // A node enters its parent (or becomes the document) where it starts.
+  void place(std::uint32_t node) {
+    if (open_.empty()) {
+      doc_.root_ = node;
+    } else {
+      scratch_.push_back(node);
+    }
+  }
+  void remember(const unsigned char* anchor, std::uint32_t node, std::uint64_t size) {
+    if (anchor) anchors_[reinterpret_cast<const char*>(anchor)] = {node, size};
+  }
+
+  void scalar(const yaml_event_t& ev, const yaml_mark_t& mark) {
+    const auto& s = ev.data.scalar;
+    const std::string_view value(reinterpret_cast<const char*>(s.value), s.length);
+    // An untagged plain scalar spelling nothing is the null node.
+    const bool null =
+        s.style == YAML_PLAIN_SCALAR_STYLE && !s.tag &&
+        (value.empty() || value == "~" || value == "null" || value == "Null" || value == "NULL");
+    const auto [line, column] = where(mark);
+    Document::Record r{NodeKind::null, line, column, 0, 0};
+    if (!null) {
+      if (doc_.texts_.size() + value.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw InputError(r.line, r.column, "invalid YAML: too much text");
+      }
+      r.kind = NodeKind::scalar;
+      r.first = static_cast<std::uint32_t>(doc_.texts_.size());
+      r.count = static_cast<std::uint32_t>(value.size());
+      doc_.texts_ += value;
+    }
+    const std::uint32_t node = add(r);
+    place(node);
+    ++nodes_;
+    remember(s.anchor, node, 1);
+  }
+
+  void alias(const std::string& anchor, const yaml_mark_t& mark) {
+    const auto it = anchors_.find(anchor);
+    if (it == anchors_.end()) {
+      const auto [line, column] = where(mark);
+      throw InputError(line, column, "invalid YAML: the referenced anchor is not defined");
+    }
     // An alias of a node still open (a node that holds itself) counts as one node: the
     // reader never takes one node for two levels of a scenario, so it stops there at once.
-    const auto it = sizes_.find(anchor);
-    const std::uint64_t size = it == sizes_.end() ? 1 : it->second;
+    const std::uint64_t size = it->second.size;
     nodes_ += size;
     repeated_ += size - 1;
     if (repeated_ > kMaxRepeatedNodes) {
+      const auto [line, column] = where(mark);
       throw InputError(
-          mark.line + 1, mark.column + 1,
+          line, column,
           "invalid YAML: aliases repeat more than " + std::to_string(kMaxRepeatedNodes) + " nodes");
     }
+    place(it->second.node);
   }
-  void OnScalar(const YAML::Mark&, const std::string&, YAML::anchor_t anchor,
-                const std::string&) override {
-    leaf(anchor);
-  }
-  void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
-                       YAML::EmitterStyle::value) override {
-    open(mark, anchor, "list");
-  }
-  void OnSequenceEnd() override { close(); }
-  void OnMapStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
-                  YAML::EmitterStyle::value) override {
-    open(mark, anchor, "mapping");
-  }
-  void OnMapEnd() override { close(); }
 
- private:
-  struct Open {
-    YAML::anchor_t anchor;
-    std::uint64_t nodesBefore;
-  };
-
-  void leaf(YAML::anchor_t anchor) {
-    ++nodes_;
-    if (anchor != YAML::NullAnchor) sizes_[anchor] = 1;
-  }
-  void open(const YAML::Mark& mark, YAML::anchor_t anchor, const std::string& what) {
+  void open(NodeKind kind, const unsigned char* anchor, const yaml_mark_t& mark) {
+    const auto [line, column] = where(mark);
     if (open_.size() == kMaxNesting) {
-      throw InputError(mark.line + 1, mark.column + 1,
+      const std::string what = kind == NodeKind::map ? "mapping" : "list";
+      throw InputError(line, column,
                        "invalid YAML: " + what + " nested " + std::to_string(kMaxNesting + 1) +
                            " levels deep (lists and mappings nest at most " +
                            std::to_string(kMaxNesting) + " levels)");
     }
-    open_.push_back({anchor, nodes_});
+    const std::uint32_t node = add({kind, line, column, 0, 0});
+    place(node);
+    remember(anchor, node, 1);
+    open_.push_back(
+        {node, scratch_.size(), anchor ? reinterpret_cast<const char*>(anchor) : "", nodes_});
     ++nodes_;
   }
+
   void close() {
-    const Open done = open_.back();
+    const Open done = std::move(open_.back());
     open_.pop_back();
-    if (done.anchor != YAML::NullAnchor) sizes_[done.anchor] = nodes_ - done.nodesBefore;
+    Document::Record& r = doc_.nodes_[done.node];
+    r.first = static_cast<std::uint32_t>(doc_.kids_.size());
+    r.count = static_cast<std::uint32_t>(scratch_.size() - done.firstKid);
+    doc_.kids_.insert(doc_.kids_.end(),
+                      scratch_.begin() + static_cast<std::ptrdiff_t>(done.firstKid),
+                      scratch_.end());
+    scratch_.resize(done.firstKid);
+    if (!done.anchor.empty()) anchors_[done.anchor] = {done.node, nodes_ - done.nodesBefore};
   }
 
+  std::string_view text_;
+  std::size_t lastLine_ = std::numeric_limits<std::size_t>::max();  // 0-based
+  yaml_parser_t parser_{};
+  Document doc_;
   std::vector<Open> open_;
-  std::map<YAML::anchor_t, std::uint64_t> sizes_;
+  std::vector<std::uint32_t> scratch_;
+  std::unordered_map<std::string, Anchor> anchors_;
   std::uint64_t nodes_ = 0;
   std::uint64_t repeated_ = 0;
 };
@@ -195,7 +470,7 @@ class MarkRecorder {
   MarkRecorder& operator=(const MarkRecorder&) = delete;
 
   // Records `n` at the current path extended by `name` (or at the current path itself).
-  static void mark(const YAML::Node& n, std::string_view name = {}) {
+  static void mark(const Node& n, std::string_view name = {}) {
     if (!current_) return;
     const std::size_t size = current_->path_.size();
     if (!name.empty()) current_->push(name);
@@ -219,7 +494,7 @@ class MarkRecorder {
 
 class MarkScope {
  public:
-  MarkScope(const YAML::Node& n, std::string_view name) {
+  MarkScope(const Node& n, std::string_view name) {
     MarkRecorder::mark(n, name);
     if (MarkRecorder* r = MarkRecorder::current_) {
       size_ = r->path_.size();
@@ -242,17 +517,18 @@ class MarkScope {
 // repeated key is an error at the key itself.
 class Fields {
  public:
-  Fields(const YAML::Node& node, std::string what, std::vector<std::string_view> allowed)
-      : node_(node), what_(std::move(what)), allowed_(std::move(allowed)) {
+  Fields(const Node& node, std::string what, const std::vector<std::string_view>& allowed)
+      : node_(node), what_(std::move(what)) {
     if (node.IsNull()) return;
     if (!node.IsMap()) expected(node, what_, "a mapping");
+    members_.reserve(node.size());
     for (auto it = node.begin(); it != node.end(); ++it) {
-      const YAML::Node key = it->first;
+      const Node key = it->first;
       if (!key.IsScalar()) expected(key, what_, "a key name");
-      const std::string& name = key.Scalar();
-      if (std::find(allowed_.begin(), allowed_.end(), name) == allowed_.end()) {
+      const std::string_view name = key.Scalar();
+      if (std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
         fail(key, "unknown key " + quote(name) + " in " + what_ + " (expected " +
-                      joinKeys(allowed_) + ")");
+                      joinKeys(allowed) + ")");
       }
       for (const Member& m : members_) {
         if (m.name == name) {
@@ -264,17 +540,17 @@ class Fields {
     }
   }
 
-  const YAML::Node& node() const { return node_; }
+  const Node& node() const { return node_; }
   const std::string& what() const { return what_; }
 
-  const YAML::Node* get(std::string_view name) const {
+  const Node* get(std::string_view name) const {
     for (const Member& m : members_) {
       if (m.name == name) return &m.value;
     }
     return nullptr;
   }
-  const YAML::Node& need(std::string_view name) const {
-    if (const YAML::Node* v = get(name)) return *v;
+  const Node& need(std::string_view name) const {
+    if (const Node* v = get(name)) return *v;
     fail(node_, what_ + ": missing key " + quote(name));
   }
   // Refuses every present key outside `allowed`: the keys that belong to another form of
@@ -290,13 +566,12 @@ class Fields {
 
  private:
   struct Member {
-    std::string name;
-    YAML::Node key;
-    YAML::Node value;
+    std::string_view name;  // the document's own text
+    Node key;
+    Node value;
   };
-  YAML::Node node_;
+  Node node_;
   std::string what_;
-  std::vector<std::string_view> allowed_;
   std::vector<Member> members_;
 };
 
@@ -346,24 +621,24 @@ std::optional<std::int64_t> parseSigned(std::string_view s) {
   return static_cast<std::int64_t>(*magnitude);
 }
 
-const std::string& scalar(const YAML::Node& n, std::string_view key, std::string_view what) {
+std::string_view scalar(const Node& n, std::string_view key, std::string_view what) {
   if (!n.IsScalar()) expected(n, key, what);
   return n.Scalar();
 }
 
-std::string text(const YAML::Node& n, std::string_view key) {
-  return scalar(n, key, "a string");
+std::string text(const Node& n, std::string_view key) {
+  return std::string(scalar(n, key, "a string"));
 }
 
 // A name of a configured object: any non-empty string.
-std::string name(const YAML::Node& n, std::string_view key) {
-  const std::string& s = scalar(n, key, "a name");
+std::string name(const Node& n, std::string_view key) {
+  const std::string_view s = scalar(n, key, "a name");
   if (s.empty()) expected(n, key, "a non-empty name");
-  return s;
+  return std::string(s);
 }
 
-U32 u32(const YAML::Node& n, std::string_view key, U32 lo = 0,
-        U32 hi = std::numeric_limits<U32>::max(), std::string_view what = {}) {
+U32 u32(const Node& n, std::string_view key, U32 lo = 0, U32 hi = std::numeric_limits<U32>::max(),
+        std::string_view what = {}) {
   const std::string range =
       what.empty() ? "a number from " + std::to_string(lo) + " to " + std::to_string(hi)
                    : std::string(what);
@@ -372,33 +647,33 @@ U32 u32(const YAML::Node& n, std::string_view key, U32 lo = 0,
   return static_cast<U32>(*v);
 }
 
-S64 s64(const YAML::Node& n, std::string_view key) {
+S64 s64(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "a signed 64-bit number";
   const auto v = parseSigned(scalar(n, key, kWhat));
   if (!v) expected(n, key, kWhat);
   return *v;
 }
 
-bool boolean(const YAML::Node& n, std::string_view key) {
-  const std::string& s = scalar(n, key, "true or false");
+bool boolean(const Node& n, std::string_view key) {
+  const std::string_view s = scalar(n, key, "true or false");
   if (s == "true" || s == "True" || s == "TRUE") return true;
   if (s == "false" || s == "False" || s == "FALSE") return false;
   expected(n, key, "true or false");
 }
 
 bool optionalBool(const Fields& f, std::string_view key, bool fallback) {
-  const YAML::Node* v = f.get(key);
+  const Node* v = f.get(key);
   return v ? boolean(*v, key) : fallback;
 }
 
-const YAML::Node& sequence(const YAML::Node& n, std::string_view key, std::string_view what) {
+const Node& sequence(const Node& n, std::string_view key, std::string_view what) {
   if (!n.IsSequence()) expected(n, key, what);
   return n;
 }
 
-Acl::MatchPermit action(const YAML::Node& n) {
+Acl::MatchPermit action(const Node& n) {
   constexpr std::string_view kWhat = "permit or deny";
-  const std::string& s = scalar(n, "action", kWhat);
+  const std::string_view s = scalar(n, "action", kWhat);
   if (s == "permit" || s == "0") return Acl::permit;
   if (s == "deny" || s == "1") return Acl::deny;
   expected(n, "action", kWhat);
@@ -406,13 +681,13 @@ Acl::MatchPermit action(const YAML::Node& n) {
 
 // --- Addresses ----------------------------------------------------------------------------
 
-Vela::IpAddr ipv4(const YAML::Node& n, std::string_view key) {
+Vela::IpAddr ipv4(const Node& n, std::string_view key) {
   const auto a = Vela::IpAddr::parse(scalar(n, key, "an IPv4 address"));
   if (!a) expected(n, key, "an IPv4 address A.B.C.D");
   return *a;
 }
 
-Vela::Ip6Addr ipv6(const YAML::Node& n, std::string_view key) {
+Vela::Ip6Addr ipv6(const Node& n, std::string_view key) {
   const auto a = Vela::Ip6Addr::parse(scalar(n, key, "an IPv6 address"));
   if (!a) expected(n, key, "an IPv6 address");
   return *a;
@@ -420,9 +695,9 @@ Vela::Ip6Addr ipv6(const YAML::Node& n, std::string_view key) {
 
 // Splits "ADDRESS/LENGTH" and checks the length against `maxLength`; the address part is
 // left to the caller.
-std::pair<std::string_view, U32> splitPrefix(const YAML::Node& n, std::string_view key,
+std::pair<std::string_view, U32> splitPrefix(const Node& n, std::string_view key,
                                              std::string_view what, U32 maxLength) {
-  const std::string& s = scalar(n, key, what);
+  const std::string_view s = scalar(n, key, what);
   const std::size_t slash = s.find('/');
   if (slash == std::string::npos) expected(n, key, what);
   const auto len = parseUnsigned(std::string_view(s).substr(slash + 1));
@@ -434,7 +709,7 @@ std::pair<std::string_view, U32> splitPrefix(const YAML::Node& n, std::string_vi
   return {std::string_view(s).substr(0, slash), static_cast<U32>(*len)};
 }
 
-Vela::Prefix ipv4Prefix(const YAML::Node& n, std::string_view key) {
+Vela::Prefix ipv4Prefix(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "an IPv4 prefix A.B.C.D/N";
   const auto [addr, len] = splitPrefix(n, key, kWhat, 32);
   const auto a = Vela::IpAddr::parse(addr);
@@ -442,7 +717,7 @@ Vela::Prefix ipv4Prefix(const YAML::Node& n, std::string_view key) {
   return Vela::Prefix(*a, len);
 }
 
-Vela::Ip6Prefix ipv6Prefix(const YAML::Node& n, std::string_view key) {
+Vela::Ip6Prefix ipv6Prefix(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "an IPv6 prefix ADDRESS/N";
   const auto [addr, len] = splitPrefix(n, key, kWhat, 128);
   const auto a = Vela::Ip6Addr::parse(addr);
@@ -451,9 +726,9 @@ Vela::Ip6Prefix ipv6Prefix(const YAML::Node& n, std::string_view key) {
 }
 
 // "A.B.C.D/M.M.M.M" or "A.B.C.D/N".
-Vela::IpAddrWithFullMask addressWithMask(const YAML::Node& n, std::string_view key) {
+Vela::IpAddrWithFullMask addressWithMask(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "an IPv4 address with a mask, A.B.C.D/M.M.M.M or A.B.C.D/N";
-  const std::string& s = scalar(n, key, kWhat);
+  const std::string_view s = scalar(n, key, kWhat);
   const std::size_t slash = s.find('/');
   if (slash == std::string::npos) expected(n, key, kWhat);
   const std::string_view addr = std::string_view(s).substr(0, slash);
@@ -489,9 +764,9 @@ std::vector<std::string_view> splitColons(std::string_view s) {
   }
 }
 
-U32 standardCommunity(const YAML::Node& n, std::string_view key) {
+U32 standardCommunity(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "a standard community AA:NN or a 32-bit number";
-  const std::string& s = scalar(n, key, kWhat);
+  const std::string_view s = scalar(n, key, kWhat);
   const auto parts = splitColons(s);
   if (parts.size() == 1) {
     const auto v = parseUnsigned(s);
@@ -505,14 +780,14 @@ U32 standardCommunity(const YAML::Node& n, std::string_view key) {
   return static_cast<U32>((*hi << 16) | *lo);
 }
 
-std::uint64_t extendedCommunity(const YAML::Node& n, std::string_view key) {
+std::uint64_t extendedCommunity(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "an extended community as a 64-bit number";
   const auto v = parseUnsigned(scalar(n, key, kWhat));
   if (!v) expected(n, key, kWhat);
   return *v;
 }
 
-LargeCommunity largeCommunity(const YAML::Node& n, std::string_view key) {
+LargeCommunity largeCommunity(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "a large community G:L1:L2";
   const auto parts = splitColons(scalar(n, key, kWhat));
   if (parts.size() != 3) expected(n, key, kWhat);
@@ -531,14 +806,14 @@ LargeCommunity largeCommunity(const YAML::Node& n, std::string_view key) {
 struct ListForm {
   std::optional<U32> version;
   std::string source;
-  std::vector<YAML::Node> entries;
+  std::vector<Node> entries;
 };
 
-ListForm listForm(const YAML::Node& n, const std::string& what, bool versioned, bool sourced) {
+ListForm listForm(const Node& n, const std::string& what, bool versioned, bool sourced) {
   ListForm out;
   if (n.IsNull()) return out;
   if (n.IsSequence()) {
-    for (const YAML::Node& e : n) out.entries.push_back(e);
+    for (const Node& e : n) out.entries.push_back(e);
     return out;
   }
   if (!n.IsMap()) {
@@ -550,11 +825,11 @@ ListForm listForm(const YAML::Node& n, const std::string& what, bool versioned, 
   if (versioned) keys.push_back("version");
   if (sourced) keys.push_back("source");
   Fields f(n, what, keys);
-  if (const YAML::Node* v = f.get("version")) out.version = u32(*v, "version");
-  if (const YAML::Node* s = f.get("source")) out.source = text(*s, "source");
-  if (const YAML::Node* e = f.get("entries")) {
+  if (const Node* v = f.get("version")) out.version = u32(*v, "version");
+  if (const Node* s = f.get("source")) out.source = text(*s, "source");
+  if (const Node* e = f.get("entries")) {
     if (!e->IsNull()) {
-      for (const YAML::Node& x : sequence(*e, "entries", "a list of entries")) {
+      for (const Node& x : sequence(*e, "entries", "a list of entries")) {
         out.entries.push_back(x);
       }
     }
@@ -565,14 +840,15 @@ ListForm listForm(const YAML::Node& n, const std::string& what, bool versioned, 
 // Parses the entries of one list: each is a mapping with a unique `seq` among `keys`;
 // `body` reads the rest of it.
 template <class T, class Body>
-std::map<U32, T> parseEntries(const std::vector<YAML::Node>& nodes, const std::string& what,
-                              std::vector<std::string_view> keys, Body body) {
+std::map<U32, T> parseEntries(const std::vector<Node>& nodes, const std::string& what,
+                              const std::vector<std::string_view>& keys, Body body) {
   std::map<U32, T> out;
   std::map<U32, int> firstLine;
-  for (const YAML::Node& node : nodes) {
-    Fields f(node, "entry of " + what, keys);
-    if (node.IsNull()) expected(node, "entry of " + what, "a mapping");
-    const YAML::Node& seqNode = f.need("seq");
+  const std::string entry = "entry of " + what;
+  for (const Node& node : nodes) {
+    Fields f(node, entry, keys);
+    if (node.IsNull()) expected(node, entry, "a mapping");
+    const Node& seqNode = f.need("seq");
     const U32 seq = u32(seqNode, "seq");
     if (auto it = firstLine.find(seq); it != firstLine.end()) {
       fail(seqNode, "duplicate sequence number " + std::to_string(seq) + " in " + what +
@@ -586,7 +862,7 @@ std::map<U32, T> parseEntries(const std::vector<YAML::Node>& nodes, const std::s
 
 // Calls `f(name, value)` for each member of a section that maps names to objects.
 template <class F>
-void forEachNamed(const YAML::Node* section, std::string_view sectionName, F&& f) {
+void forEachNamed(const Node* section, std::string_view sectionName, F&& f) {
   if (!section || section->IsNull()) return;
   if (!section->IsMap()) expected(*section, sectionName, "a mapping from names to definitions");
   MarkScope in(*section, sectionName);
@@ -603,10 +879,10 @@ void forEachNamed(const YAML::Node* section, std::string_view sectionName, F&& f
   }
 }
 
-std::set<std::string> nameList(const YAML::Node& n, std::string_view key) {
+std::set<std::string> nameList(const Node& n, std::string_view key) {
   std::set<std::string> out;
   if (n.IsNull()) return out;
-  for (const YAML::Node& x : sequence(n, key, "a list of names")) {
+  for (const Node& x : sequence(n, key, "a list of names")) {
     if (!out.insert(name(x, key)).second) {
       fail(x, std::string(key) + ": duplicate name " + quote(x.Scalar()));
     }
@@ -618,7 +894,7 @@ std::set<std::string> nameList(const YAML::Node& n, std::string_view key) {
 // --- Prefix, AS-path, community and access lists -----------------------------------------
 
 template <class Entry, class PrefixParser>
-PrefixListDef<Entry> parsePrefixList(const YAML::Node& n, const std::string& what, U32 maxLength,
+PrefixListDef<Entry> parsePrefixList(const Node& n, const std::string& what, U32 maxLength,
                                      PrefixParser prefix) {
   const ListForm form = listForm(n, what, true, false);
   PrefixListDef<Entry> def;
@@ -629,16 +905,16 @@ PrefixListDef<Entry> parsePrefixList(const YAML::Node& n, const std::string& wha
                                       e.seqno = seq;
                                       e.permit = action(f.need("action"));
                                       e.prefix = prefix(f.need("prefix"), "prefix");
-                                      if (const YAML::Node* v = f.get("ge"))
+                                      if (const Node* v = f.get("ge"))
                                         e.ge = u32(*v, "ge", 0, maxLength);
-                                      if (const YAML::Node* v = f.get("le"))
+                                      if (const Node* v = f.get("le"))
                                         e.le = u32(*v, "le", 0, maxLength);
                                       return e;
                                     });
   return def;
 }
 
-AsPathListDef parseAsPathList(const YAML::Node& n, const std::string& what) {
+AsPathListDef parseAsPathList(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, true, true);
   AsPathListDef def;
   def.version = form.version;
@@ -651,14 +927,14 @@ AsPathListDef parseAsPathList(const YAML::Node& n, const std::string& what) {
         e.permit = action(f.need("action"));
         e.regex = text(f.need("regex"), "regex");
         e.origin = 0xffffffffu;  // any origin
-        if (const YAML::Node* o = f.get("origin")) {
+        if (const Node* o = f.get("origin")) {
           if (!(o->IsScalar() && o->Scalar() == "any")) {
             e.origin = u32(*o, "origin", 0, 0xffffffffu, "0, 1, 2 or any");
           }
         }
         e.validMode0 = true;
         e.validMode1 = true;
-        if (const YAML::Node* v = f.get("valid")) {
+        if (const Node* v = f.get("valid")) {
           constexpr std::string_view kWhat = "a pair [valid in mode 0, valid in mode 1]";
           if (!v->IsSequence() || v->size() != 2) expected(*v, "valid", kWhat);
           e.validMode0 = boolean((*v)[0], "valid");
@@ -679,10 +955,10 @@ constexpr CommunityTypeName kCommunityTypes[] = {
     {"large", Acl::largeValues},       {"large-regex", Acl::largeRegex},
 };
 
-Acl::CommunityListType communityListType(const YAML::Node& n) {
+Acl::CommunityListType communityListType(const Node& n) {
   constexpr std::string_view kWhat =
       "standard, standard-regex, extended, extended-regex, large, large-regex or 0 to 5";
-  const std::string& s = scalar(n, "type", kWhat);
+  const std::string_view s = scalar(n, "type", kWhat);
   for (const CommunityTypeName& t : kCommunityTypes) {
     if (s == t.name) return t.type;
   }
@@ -710,7 +986,7 @@ std::string_view typeName(Acl::CommunityListType t) {
   return "unknown";
 }
 
-Acl::CommunityValue communityValue(const YAML::Node& n, Acl::CommunityListType t) {
+Acl::CommunityValue communityValue(const Node& n, Acl::CommunityListType t) {
   switch (t) {
     case Acl::standardValues:
     case Acl::standardRegex:
@@ -727,7 +1003,7 @@ Acl::CommunityValue communityValue(const YAML::Node& n, Acl::CommunityListType t
   return {};
 }
 
-CommunityListDef parseCommunityList(const YAML::Node& n, const std::string& what) {
+CommunityListDef parseCommunityList(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, false, false);
   CommunityListDef def;
   def.entries = parseEntries<CommunityEntryDef>(
@@ -736,16 +1012,16 @@ CommunityListDef parseCommunityList(const YAML::Node& n, const std::string& what
         CommunityEntryDef e;
         e.permit = action(f.need("action"));
         e.type = communityListType(f.need("type"));
-        if (const YAML::Node* v = f.get("version")) e.version = u32(*v, "version");
+        if (const Node* v = f.get("version")) e.version = u32(*v, "version");
         const std::string context = "a community entry of type " + std::string(typeName(e.type));
         if (isRegexType(e.type)) {
           f.restrict({"seq", "action", "type", "regex", "version"}, context);
           e.regex = text(f.need("regex"), "regex");
         } else {
           f.restrict({"seq", "action", "type", "communities", "version"}, context);
-          const YAML::Node& values = f.need("communities");
+          const Node& values = f.need("communities");
           if (!values.IsNull()) {
-            for (const YAML::Node& v : sequence(values, "communities", "a list of communities")) {
+            for (const Node& v : sequence(values, "communities", "a list of communities")) {
               e.communities.insert(communityValue(v, e.type));
             }
           }
@@ -755,7 +1031,7 @@ CommunityListDef parseCommunityList(const YAML::Node& n, const std::string& what
   return def;
 }
 
-AccessListDef parseAccessList(const YAML::Node& n, const std::string& what) {
+AccessListDef parseAccessList(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, false, false);
   AccessListDef def;
   def.rules = parseEntries<Acl::RuleConfig>(
@@ -787,110 +1063,87 @@ enum class OptionForm : std::uint8_t {
   passThrough,     // an option the library does not know: value and upper as given
 };
 
-struct OptionName {
+// The match options: the name a scenario may give one by (empty for the options it gives by
+// number only), the option, and the form of its value. The named ones are listed, in this
+// order, when an option is unknown; any other number reads as passThrough.
+struct OptionRow {
   std::string_view name;
   MatchOption option;
+  OptionForm form;
 };
-constexpr OptionName kOptionNames[] = {
-    {"access-list", Routing::RouteMap::matchAccessList},
-    {"prefix-list", Routing::RouteMap::matchPrefixList},
-    {"ipv6-prefix-list", Routing::RouteMap::matchIpv6PrefixList},
-    {"gateway", Routing::RouteMap::matchGateway},
-    {"next-hop", Routing::RouteMap::matchNextHop},
-    {"ipv6-next-hop", Routing::RouteMap::matchIpv6NextHop},
-    {"next-hop-prefix-list", Routing::RouteMap::matchNextHopPrefixList},
-    {"ipv6-next-hop-prefix-list", Routing::RouteMap::matchIpv6NextHopPrefixList},
-    {"resolved-next-hop-prefix-list", Routing::RouteMap::matchResolvedNextHopPrefixList},
-    {"ipv6-resolved-next-hop-prefix-list", Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList},
-    {"community", Routing::RouteMap::matchCommunity},
-    {"extended-community", Routing::RouteMap::matchExtCommunity},
-    {"large-community", Routing::RouteMap::matchLargeCommunity},
-    {"interface", Routing::RouteMap::matchInterface},
-    {"metric-type", Routing::RouteMap::matchMetricType},
-    {"protocol", Routing::RouteMap::matchProtocol},
-    {"as-range", Routing::RouteMap::matchAsRange},
-    {"route-type", Routing::RouteMap::matchRouteType},
-    {"dynamic-prefix-list", Routing::RouteMap::matchDynamicPrefixList},
-    {"ipv6-dynamic-prefix-list", Routing::RouteMap::matchIpv6DynamicPrefixList},
-    {"community-instances", Routing::RouteMap::matchCommInstances},
-    {"as-path-length", Routing::RouteMap::matchAsPathLength},
-    {"contributing-aggregate", Routing::RouteMap::matchContribAggAttr},
+constexpr OptionRow kOptions[] = {
+    {"access-list", Routing::RouteMap::matchAccessList, OptionForm::listName},
+    {"prefix-list", Routing::RouteMap::matchPrefixList, OptionForm::listName},
+    {"ipv6-prefix-list", Routing::RouteMap::matchIpv6PrefixList, OptionForm::listName},
+    {"gateway", Routing::RouteMap::matchGateway, OptionForm::ipv4Address},
+    {"next-hop", Routing::RouteMap::matchNextHop, OptionForm::ipv4Address},
+    {"ipv6-next-hop", Routing::RouteMap::matchIpv6NextHop, OptionForm::ipv6Address},
+    {"next-hop-prefix-list", Routing::RouteMap::matchNextHopPrefixList, OptionForm::listName},
+    {"ipv6-next-hop-prefix-list", Routing::RouteMap::matchIpv6NextHopPrefixList,
+     OptionForm::listName},
+    {"resolved-next-hop-prefix-list", Routing::RouteMap::matchResolvedNextHopPrefixList,
+     OptionForm::listName},
+    {"ipv6-resolved-next-hop-prefix-list", Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList,
+     OptionForm::listName},
+    {"community", Routing::RouteMap::matchCommunity, OptionForm::communityLists},
+    {"extended-community", Routing::RouteMap::matchExtCommunity, OptionForm::communityLists},
+    {"large-community", Routing::RouteMap::matchLargeCommunity, OptionForm::communityLists},
+    {"interface", Routing::RouteMap::matchInterface, OptionForm::text},
+    {"metric-type", Routing::RouteMap::matchMetricType, OptionForm::metricType},
+    {"protocol", Routing::RouteMap::matchProtocol, OptionForm::protocol},
+    {"as-range", Routing::RouteMap::matchAsRange, OptionForm::range},
+    {"route-type", Routing::RouteMap::matchRouteType, OptionForm::routeType},
+    {"dynamic-prefix-list", Routing::RouteMap::matchDynamicPrefixList, OptionForm::listName},
+    {"ipv6-dynamic-prefix-list", Routing::RouteMap::matchIpv6DynamicPrefixList,
+     OptionForm::listName},
+    {"community-instances", Routing::RouteMap::matchCommInstances, OptionForm::range},
+    {"as-path-length", Routing::RouteMap::matchAsPathLength, OptionForm::pair},
+    {"contributing-aggregate", Routing::RouteMap::matchContribAggAttr, OptionForm::optionalText},
+    {"", 100, OptionForm::integer},
+    {"", 101, OptionForm::text},
+    {"", 102, OptionForm::text},
+    {"", 105, OptionForm::integer},
+    {"", 108, OptionForm::integer},
+    {"", 109, OptionForm::integer},
+    {"", 110, OptionForm::integer},
+    {"", 111, OptionForm::integer},
+    {"", 115, OptionForm::integer},
+    {"", 120, OptionForm::text},
 };
 
 OptionForm optionForm(MatchOption option) {
-  switch (option) {
-    case 1:
-    case 2:
-    case 14:
-    case 15:
-    case 116:
-    case 118:
-    case 119:
-    case 123:
-    case 124:
-      return OptionForm::listName;
-    case 5:
-    case 12:
-      return OptionForm::ipv4Address;
-    case 117:
-      return OptionForm::ipv6Address;
-    case 103:
-    case 104:
-    case 127:
-      return OptionForm::communityLists;
-    case 101:
-    case 102:
-    case 107:
-    case 120:
-      return OptionForm::text;
-    case 128:
-      return OptionForm::optionalText;
-    case 112:
-      return OptionForm::metricType;
-    case 113:
-      return OptionForm::protocol;
-    case 122:
-      return OptionForm::routeType;
-    case 121:
-    case 125:
-      return OptionForm::range;
-    case 126:
-      return OptionForm::pair;
-    case 100:
-    case 105:
-    case 108:
-    case 109:
-    case 110:
-    case 111:
-    case 115:
-      return OptionForm::integer;
-    default:
-      return OptionForm::passThrough;
+  for (const OptionRow& row : kOptions) {
+    if (row.option == option) return row.form;
   }
+  return OptionForm::passThrough;
 }
 
 std::string optionLabel(MatchOption option) {
-  for (const OptionName& n : kOptionNames) {
-    if (n.option == option) return std::string(n.name);
+  for (const OptionRow& n : kOptions) {
+    if (n.option == option && !n.name.empty()) return std::string(n.name);
   }
   return std::to_string(option);
 }
 
-MatchOption matchOption(const YAML::Node& n) {
+MatchOption matchOption(const Node& n) {
   constexpr std::string_view kWhat = "a match option name or number";
-  const std::string& s = scalar(n, "option", kWhat);
-  for (const OptionName& o : kOptionNames) {
-    if (s == o.name) return o.option;
+  const std::string_view s = scalar(n, "option", kWhat);
+  for (const OptionRow& o : kOptions) {
+    if (!o.name.empty() && s == o.name) return o.option;
   }
   const auto v = parseUnsigned(s);
   if (!v || *v > 0xffffffffu) {
+    std::vector<std::string_view> names;
+    for (const OptionRow& o : kOptions) {
+      if (!o.name.empty()) names.push_back(o.name);
+    }
     fail(n, "option: unknown match option " + quote(s) +
-                " (expected a name such as prefix-list or community, or a number)");
+                " (expected a number or a name: " + joinKeys(names) + ")");
   }
   return static_cast<MatchOption>(*v);
 }
 
-MatchRule parseMatchRule(const YAML::Node& n) {
+MatchRule parseMatchRule(const Node& n) {
   Fields f(n, "match rule", {"option", "value", "invert", "upper", "lists", "exact", "pair"});
   if (n.IsNull()) expected(n, "match rule", "a mapping");
   MatchRule r;
@@ -916,7 +1169,7 @@ MatchRule parseMatchRule(const YAML::Node& n) {
       break;
     case OptionForm::communityLists: {
       f.restrict({"option", "lists", "exact", "invert"}, context);
-      const YAML::Node& lists = f.need("lists");
+      const Node& lists = f.need("lists");
       std::set<std::string> names = nameList(lists, "lists");
       if (names.empty()) expected(lists, "lists", "at least one community-list name");
       r.commListSet = Routing::RouteMap::CommListSet(std::move(names));
@@ -930,7 +1183,7 @@ MatchRule parseMatchRule(const YAML::Node& n) {
       break;
     case OptionForm::optionalText:
       f.restrict({"option", "value", "invert"}, context);
-      if (const YAML::Node* v = f.get("value")) r.stringValue = text(*v, "value");
+      if (const Node* v = f.get("value")) r.stringValue = text(*v, "value");
       break;
     case OptionForm::metricType:
       f.restrict({"option", "value", "invert"}, context);
@@ -951,7 +1204,7 @@ MatchRule parseMatchRule(const YAML::Node& n) {
       break;
     case OptionForm::pair: {
       f.restrict({"option", "pair", "invert"}, context);
-      const YAML::Node& p = f.need("pair");
+      const Node& p = f.need("pair");
       if (!p.IsSequence() || p.size() != 2) expected(p, "pair", "a pair [first, second]");
       r.asPathLength = {u32(p[0], "pair"), u32(p[1], "pair")};
       break;
@@ -962,13 +1215,13 @@ MatchRule parseMatchRule(const YAML::Node& n) {
       break;
     case OptionForm::passThrough:
       f.restrict({"option", "value", "upper", "invert"}, context);
-      if (const YAML::Node* v = f.get("value")) {
+      if (const Node* v = f.get("value")) {
         r.stringValue = text(*v, "value");
         if (const auto x = parseUnsigned(r.stringValue); x && *x <= 0xffffffffu) {
           r.intValue = static_cast<U32>(*x);
         }
       }
-      if (const YAML::Node* v = f.get("upper")) r.upper = u32(*v, "upper");
+      if (const Node* v = f.get("upper")) r.upper = u32(*v, "upper");
       break;
   }
   return r;
@@ -976,16 +1229,16 @@ MatchRule parseMatchRule(const YAML::Node& n) {
 
 // --- Route maps: set clauses --------------------------------------------------------------
 
-std::map<U32, U32> asList(const YAML::Node& n, std::string_view key) {
+std::map<U32, U32> asList(const Node& n, std::string_view key) {
   std::map<U32, U32> out;
   U32 position = 0;
-  for (const YAML::Node& x : sequence(n, key, "a list of AS numbers")) {
+  for (const Node& x : sequence(n, key, "a list of AS numbers")) {
     out.emplace(position++, u32(x, key));
   }
   return out;
 }
 
-Acl::CommSetFlag commSetFlag(const YAML::Node& n, std::string_view key) {
+Acl::CommSetFlag commSetFlag(const Node& n, std::string_view key) {
   constexpr std::string_view kWhat = "a community-set flag from 0 to 3";
   const auto f = Acl::sequenceToValue(scalar(n, key, kWhat));
   if (!f || static_cast<U32>(*f) > 3) expected(n, key, kWhat);
@@ -997,9 +1250,10 @@ struct LinkBandwidth {
   float bandwidth = 0;
 };
 
-float bandwidth(const YAML::Node& n) {
+float bandwidth(const Node& n) {
   constexpr std::string_view kWhat = "a bandwidth (a non-negative number)";
-  const std::string& s = scalar(n, "bandwidth", kWhat);
+  // strtod reads up to a NUL, which the document's text does not end with.
+  const std::string s(scalar(n, "bandwidth", kWhat));
   if (s.empty()) expected(n, "bandwidth", kWhat);
   errno = 0;
   char* end = nullptr;
@@ -1013,7 +1267,7 @@ float bandwidth(const YAML::Node& n) {
 
 // A community set clause: `kind` says which values it takes; `defaultFlag` is the flag when
 // none is given; `refuse(flag)` names a flag the clause cannot carry (or nothing).
-Vox::Ptr<CommunitySet const> parseCommunitySet(const YAML::Node& n, const std::string& key,
+Vox::Ptr<CommunitySet const> parseCommunitySet(const Node& n, const std::string& key,
                                                Acl::CommunityType kind,
                                                Acl::CommSetFlag defaultFlag, LinkBandwidth* lbw) {
   std::vector<std::string_view> keys = {"values", "lists", "flag"};
@@ -1024,7 +1278,7 @@ Vox::Ptr<CommunitySet const> parseCommunitySet(const YAML::Node& n, const std::s
   MarkScope clause(n, key);
   auto set = Vox::make<CommunitySet>();
   set->flag = defaultFlag;
-  if (const YAML::Node* v = f.get("flag")) {
+  if (const Node* v = f.get("flag")) {
     set->flag = commSetFlag(*v, "flag");
     if (key == "community" && set->flag == Acl::commSetDelete_) {
       fail(*v,
@@ -1035,9 +1289,9 @@ Vox::Ptr<CommunitySet const> parseCommunitySet(const YAML::Node& n, const std::s
       expected(*v, "flag", "1 (community-delete always deletes)");
     }
   }
-  if (const YAML::Node* v = f.get("values")) {
+  if (const Node* v = f.get("values")) {
     if (!v->IsNull()) {
-      for (const YAML::Node& x : sequence(*v, "values", "a list of communities")) {
+      for (const Node& x : sequence(*v, "values", "a list of communities")) {
         switch (kind) {
           case Acl::communityStandard:
             set->standard.push_back(standardCommunity(x, "values"));
@@ -1052,158 +1306,133 @@ Vox::Ptr<CommunitySet const> parseCommunitySet(const YAML::Node& n, const std::s
       }
     }
   }
-  if (const YAML::Node* v = f.get("lists")) {
+  if (const Node* v = f.get("lists")) {
     set->useCL = true;
     set->communityListName = nameList(*v, "lists");
   }
   if (lbw) {
-    if (const YAML::Node* v = f.get("link-bandwidth")) {
+    if (const Node* v = f.get("link-bandwidth")) {
       Fields l(*v, "link-bandwidth", {"option", "bandwidth"});
       if (v->IsNull()) expected(*v, "link-bandwidth", "a mapping {option, bandwidth}");
       lbw->option = static_cast<Acl::ExtCommLinkBandwidthSetFlag>(
           u32(l.need("option"), "option", 0, 4, "a link-bandwidth option from 0 to 4"));
-      if (const YAML::Node* b = l.get("bandwidth")) lbw->bandwidth = bandwidth(*b);
+      if (const Node* b = l.get("bandwidth")) lbw->bandwidth = bandwidth(*b);
     }
   }
   return set;
 }
 
-SetClauses parseSetClauses(const YAML::Node& n) {
+// The set clauses, one row per key: its flag bit and how its value reads. The rows are read
+// in this order, whatever the order of the keys in the file.
+struct SetClauseRow {
+  std::string_view key;
+  SetFlagBit bit;
+  void (*read)(const Node& value, SetClauses& into);
+};
+
+SetClauses parseSetClauses(const Node& n) {
   using namespace Routing::RouteMap;
-  Fields f(n, "set",
-           {"as-path-prepend",
-            "next-hop",
-            "ipv6-next-hop",
-            "origin",
-            "action-19",
-            "metric",
-            "ospf-metric-type",
-            "isis-level",
-            "action-2",
-            "community",
-            "community-delete",
-            "extended-community",
-            "action-3",
-            "action-25",
-            "action-26",
-            "next-hop-peer-address",
-            "ipv6-next-hop-peer-address",
-            "next-hop-unchanged",
-            "ipv6-next-hop-unchanged",
-            "as-path-prepend-last-as",
-            "as-path-replace",
-            "action-35",
-            "large-community"});
+  static const SetClauseRow kRows[] = {
+      {"as-path-prepend", setAsPathPrepend,
+       [](const Node& v, SetClauses& s) { s.asPathPrepend = asList(v, "as-path-prepend"); }},
+      {"next-hop", setNextHop,
+       [](const Node& v, SetClauses& s) { s.nextHop = ipv4(v, "next-hop"); }},
+      {"ipv6-next-hop", setIpv6NextHop,
+       [](const Node& v, SetClauses& s) { s.ipv6NextHop = ipv6(v, "ipv6-next-hop"); }},
+      {"origin", setOrigin,
+       [](const Node& v, SetClauses& s) {
+         s.origin = u32(v, "origin", 1, 3, "an origin of 1, 2 or 3");
+       }},
+      {"action-19", setAction19,
+       [](const Node& v, SetClauses& s) { s.action19 = s64(v, "action-19"); }},
+      {"metric", setMetric,
+       [](const Node& v, SetClauses& s) {
+         Fields m(v, "metric", {"value", "med-type"});
+         if (v.IsNull()) expected(v, "metric", "a mapping {value, med-type}");
+         s.metric = s64(m.need("value"), "value");
+         if (const Node* t = m.get("med-type")) {
+           s.medType = u32(*t, "med-type", 0, 8, "a med type from 0 to 8");
+         }
+       }},
+      {"ospf-metric-type", setOspfMetricType,
+       [](const Node& v, SetClauses& s) {
+         s.ospfMetricType = u32(v, "ospf-metric-type", 1, 2, "an OSPF metric type, 1 or 2");
+       }},
+      {"isis-level", setIsisLevel,
+       [](const Node& v, SetClauses& s) {
+         s.isisLevel = u32(v, "isis-level", 0, 2, "an IS-IS level, 0, 1 or 2");
+       }},
+      {"action-2", setAction2,
+       [](const Node& v, SetClauses& s) { s.action2 = u32(v, "action-2"); }},
+      {"community", setCommunityAddReplace,
+       [](const Node& v, SetClauses& s) {
+         s.communityAddReplace =
+             parseCommunitySet(v, "community", Acl::communityStandard, Acl::commSetNone_, nullptr);
+       }},
+      {"community-delete", setCommunityDelete,
+       [](const Node& v, SetClauses& s) {
+         s.communityDelete = parseCommunitySet(v, "community-delete", Acl::communityStandard,
+                                               Acl::commSetDelete_, nullptr);
+       }},
+      {"extended-community", setExtCommunity,
+       [](const Node& v, SetClauses& s) {
+         LinkBandwidth lbw;
+         s.extCommunity = parseCommunitySet(v, "extended-community", Acl::communityExtended,
+                                            Acl::commSetNone_, &lbw);
+         s.extCommLbwFlag = lbw.option;
+         s.extCommLbwBandwidth = lbw.bandwidth;
+       }},
+      {"action-3", setAction3,
+       [](const Node& v, SetClauses& s) { s.action3 = s64(v, "action-3"); }},
+      {"action-25", setAction25,
+       [](const Node& v, SetClauses& s) { s.action25 = u32(v, "action-25"); }},
+      {"action-26", setAction26,
+       [](const Node& v, SetClauses& s) { s.action26 = s64(v, "action-26"); }},
+      {"next-hop-peer-address", setNextHopPeerAddr,
+       [](const Node& v, SetClauses& s) {
+         s.nextHopPeerAddr = boolean(v, "next-hop-peer-address");
+       }},
+      {"ipv6-next-hop-peer-address", setIpv6NextHopPeerAddr,
+       [](const Node& v, SetClauses& s) {
+         s.ipv6NextHopPeerAddr = boolean(v, "ipv6-next-hop-peer-address");
+       }},
+      {"next-hop-unchanged", setNextHopUnchanged,
+       [](const Node& v, SetClauses& s) { s.nextHopUnchanged = boolean(v, "next-hop-unchanged"); }},
+      {"ipv6-next-hop-unchanged", setIpv6NextHopUnchanged,
+       [](const Node& v, SetClauses& s) {
+         s.ipv6NextHopUnchanged = boolean(v, "ipv6-next-hop-unchanged");
+       }},
+      {"as-path-prepend-last-as", setAsPathPrependLastAs,
+       [](const Node& v, SetClauses& s) {
+         s.asPathPrependLastAs = static_cast<U8>(u32(v, "as-path-prepend-last-as", 0, 255));
+       }},
+      {"as-path-replace", setAsPathReplace,
+       [](const Node& v, SetClauses& s) { s.asPathReplace = asList(v, "as-path-replace"); }},
+      {"action-35", setAction35,
+       [](const Node& v, SetClauses& s) { s.action35 = s64(v, "action-35"); }},
+      {"large-community", setLargeCommunity,
+       [](const Node& v, SetClauses& s) {
+         s.largeCommunity = parseCommunitySet(v, "large-community", Acl::communityLarge,
+                                              Acl::commSetNone_, nullptr);
+       }},
+  };
+  static const std::vector<std::string_view> kKeys = [] {
+    std::vector<std::string_view> keys;
+    for (const SetClauseRow& row : kRows) keys.push_back(row.key);
+    return keys;
+  }();
+  const Fields f(n, "set", kKeys);
   SetClauses s;
-  auto on = [&](SetFlagBit bit) { s.flags |= 1u << bit; };
-  if (const YAML::Node* v = f.get("as-path-prepend")) {
-    s.asPathPrepend = asList(*v, "as-path-prepend");
-    on(setAsPathPrepend);
-  }
-  if (const YAML::Node* v = f.get("next-hop")) {
-    s.nextHop = ipv4(*v, "next-hop");
-    on(setNextHop);
-  }
-  if (const YAML::Node* v = f.get("ipv6-next-hop")) {
-    s.ipv6NextHop = ipv6(*v, "ipv6-next-hop");
-    on(setIpv6NextHop);
-  }
-  if (const YAML::Node* v = f.get("origin")) {
-    s.origin = u32(*v, "origin", 1, 3, "an origin of 1, 2 or 3");
-    on(setOrigin);
-  }
-  if (const YAML::Node* v = f.get("action-19")) {
-    s.action19 = s64(*v, "action-19");
-    on(setAction19);
-  }
-  if (const YAML::Node* v = f.get("metric")) {
-    Fields m(*v, "metric", {"value", "med-type"});
-    if (v->IsNull()) expected(*v, "metric", "a mapping {value, med-type}");
-    s.metric = s64(m.need("value"), "value");
-    if (const YAML::Node* t = m.get("med-type")) {
-      s.medType = u32(*t, "med-type", 0, 8, "a med type from 0 to 8");
+  for (const SetClauseRow& row : kRows) {
+    if (const Node* v = f.get(row.key)) {
+      row.read(*v, s);
+      s.flags |= 1u << row.bit;
     }
-    on(setMetric);
-  }
-  if (const YAML::Node* v = f.get("ospf-metric-type")) {
-    s.ospfMetricType = u32(*v, "ospf-metric-type", 1, 2, "an OSPF metric type, 1 or 2");
-    on(setOspfMetricType);
-  }
-  if (const YAML::Node* v = f.get("isis-level")) {
-    s.isisLevel = u32(*v, "isis-level", 0, 2, "an IS-IS level, 0, 1 or 2");
-    on(setIsisLevel);
-  }
-  if (const YAML::Node* v = f.get("action-2")) {
-    s.action2 = u32(*v, "action-2");
-    on(setAction2);
-  }
-  if (const YAML::Node* v = f.get("community")) {
-    s.communityAddReplace =
-        parseCommunitySet(*v, "community", Acl::communityStandard, Acl::commSetNone_, nullptr);
-    on(setCommunityAddReplace);
-  }
-  if (const YAML::Node* v = f.get("community-delete")) {
-    s.communityDelete = parseCommunitySet(*v, "community-delete", Acl::communityStandard,
-                                          Acl::commSetDelete_, nullptr);
-    on(setCommunityDelete);
-  }
-  if (const YAML::Node* v = f.get("extended-community")) {
-    LinkBandwidth lbw;
-    s.extCommunity = parseCommunitySet(*v, "extended-community", Acl::communityExtended,
-                                       Acl::commSetNone_, &lbw);
-    s.extCommLbwFlag = lbw.option;
-    s.extCommLbwBandwidth = lbw.bandwidth;
-    on(setExtCommunity);
-  }
-  if (const YAML::Node* v = f.get("action-3")) {
-    s.action3 = s64(*v, "action-3");
-    on(setAction3);
-  }
-  if (const YAML::Node* v = f.get("action-25")) {
-    s.action25 = u32(*v, "action-25");
-    on(setAction25);
-  }
-  if (const YAML::Node* v = f.get("action-26")) {
-    s.action26 = s64(*v, "action-26");
-    on(setAction26);
-  }
-  if (const YAML::Node* v = f.get("next-hop-peer-address")) {
-    s.nextHopPeerAddr = boolean(*v, "next-hop-peer-address");
-    on(setNextHopPeerAddr);
-  }
-  if (const YAML::Node* v = f.get("ipv6-next-hop-peer-address")) {
-    s.ipv6NextHopPeerAddr = boolean(*v, "ipv6-next-hop-peer-address");
-    on(setIpv6NextHopPeerAddr);
-  }
-  if (const YAML::Node* v = f.get("next-hop-unchanged")) {
-    s.nextHopUnchanged = boolean(*v, "next-hop-unchanged");
-    on(setNextHopUnchanged);
-  }
-  if (const YAML::Node* v = f.get("ipv6-next-hop-unchanged")) {
-    s.ipv6NextHopUnchanged = boolean(*v, "ipv6-next-hop-unchanged");
-    on(setIpv6NextHopUnchanged);
-  }
-  if (const YAML::Node* v = f.get("as-path-prepend-last-as")) {
-    s.asPathPrependLastAs = static_cast<U8>(u32(*v, "as-path-prepend-last-as", 0, 255));
-    on(setAsPathPrependLastAs);
-  }
-  if (const YAML::Node* v = f.get("as-path-replace")) {
-    s.asPathReplace = asList(*v, "as-path-replace");
-    on(setAsPathReplace);
-  }
-  if (const YAML::Node* v = f.get("action-35")) {
-    s.action35 = s64(*v, "action-35");
-    on(setAction35);
-  }
-  if (const YAML::Node* v = f.get("large-community")) {
-    s.largeCommunity =
-        parseCommunitySet(*v, "large-community", Acl::communityLarge, Acl::commSetNone_, nullptr);
-    on(setLargeCommunity);
   }
   return s;
 }
 
-MapDef parseMap(const YAML::Node& n, const std::string& what) {
+MapDef parseMap(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, true, false);
   MapDef def;
   def.version = form.version;
@@ -1213,10 +1442,10 @@ MapDef parseMap(const YAML::Node& n, const std::string& what) {
         MarkScope at(f.node(), std::to_string(seq));
         MapEntryDef e;
         e.permit = action(f.need("action"));
-        if (const YAML::Node* m = f.get("match")) {
+        if (const Node* m = f.get("match")) {
           if (!m->IsNull()) {
             std::map<MatchOption, int> firstLine;
-            for (const YAML::Node& r : sequence(*m, "match", "a list of match rules")) {
+            for (const Node& r : sequence(*m, "match", "a list of match rules")) {
               MatchRule rule = parseMatchRule(r);
               if (auto it = firstLine.find(rule.option); it != firstLine.end()) {
                 fail(r, "match: option " + optionLabel(rule.option) +
@@ -1228,11 +1457,11 @@ MapDef parseMap(const YAML::Node& n, const std::string& what) {
             }
           }
         }
-        if (const YAML::Node* s = f.get("sub-route-map")) {
+        if (const Node* s = f.get("sub-route-map")) {
           e.subRouteMap = text(*s, "sub-route-map");
           MarkRecorder::mark(*s, "sub-route-map");
         }
-        if (const YAML::Node* s = f.get("set")) e.set = parseSetClauses(*s);
+        if (const Node* s = f.get("set")) e.set = parseSetClauses(*s);
         return e;
       });
   return def;
@@ -1240,74 +1469,98 @@ MapDef parseMap(const YAML::Node& n, const std::string& what) {
 
 // --- Sections, steps, scenario ------------------------------------------------------------
 
-DynamicPrefixListDef parseDynamicPrefixList(const YAML::Node& n, const std::string& what) {
+DynamicPrefixListDef parseDynamicPrefixList(const Node& n, const std::string& what) {
   Fields f(n, what, {"match-map", "ipv4-prefix-list", "ipv6-prefix-list", "version"});
   DynamicPrefixListDef d;
-  if (const YAML::Node* v = f.get("match-map")) {
+  if (const Node* v = f.get("match-map")) {
     d.matchMap = text(*v, "match-map");
     MarkRecorder::mark(*v, "match-map");
   }
-  if (const YAML::Node* v = f.get("ipv4-prefix-list")) {
+  if (const Node* v = f.get("ipv4-prefix-list")) {
     d.ipv4PrefixList = text(*v, "ipv4-prefix-list");
     MarkRecorder::mark(*v, "ipv4-prefix-list");
   }
-  if (const YAML::Node* v = f.get("ipv6-prefix-list")) {
+  if (const Node* v = f.get("ipv6-prefix-list")) {
     d.ipv6PrefixList = text(*v, "ipv6-prefix-list");
     MarkRecorder::mark(*v, "ipv6-prefix-list");
   }
-  if (const YAML::Node* v = f.get("version")) d.version = u32(*v, "version");
+  if (const Node* v = f.get("version")) d.version = u32(*v, "version");
   return d;
 }
 
-ScenarioConfig parseConfig(const YAML::Node& n) {
-  Fields f(n, "config",
-           {"route-map-op-mode", "as-path-regex-mode", "prefix-lists", "ipv6-prefix-lists",
-            "as-path-lists", "community-lists", "access-lists", "route-maps", "peer-filters",
-            "dynamic-prefix-lists", "policy-map"});
+// The sections that map names to definitions, one row each: the key and how one
+// definition reads into the configuration. They are read in this order.
+struct SectionRow {
+  std::string_view key;
+  void (*read)(const std::string& name, const Node& value, ScenarioConfig& into);
+};
+
+constexpr SectionRow kSections[] = {
+    {"prefix-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.prefixLists.emplace(
+           nm, parsePrefixList<Acl::PrefixEntry>(v, "prefix list " + quote(nm), 32, ipv4Prefix));
+     }},
+    {"ipv6-prefix-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(
+                                         v, "IPv6 prefix list " + quote(nm), 128, ipv6Prefix));
+     }},
+    {"as-path-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.asPathLists.emplace(nm, parseAsPathList(v, "AS-path list " + quote(nm)));
+     }},
+    {"community-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.communityLists.emplace(nm, parseCommunityList(v, "community list " + quote(nm)));
+     }},
+    {"access-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.accessLists.emplace(nm, parseAccessList(v, "access list " + quote(nm)));
+     }},
+    {"route-maps",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.routeMaps.emplace(nm, parseMap(v, "route map " + quote(nm)));
+     }},
+    {"peer-filters",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.peerFilters.emplace(nm, parseMap(v, "peer filter " + quote(nm)));
+     }},
+    {"dynamic-prefix-lists",
+     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
+       c.dynamicPrefixLists.emplace(nm,
+                                    parseDynamicPrefixList(v, "dynamic prefix list " + quote(nm)));
+     }},
+};
+
+ScenarioConfig parseConfig(const Node& n) {
+  // The modes, the sections, then the policy map.
+  static const std::vector<std::string_view> kKeys = [] {
+    std::vector<std::string_view> keys = {"route-map-op-mode", "as-path-regex-mode"};
+    for (const SectionRow& row : kSections) keys.push_back(row.key);
+    keys.push_back("policy-map");
+    return keys;
+  }();
+  const Fields f(n, "config", kKeys);
   ScenarioConfig c;
-  if (const YAML::Node* v = f.get("route-map-op-mode")) {
+  if (const Node* v = f.get("route-map-op-mode")) {
     c.routeMapOpMode = u32(*v, "route-map-op-mode");
   }
-  if (const YAML::Node* v = f.get("as-path-regex-mode")) {
+  if (const Node* v = f.get("as-path-regex-mode")) {
     c.asPathRegexMode = u32(*v, "as-path-regex-mode");
   }
-  forEachNamed(f.get("prefix-lists"), "prefix-lists", [&](const std::string& nm, auto& v) {
-    c.prefixLists.emplace(
-        nm, parsePrefixList<Acl::PrefixEntry>(v, "prefix list " + quote(nm), 32, ipv4Prefix));
-  });
-  forEachNamed(
-      f.get("ipv6-prefix-lists"), "ipv6-prefix-lists", [&](const std::string& nm, auto& v) {
-        c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(
-                                          v, "IPv6 prefix list " + quote(nm), 128, ipv6Prefix));
-      });
-  forEachNamed(f.get("as-path-lists"), "as-path-lists", [&](const std::string& nm, auto& v) {
-    c.asPathLists.emplace(nm, parseAsPathList(v, "AS-path list " + quote(nm)));
-  });
-  forEachNamed(f.get("community-lists"), "community-lists", [&](const std::string& nm, auto& v) {
-    c.communityLists.emplace(nm, parseCommunityList(v, "community list " + quote(nm)));
-  });
-  forEachNamed(f.get("access-lists"), "access-lists", [&](const std::string& nm, auto& v) {
-    c.accessLists.emplace(nm, parseAccessList(v, "access list " + quote(nm)));
-  });
-  forEachNamed(f.get("route-maps"), "route-maps", [&](const std::string& nm, auto& v) {
-    c.routeMaps.emplace(nm, parseMap(v, "route map " + quote(nm)));
-  });
-  forEachNamed(f.get("peer-filters"), "peer-filters", [&](const std::string& nm, auto& v) {
-    c.peerFilters.emplace(nm, parseMap(v, "peer filter " + quote(nm)));
-  });
-  forEachNamed(f.get("dynamic-prefix-lists"), "dynamic-prefix-lists",
-               [&](const std::string& nm, auto& v) {
-                 c.dynamicPrefixLists.emplace(
-                     nm, parseDynamicPrefixList(v, "dynamic prefix list " + quote(nm)));
-               });
-  if (const YAML::Node* v = f.get("policy-map")) {
+  for (const SectionRow& row : kSections) {
+    forEachNamed(f.get(row.key), row.key,
+                 [&](const std::string& nm, const Node& v) { row.read(nm, v, c); });
+  }
+  if (const Node* v = f.get("policy-map")) {
     Fields p(*v, "policy-map", {"route-maps", "dynamic-prefix-lists"});
     MarkScope at(*v, "policy-map");
-    if (const YAML::Node* x = p.get("route-maps")) {
+    if (const Node* x = p.get("route-maps")) {
       MarkScope maps(*x, "route-maps");
       c.policyMap.routeMaps = nameList(*x, "route-maps");
     }
-    if (const YAML::Node* x = p.get("dynamic-prefix-lists")) {
+    if (const Node* x = p.get("dynamic-prefix-lists")) {
       MarkScope lists(*x, "dynamic-prefix-lists");
       c.policyMap.dynamicPrefixLists = nameList(*x, "dynamic-prefix-lists");
     }
@@ -1315,7 +1568,7 @@ ScenarioConfig parseConfig(const YAML::Node& n) {
   return c;
 }
 
-InputSet parseInputs(const YAML::Node& n) {
+InputSet parseInputs(const Node& n) {
   InputSet set;
   if (n.IsNull()) return set;
   std::string names;
@@ -1323,8 +1576,8 @@ InputSet parseInputs(const YAML::Node& n) {
     if (!names.empty()) names += ", ";
     names += inputName(i);
   }
-  for (const YAML::Node& x : sequence(n, "inputs", "a list of input names")) {
-    const std::string& s = scalar(x, "inputs", "an input name");
+  for (const Node& x : sequence(n, "inputs", "a list of input names")) {
+    const std::string_view s = scalar(x, "inputs", "an input name");
     bool found = false;
     for (Input i : kAllInputs) {
       if (s != inputName(i)) continue;
@@ -1337,7 +1590,7 @@ InputSet parseInputs(const YAML::Node& n) {
   return set;
 }
 
-Step parseStep(const YAML::Node& n, std::size_t number) {
+Step parseStep(const Node& n, std::size_t number) {
   const std::string what = "step " + std::to_string(number);
   Fields f(n, what, {"name", "config", "inputs"});
   if (n.IsNull()) expected(n, what, "a mapping {name, config, inputs}");
@@ -1345,55 +1598,36 @@ Step parseStep(const YAML::Node& n, std::size_t number) {
   const auto [line, column] = positionOf(n);
   s.marks.step = {line, column};
   MarkRecorder recorder(s.marks);
-  if (const YAML::Node* v = f.get("name")) s.name = text(*v, "name");
+  if (const Node* v = f.get("name")) s.name = text(*v, "name");
   s.config = parseConfig(f.need("config"));
-  if (const YAML::Node* v = f.get("inputs")) s.inputs = parseInputs(*v);
+  if (const Node* v = f.get("inputs")) s.inputs = parseInputs(*v);
   return s;
 }
 
-Scenario parseRoot(const YAML::Node& root) {
+Scenario parseRoot(const Node& root) {
   if (!root.IsMap()) expected(root, "scenario", "a mapping with 'steps'");
   Fields f(root, "scenario", {"vrf", "steps"});
   Scenario sc;
-  if (const YAML::Node* v = f.get("vrf")) {
+  if (const Node* v = f.get("vrf")) {
     sc.vrf = text(*v, "vrf");
     if (sc.vrf.size() > L3::VrfName::maxLength) {
       fail(*v, "vrf: expected a name of at most " + std::to_string(L3::VrfName::maxLength) +
                    " bytes, got " + std::to_string(sc.vrf.size()) + " bytes");
     }
   }
-  const YAML::Node& steps = f.need("steps");
+  const Node& steps = f.need("steps");
   if (!steps.IsSequence() || steps.size() == 0)
     expected(steps, "steps", "a list of at least one step");
   std::size_t number = 0;
-  for (const YAML::Node& s : steps) sc.steps.push_back(parseStep(s, ++number));
+  for (const Node& s : steps) sc.steps.push_back(parseStep(s, ++number));
   return sc;
 }
 
 }  // namespace
 
 Scenario parseScenario(std::string_view text) {
-  const std::string input(text);
-  YAML::Node root;
-  try {
-    std::istringstream in(input);
-    YAML::Parser parser(in);
-    DocumentLimits limits;
-    parser.HandleNextDocument(limits);
-    root = YAML::Load(input);
-  } catch (const YAML::Exception& e) {
-    throw InputError(e.mark.is_null() ? 1 : e.mark.line + 1,
-                     e.mark.is_null() ? 1 : e.mark.column + 1, "invalid YAML: " + printable(e.msg));
-  }
-  try {
-    return parseRoot(root);
-  } catch (const YAML::Exception& e) {
-    // The reader checks node types before every access; this only keeps an unforeseen
-    // case a reported input error instead of an abort.
-    throw InputError(e.mark.is_null() ? 1 : e.mark.line + 1,
-                     e.mark.is_null() ? 1 : e.mark.column + 1,
-                     "invalid scenario: " + printable(e.msg));
-  }
+  const Document doc = DocumentBuilder(text).build();
+  return parseRoot(Node(doc, doc.root()));
 }
 
 }  // namespace ribpolicy

@@ -1,10 +1,24 @@
 #include "tools/ribpolicy/StateJson.h"
 
+#include <cstdint>
+#include <cstdio>
 #include <type_traits>
+#include <utility>
 #include <variant>
 #include <vector>
 
 namespace ribpolicy {
+
+namespace {
+
+// Adds a member after the others without looking for one of the same name: the callers walk
+// ordered maps, whose names are unique, while an ordered object's operator[] searches its
+// members one by one, which made a state of many nodes quadratic.
+void append(Json& object, std::string name, Json value) {
+  object.get_ref<Json::object_t&>().emplace_back(std::move(name), std::move(value));
+}
+
+}  // namespace
 
 std::string jsonBytes(std::string_view bytes) {
   std::string out;
@@ -68,14 +82,16 @@ Json engineJson(const Rib::EngineModel::Node& node) {
   Json out = Json::object();
   if (!node.values.empty()) {
     Json values = Json::object();
-    for (const auto& [tag, value] : node.values) values[std::to_string(tag)] = valueJson(value);
+    for (const auto& [tag, value] : node.values) {
+      append(values, std::to_string(tag), valueJson(value));
+    }
     out["="] = std::move(values);
   }
   // The children's map is ordered by tag, then key (numbers numerically, strings byte-wise),
   // which is the printed order; an ordered JSON object keeps it.
   for (const auto& [entry, child] : node.children) {
     if (!child.meaningful()) continue;
-    out[nodeName(entry)] = engineJson(child);
+    append(out, nodeName(entry), engineJson(child));
   }
   return out;
 }
@@ -91,7 +107,7 @@ Json requesters(const RoutingPolicyMap::PolicyMap::Coll& coll) {
       reasons.push_back(
           Json::array({r.plugin, r.mode, jsonBytes(r.configCli), jsonBytes(r.configKey)}));
     }
-    out[jsonBytes(name)] = std::move(reasons);
+    append(out, jsonBytes(name), std::move(reasons));
   }
   return out;
 }
@@ -154,6 +170,171 @@ std::string jsonText(const Json& json, bool indented) {
       out += next;
     }
   }
+  return out;
+}
+
+namespace {
+
+// Writes JSON text in the layout of jsonText: two spaces a level when indented, ": " after a
+// member name, every code point outside printable ASCII as \u00XX (or \uXXXX, and a pair
+// of them past the first plane).
+class TextWriter {
+ public:
+  TextWriter(std::string& out, bool indented) : out_(out), indented_(indented) {}
+
+  // A container opens with its bracket; each item or member begins with item(), and the
+  // container closes with close(), which writes "{}" or "[]" when nothing was in it.
+  void open(char bracket) {
+    out_ += bracket;
+    counts_.push_back(0);
+  }
+  void item() {
+    if (counts_.back()++ > 0) out_ += ',';
+    newline(counts_.size());
+  }
+  void member(std::string_view name) {
+    item();
+    string(name);
+    out_ += indented_ ? ": " : ":";
+  }
+  void close(char bracket) {
+    const bool empty = counts_.back() == 0;
+    counts_.pop_back();
+    if (!empty) newline(counts_.size());
+    out_ += bracket;
+  }
+
+  // `s` is UTF-8, as jsonBytes makes it.
+  void string(std::string_view s) {
+    out_ += '"';
+    for (std::size_t i = 0; i < s.size();) {
+      const auto c = static_cast<unsigned char>(s[i]);
+      if (c >= 0x20 && c < 0x7f) {
+        if (c == '"' || c == '\\') out_ += '\\';
+        out_ += static_cast<char>(c);
+        ++i;
+        continue;
+      }
+      const std::size_t width = c < 0x80 ? 1 : c < 0xe0 ? 2 : c < 0xf0 ? 3 : 4;
+      std::uint32_t cp = width == 1 ? c : width == 2 ? c & 0x1f : width == 3 ? c & 0x0f : c & 0x07;
+      for (std::size_t k = 1; k < width && i + k < s.size(); ++k) {
+        cp = (cp << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3f);
+      }
+      i += width;
+      if (cp > 0xffff) {
+        cp -= 0x10000;
+        escape(0xd800 + (cp >> 10));
+        escape(0xdc00 + (cp & 0x3ff));
+      } else {
+        escape(cp);
+      }
+    }
+    out_ += '"';
+  }
+
+  // A small value made as Json (an engine value, a reason), written in the same layout.
+  void json(const Json& j) {
+    switch (j.type()) {
+      case Json::value_t::object:
+        open('{');
+        for (const auto& [name, value] : j.items()) {
+          member(name);
+          json(value);
+        }
+        close('}');
+        break;
+      case Json::value_t::array:
+        open('[');
+        for (const Json& x : j) {
+          item();
+          json(x);
+        }
+        close(']');
+        break;
+      case Json::value_t::string:
+        string(j.get_ref<const std::string&>());
+        break;
+      case Json::value_t::null:
+      case Json::value_t::boolean:
+      case Json::value_t::number_integer:
+      case Json::value_t::number_unsigned:
+      case Json::value_t::number_float:
+      case Json::value_t::binary:
+      case Json::value_t::discarded:
+        out_ += j.dump();
+        break;
+    }
+  }
+
+ private:
+  void newline(std::size_t level) {
+    if (!indented_) return;
+    out_ += '\n';
+    out_.append(2 * level, ' ');
+  }
+  void escape(std::uint32_t cp) {
+    char buf[8];
+    std::snprintf(buf, sizeof buf, "\\u%04x", static_cast<unsigned>(cp));
+    out_ += buf;
+  }
+
+  std::string& out_;
+  bool indented_;
+  std::vector<std::size_t> counts_;
+};
+
+void writeEngine(TextWriter& w, const Rib::EngineModel::Node& node) {
+  w.open('{');
+  if (!node.values.empty()) {
+    w.member("=");
+    w.open('{');
+    for (const auto& [tag, value] : node.values) {
+      w.member(std::to_string(tag));
+      w.json(valueJson(value));
+    }
+    w.close('}');
+  }
+  for (const auto& [entry, child] : node.children) {
+    if (!child.meaningful()) continue;
+    w.member(nodeName(entry));
+    writeEngine(w, child);
+  }
+  w.close('}');
+}
+
+void writeRequesters(TextWriter& w, const RoutingPolicyMap::PolicyMap::Coll& coll) {
+  w.open('{');
+  for (const auto& [name, requester] : coll) {
+    w.member(jsonBytes(name));
+    w.open('[');
+    for (const RoutingPolicyMap::Requester& r : requester->reason()) {
+      w.item();
+      w.json(Json::array({r.plugin, r.mode, jsonBytes(r.configCli), jsonBytes(r.configKey)}));
+    }
+    w.close(']');
+  }
+  w.close('}');
+}
+
+}  // namespace
+
+std::string stateText(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map,
+                      bool indented) {
+  std::string out;
+  TextWriter w(out, indented);
+  w.open('{');
+  w.member("engine");
+  writeEngine(w, engine);
+  w.member("policy-map");
+  w.open('{');
+  w.member("route-maps");
+  writeRequesters(w, map.routeMap());
+  w.member("dynamic-prefix-lists");
+  writeRequesters(w, map.dynamicPrefixList());
+  w.member("redistributed-dynamic-prefix-lists");
+  writeRequesters(w, map.redistributedDynPfx());
+  w.close('}');
+  w.close('}');
   return out;
 }
 

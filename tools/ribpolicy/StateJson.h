@@ -33,4 +33,10 @@ Json stateJson(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::Pol
 // Compact (one line) or indented text, ASCII only.
 std::string jsonText(const Json& json, bool indented);
 
+// The text of stateJson(engine, map) as jsonText prints it, written straight from the trees:
+// a JSON value per engine node costs about as much again as the node itself, which a state
+// of a million entries cannot afford.
+std::string stateText(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map,
+                      bool indented);
+
 }  // namespace ribpolicy
