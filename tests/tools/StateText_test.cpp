@@ -1,14 +1,80 @@
-// The state written straight from the trees is the text of the state made as JSON, byte for
-// byte, in both layouts.
+// The state written straight from the trees is, byte for byte and in both layouts, the text
+// that the JSON library prints for the same state built as a JSON value, the plain way.
 #include <gtest/gtest.h>
 
 #include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
 
 #include "tools/ribpolicy/StateJson.h"
 
 namespace {
 
 using Rib::PathEntry;
+using ribpolicy::Json;
+using ribpolicy::jsonBytes;
+using ribpolicy::nodeName;
+using ribpolicy::valueJson;
+
+// --- The state as a JSON value: the oracle ----------------------------------------------
+
+// Adds a member after the others without looking for one of the same name: the callers walk
+// ordered maps, whose names are unique, while an ordered object's operator[] searches its
+// members one by one, which made a state of many nodes quadratic.
+void append(Json& object, std::string name, Json value) {
+  object.get_ref<Json::object_t&>().emplace_back(std::move(name), std::move(value));
+}
+
+Json engineJson(const Rib::EngineModel::Node& node) {
+  Json out = Json::object();
+  if (!node.values.empty()) {
+    Json values = Json::object();
+    for (const auto& [tag, value] : node.values) {
+      append(values, std::to_string(tag), valueJson(value));
+    }
+    out["="] = std::move(values);
+  }
+  // The children's map is ordered by tag, then key (numbers numerically, strings byte-wise),
+  // which is the printed order; an ordered JSON object keeps it.
+  for (const auto& [entry, child] : node.children) {
+    if (!child.meaningful()) continue;
+    append(out, nodeName(entry), engineJson(child));
+  }
+  return out;
+}
+
+Json requesters(const RoutingPolicyMap::PolicyMap::Coll& coll) {
+  Json out = Json::object();
+  for (const auto& [name, requester] : coll) {
+    Json reasons = Json::array();
+    // The reason set is ordered by plugin, mode, configCli, configKey.
+    for (const RoutingPolicyMap::Requester& r : requester->reason()) {
+      reasons.push_back(
+          Json::array({r.plugin, r.mode, jsonBytes(r.configCli), jsonBytes(r.configKey)}));
+    }
+    append(out, jsonBytes(name), std::move(reasons));
+  }
+  return out;
+}
+
+Json policyMapJson(const RoutingPolicyMap::PolicyMap& map) {
+  Json out = Json::object();
+  out["route-maps"] = requesters(map.routeMap());
+  out["dynamic-prefix-lists"] = requesters(map.dynamicPrefixList());
+  out["redistributed-dynamic-prefix-lists"] = requesters(map.redistributedDynPfx());
+  return out;
+}
+
+Json stateJson(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map) {
+  Json out = Json::object();
+  out["engine"] = engineJson(engine);
+  out["policy-map"] = policyMapJson(map);
+  return out;
+}
+
+// --- Cases -------------------------------------------------------------------------------
 
 Rib::EngineModel::Node sampleEngine() {
   Rib::EngineModel::Node root;
@@ -42,7 +108,7 @@ TEST(StateTextTest, SameTextAsTheStateMadeAsJson) {
   map->dynamicPrefixListIs("D")->reasonIs({3, 1, "cli", "key"}, true);
   for (const bool indented : {true, false}) {
     EXPECT_EQ(ribpolicy::stateText(engine, *map, indented),
-              ribpolicy::jsonText(ribpolicy::stateJson(engine, *map), indented))
+              ribpolicy::jsonText(stateJson(engine, *map), indented))
         << (indented ? "indented" : "compact");
   }
 }
@@ -55,7 +121,7 @@ TEST(StateTextTest, EmptyState) {
             "{\"engine\":{},\"policy-map\":{\"route-maps\":{},\"dynamic-prefix-lists\":{},"
             "\"redistributed-dynamic-prefix-lists\":{}}}");
   EXPECT_EQ(ribpolicy::stateText(engine, *map, true),
-            ribpolicy::jsonText(ribpolicy::stateJson(engine, *map), true));
+            ribpolicy::jsonText(stateJson(engine, *map), true));
 }
 
 }  // namespace

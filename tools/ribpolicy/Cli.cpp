@@ -227,13 +227,12 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
     }
   }
   if (options.withState) {
-    const Json state = stateJson(model.committed(), *agent.policyMap());
     switch (options.format) {
       case Format::text:
-        out << "\nstate\n" << jsonText(state, true) << '\n';
+        out << "\nstate\n" << stateText(model.committed(), *agent.policyMap(), true) << '\n';
         break;
       case Format::jsonl:
-        out << jsonText(state, false) << '\n';
+        out << stateText(model.committed(), *agent.policyMap(), false) << '\n';
         break;
     }
   }
@@ -254,7 +253,7 @@ int printState(const Scenario& scenario, std::size_t steps, std::ostream& out) {
       agent.applyStep(scenario.steps[i].config, scenario.steps[i].inputs);
     }
   }
-  out << jsonText(stateJson(model.committed(), *agent.policyMap()), true) << '\n';
+  out << stateText(model.committed(), *agent.policyMap(), true) << '\n';
   Rib::ScopedSink quiet(nullptr);
   agent.teardown();
   return kExitOk;

@@ -9,17 +9,6 @@
 
 namespace ribpolicy {
 
-namespace {
-
-// Adds a member after the others without looking for one of the same name: the callers walk
-// ordered maps, whose names are unique, while an ordered object's operator[] searches its
-// members one by one, which made a state of many nodes quadratic.
-void append(Json& object, std::string name, Json value) {
-  object.get_ref<Json::object_t&>().emplace_back(std::move(name), std::move(value));
-}
-
-}  // namespace
-
 std::string jsonBytes(std::string_view bytes) {
   std::string out;
   out.reserve(bytes.size());
@@ -75,57 +64,6 @@ Json valueJson(const Rib::ValueData& value) {
         }
       },
       value);
-  return out;
-}
-
-Json engineJson(const Rib::EngineModel::Node& node) {
-  Json out = Json::object();
-  if (!node.values.empty()) {
-    Json values = Json::object();
-    for (const auto& [tag, value] : node.values) {
-      append(values, std::to_string(tag), valueJson(value));
-    }
-    out["="] = std::move(values);
-  }
-  // The children's map is ordered by tag, then key (numbers numerically, strings byte-wise),
-  // which is the printed order; an ordered JSON object keeps it.
-  for (const auto& [entry, child] : node.children) {
-    if (!child.meaningful()) continue;
-    append(out, nodeName(entry), engineJson(child));
-  }
-  return out;
-}
-
-namespace {
-
-Json requesters(const RoutingPolicyMap::PolicyMap::Coll& coll) {
-  Json out = Json::object();
-  for (const auto& [name, requester] : coll) {
-    Json reasons = Json::array();
-    // The reason set is ordered by plugin, mode, configCli, configKey.
-    for (const RoutingPolicyMap::Requester& r : requester->reason()) {
-      reasons.push_back(
-          Json::array({r.plugin, r.mode, jsonBytes(r.configCli), jsonBytes(r.configKey)}));
-    }
-    append(out, jsonBytes(name), std::move(reasons));
-  }
-  return out;
-}
-
-}  // namespace
-
-Json policyMapJson(const RoutingPolicyMap::PolicyMap& map) {
-  Json out = Json::object();
-  out["route-maps"] = requesters(map.routeMap());
-  out["dynamic-prefix-lists"] = requesters(map.dynamicPrefixList());
-  out["redistributed-dynamic-prefix-lists"] = requesters(map.redistributedDynPfx());
-  return out;
-}
-
-Json stateJson(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map) {
-  Json out = Json::object();
-  out["engine"] = engineJson(engine);
-  out["policy-map"] = policyMapJson(map);
   return out;
 }
 

@@ -24,18 +24,16 @@ std::string jsonBytes(std::string_view bytes);
 std::string nodeName(const Rib::PathEntry& entry);
 // [TYPE, VALUE] of one engine value.
 Json valueJson(const Rib::ValueData& value);
-// The committed tree: children by path entry, values under "="; meaningless nodes left out.
-Json engineJson(const Rib::EngineModel::Node& node);
-// {"route-maps": {...}, "dynamic-prefix-lists": {...}, "redistributed-dynamic-prefix-lists"}
-Json policyMapJson(const RoutingPolicyMap::PolicyMap& map);
-Json stateJson(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map);
 
 // Compact (one line) or indented text, ASCII only.
 std::string jsonText(const Json& json, bool indented);
 
-// The text of stateJson(engine, map) as jsonText prints it, written straight from the trees:
-// a JSON value per engine node costs about as much again as the node itself, which a state
-// of a million entries cannot afford.
+// The state as JSON text, compact or indented as jsonText prints: the committed tree (children
+// by path entry, values under "=" as [TYPE, VALUE], meaningless nodes left out) and the
+// policy-reference map ({"route-maps", "dynamic-prefix-lists",
+// "redistributed-dynamic-prefix-lists"}: name -> [[plugin, mode, cli, key] ...]). Written
+// straight from the trees: a JSON value per engine node costs about as much again as the node
+// itself, which a state of a million entries cannot afford.
 std::string stateText(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map,
                       bool indented);
 
