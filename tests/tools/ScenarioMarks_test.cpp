@@ -33,6 +33,7 @@ constexpr const char* kScenario = R"(steps:
             match:
               - {option: prefix-list, value: P1}
               - {option: community, lists: [C1, C2]}
+              - {option: contributing-aggregate, value: AGG}
             sub-route-map: SUB
             set:
               community: {lists: [C3]}
@@ -61,13 +62,14 @@ TEST(ScenarioMarks, RecordsEveryDefinitionAndReferenceAtItsText) {
       {"route-maps/RM/10/match/prefix-list", {12, 46}},
       {"route-maps/RM/10/match/community/C1", {13, 45}},
       {"route-maps/RM/10/match/community/C2", {13, 49}},
-      {"route-maps/RM/10/sub-route-map", {14, 28}},
-      {"route-maps/RM/10/set/community/C3", {16, 35}},
-      {"dynamic-prefix-lists/D", {18, 9}},
-      {"dynamic-prefix-lists/D/match-map", {18, 24}},
-      {"dynamic-prefix-lists/D/ipv4-prefix-list", {18, 46}},
-      {"policy-map/route-maps/RM", {20, 22}},
-      {"policy-map/dynamic-prefix-lists/D", {21, 32}},
+      {"route-maps/RM/10/match/contributing-aggregate", {14, 57}},
+      {"route-maps/RM/10/sub-route-map", {15, 28}},
+      {"route-maps/RM/10/set/community/C3", {17, 35}},
+      {"dynamic-prefix-lists/D", {19, 9}},
+      {"dynamic-prefix-lists/D/match-map", {19, 24}},
+      {"dynamic-prefix-lists/D/ipv4-prefix-list", {19, 46}},
+      {"policy-map/route-maps/RM", {21, 22}},
+      {"policy-map/dynamic-prefix-lists/D", {22, 32}},
   };
   for (const Expected& e : table) {
     const auto it = sc.steps[0].marks.at.find(std::string(e.path));
@@ -79,10 +81,10 @@ TEST(ScenarioMarks, RecordsEveryDefinitionAndReferenceAtItsText) {
 // A path nothing recorded falls back to its nearest recorded parent, and then to the step.
 TEST(ScenarioMarks, FindFallsBackToParentThenStep) {
   const Scenario sc = parseScenario(kScenario);
-  EXPECT_EQ(sc.steps[0].marks.find("route-maps/RM/10/match/as-path-list"), (Mark{13, 17}));
+  EXPECT_EQ(sc.steps[0].marks.find("route-maps/RM/10/match/as-path-list"), (Mark{14, 17}));
   EXPECT_EQ(sc.steps[0].marks.find("access-lists/A"), (Mark{2, 5}));
-  EXPECT_EQ(sc.steps[1].marks.find("route-maps/RM"), (Mark{23, 19}));
-  EXPECT_EQ(sc.steps[1].marks.find("policy-map/route-maps/RM"), (Mark{22, 5}));
+  EXPECT_EQ(sc.steps[1].marks.find("route-maps/RM"), (Mark{24, 19}));
+  EXPECT_EQ(sc.steps[1].marks.find("policy-map/route-maps/RM"), (Mark{23, 5}));
   EXPECT_TRUE(sc.steps[1].marks.at.count("route-maps/RM") == 0);
 }
 

@@ -1183,7 +1183,10 @@ MatchRule parseMatchRule(const Node& n) {
       break;
     case OptionForm::optionalText:
       f.restrict({"option", "value", "invert"}, context);
-      if (const Node* v = f.get("value")) r.stringValue = text(*v, "value");
+      if (const Node* v = f.get("value")) {
+        r.stringValue = text(*v, "value");
+        MarkRecorder::mark(*v);  // the contributing-aggregate map's name
+      }
       break;
     case OptionForm::metricType:
       f.restrict({"option", "value", "invert"}, context);
