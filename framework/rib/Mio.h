@@ -45,6 +45,9 @@ class MioTagArray : public Vox::PtrInterface {
  public:
   using Entries = Vox::SmallVector<PathEntry, 8>;
 
+  // Provided, so that making one (value-initialization) does not zero the inline storage.
+  MioTagArray() {}  // NOLINT(modernize-use-equals-default)
+
   void doPushPath(U32 tag) { entries_.push_back({tag, PathEntry::Kind::none, 0, {}}); }
   void doPushString(U32 tag, std::string_view key) {
     entries_.push_back({tag, PathEntry::Kind::string, 0, std::string(key)});
@@ -83,6 +86,9 @@ struct TaggedValue {
 class MioValueTagArray : public Vox::PtrInterface {
  public:
   using Values = Vox::SmallVector<TaggedValue, 8>;
+
+  // Provided, so that making one (value-initialization) does not zero the inline storage.
+  MioValueTagArray() {}  // NOLINT(modernize-use-equals-default)
 
   void doPushU32(U32 tag, U32 v) { values_.push_back({tag, v}); }
   void doPushU8(U32 tag, U8 v) { values_.push_back({tag, v}); }
