@@ -59,11 +59,12 @@ void Mio::delRmFromCommListUsers(const String& mapName, U32 seqno) const {
   for (const Vox::Name& listName : listNames) {
     const Vox::Ptr<CommSetClauseMapEntryColl> coll = users->commListUser(listName);
     if (!coll) continue;
-    std::vector<MapEntryCommSetClause> gone;
-    for (const auto& [clause, record] : coll->commSetClause()) {
-      if (clause.mapName == mapName && clause.mapSeqno == seqno) gone.push_back(clause);
+    // A sequence's clauses differ only in their set flag, so each is found by its key: a walk
+    // over every user of a list would make a start-up with n users of one list quadratic.
+    for (Acl::CommSetFlag flag :
+         {Acl::commSetNone_, Acl::commSetDelete_, Acl::commSetAdditive_, Acl::commSetReplace_}) {
+      coll->commSetClauseDel(MapEntryCommSetClause(mapName, seqno, flag));
     }
-    for (const MapEntryCommSetClause& clause : gone) coll->commSetClauseDel(clause);
     if (coll->empty()) {
       RM_TRACE(traceCommand, kSignature << " community-list is not longer used by any route-map:"
                                         << listName << " removing from the tracking structure");

@@ -9,10 +9,15 @@ namespace RibRouteMap {
 
 namespace {
 
-RibPath prefixListPath(const Mio& mio, const Vox::String& id) {
+// The list's node; an IPv4 list's key is its name as it stands, without a copy of its own.
+RibPath prefixListPath(const Mio& mio, std::string_view name, Mio::PrefixListFamily family) {
   RibPath path = mio.ribPathIs(Tag::policyRoot);
   path->doPushPath(Tag::prefixLists);
-  path->doPushString(Tag::prefixListKey, id);
+  if (family == Mio::PrefixListFamily::ipv4) {
+    path->doPushString(Tag::prefixListKey, name);
+  } else {
+    path->doPushString(Tag::prefixListKey, Mio::prefixListId(name, family));
+  }
   return path;
 }
 
@@ -43,48 +48,85 @@ void Mio::doAddIpPrefixList(const String& name) const {
   const String id = prefixListId(name, PrefixListFamily::ipv4);
   RibValue v = ribValueIs();
   v->doPushString(Tag::PrefixListValue::name, id);
-  ribExecute("doAddIpPrefixList", prefixListPath(*this, id), v);
+  ribExecute("doAddIpPrefixList", prefixListPath(*this, name, PrefixListFamily::ipv4), v);
 }
 
 void Mio::doAddIpv6PrefixList(const String& name) const {
   const String id = prefixListId(name, PrefixListFamily::ipv6);
   RibValue v = ribValueIs();
   v->doPushString(Tag::PrefixListValue::name, id);
-  ribExecute("doAddIpv6PrefixList", prefixListPath(*this, id), v);
+  ribExecute("doAddIpv6PrefixList", prefixListPath(*this, name, PrefixListFamily::ipv6), v);
 }
 
 void Mio::doDelIpPrefixList(const String& name, PrefixListFamily family) const {
-  ribExecute("doDelIpPrefixList", prefixListPath(*this, prefixListId(name, family)), nullptr, true);
+  ribExecute("doDelIpPrefixList", prefixListPath(*this, name, family), nullptr, true);
 }
 
 void Mio::doAddIpPrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
                                  const Vela::Prefix& prefix, U32 ge, U32 le) const {
+  RibPath path = prefixListPath(*this, name, PrefixListFamily::ipv4);
+  addIpPrefixListEntry(path, seqno, permit, prefix, ge, le);
+}
+
+void Mio::addIpPrefixListEntry(const RibPath& listPath, U32 seqno, Acl::MatchPermit permit,
+                               const Vela::Prefix& prefix, U32 ge, U32 le) const {
   RM_TRACE(traceCommand, "doAddIpPrefixListEntry " << seqno << ' ' << prefix);
-  RibPath path = prefixListPath(*this, prefixListId(name, PrefixListFamily::ipv4));
-  path->doPushU32(Tag::prefixListEntry, seqno);
+  listPath->doPushU32(Tag::prefixListEntry, seqno);
   RibValue v =
       prefixEntryValues(*this, seqno, permit, prefix, ge, le, Tag::PrefixListValue::ipv4Length,
                         [&](Rib::MioValueTagArray& a) {
                           a.doPushIpAddr(Tag::PrefixListValue::ipv4Address, prefix.address());
                         });
-  ribExecute("doAddIpPrefixListEntry", path, v);
+  ribExecute("doAddIpPrefixListEntry", listPath, v);
+  listPath->doPopPath();
 }
 
 void Mio::doAddIpv6PrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
                                    const Vela::Ip6Prefix& prefix, U32 ge, U32 le) const {
-  RibPath path = prefixListPath(*this, prefixListId(name, PrefixListFamily::ipv6));
-  path->doPushU32(Tag::prefixListEntry, seqno);
+  RibPath path = prefixListPath(*this, name, PrefixListFamily::ipv6);
+  addIpv6PrefixListEntry(path, seqno, permit, prefix, ge, le);
+}
+
+void Mio::addIpv6PrefixListEntry(const RibPath& listPath, U32 seqno, Acl::MatchPermit permit,
+                                 const Vela::Ip6Prefix& prefix, U32 ge, U32 le) const {
+  listPath->doPushU32(Tag::prefixListEntry, seqno);
   RibValue v =
       prefixEntryValues(*this, seqno, permit, prefix, ge, le, Tag::PrefixListValue::ipv6Length,
                         [&](Rib::MioValueTagArray& a) {
                           a.doPushIp6Addr(Tag::PrefixListValue::ipv6Address, prefix.address());
                         });
-  ribExecute("doAddIpv6PrefixListEntry", path, v);
+  ribExecute("doAddIpv6PrefixListEntry", listPath, v);
+  listPath->doPopPath();
+}
+
+// A batch shares the list's path: each entry pushes its key, executes, and pops the key again
+// (the operation does not outlive its execution). The path trace and the root check still
+// happen once per entry, as they would for a path of its own.
+void Mio::doAddIpPrefixListEntries(const String& name,
+                                   const Acl::PrefixList::EntryMap& entries) const {
+  RibPath path = prefixListPath(*this, name, PrefixListFamily::ipv4);
+  bool first = true;
+  for (const auto& [seqno, e] : entries) {
+    if (!first) ribPathChecked();
+    first = false;
+    addIpPrefixListEntry(path, seqno, e.permit, e.prefix, e.ge, e.le);
+  }
+}
+
+void Mio::doAddIpv6PrefixListEntries(const String& name,
+                                     const Acl::Ipv6PrefixList::EntryMap& entries) const {
+  RibPath path = prefixListPath(*this, name, PrefixListFamily::ipv6);
+  bool first = true;
+  for (const auto& [seqno, e] : entries) {
+    if (!first) ribPathChecked();
+    first = false;
+    addIpv6PrefixListEntry(path, seqno, e.permit, e.prefix, e.ge, e.le);
+  }
 }
 
 void Mio::doDelIpPrefixListEntry(const String& name, U32 seqno, PrefixListFamily family) const {
   RM_TRACE(traceCommand, "doDelIpPrefixListEntry " << seqno);
-  RibPath path = prefixListPath(*this, prefixListId(name, family));
+  RibPath path = prefixListPath(*this, name, family);
   path->doPushU32(Tag::prefixListEntry, seqno);
   ribExecute("doDelIpPrefixListEntry", path, nullptr, true);
 }

@@ -70,6 +70,9 @@ struct PrefixFamily<Acl::PrefixList> {
   static void add(const Mio& mio, const std::string& name, const Acl::PrefixEntry& e) {
     mio.doAddIpPrefixListEntry(name, e.seqno, e.permit, e.prefix, e.ge, e.le);
   }
+  static void addAll(const Mio& mio, const std::string& name, const Acl::PrefixList& list) {
+    mio.doAddIpPrefixListEntries(name, list.entries());
+  }
 };
 
 template <>
@@ -81,6 +84,9 @@ struct PrefixFamily<Acl::Ipv6PrefixList> {
       "void RibRouteMap::AclListConfigSm::VoxIpv6PrefixList::handleIpv6PrefixListVersion() ";
   static void add(const Mio& mio, const std::string& name, const Acl::Ipv6PrefixEntry& e) {
     mio.doAddIpv6PrefixListEntry(name, e.seqno, e.permit, e.prefix, e.ge, e.le);
+  }
+  static void addAll(const Mio& mio, const std::string& name, const Acl::Ipv6PrefixList& list) {
+    mio.doAddIpv6PrefixListEntries(name, list.entries());
   }
 };
 
@@ -153,9 +159,14 @@ void AclListConfigSm::VoxPrefixListOf<List>::sendWhole() {
     }
     RM_TRACE(traceHandler, PrefixFamily<List>::versionTrace << name_);
     auto mio = mioFactory(sm_->vrfName());
-    for (const auto& [seqno, entry] : list->entries()) {
-      RM_TRACE(traceDetail, "Commit seqno: " << seqno);
-      PrefixFamily<List>::add(*mio, name_, entry);
+    if (routeMapTrace().enabled(traceDetail)) {
+      // The per-entry detail goes between the entries' own traces.
+      for (const auto& [seqno, entry] : list->entries()) {
+        RM_TRACE(traceDetail, "Commit seqno: " << seqno);
+        PrefixFamily<List>::add(*mio, name_, entry);
+      }
+    } else {
+      PrefixFamily<List>::addAll(*mio, name_, *list);
     }
     mio->doCommit();
     return;

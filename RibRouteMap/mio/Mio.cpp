@@ -46,10 +46,14 @@ Vox::String Mio::prefixListId(std::string_view name, PrefixListFamily family) {
   Vox::assertionFailed("0 (prefixListId: unknown prefix-list family)");
 }
 
-RibPath Mio::ribPathIs(U32 tag) const {
+void Mio::ribPathChecked() const {
   RM_TRACE(traceHandler,
            "RibRouteMap::RibPath RibRouteMap::mioVrePath(L3::VrfName, bool) " << vrfName_);
   VOX_ASSERT_MSG(!rmRoot || rmRoot->vrfName() == vrfName_, "rmRoot->vrfName() == vrfName");
+}
+
+RibPath Mio::ribPathIs(U32 tag) const {
+  ribPathChecked();
   RibPath path = Vox::make<Rib::MioTagArray>();
   path->doPushPath(tag);
   return path;

@@ -178,6 +178,11 @@ class Mio : public Vox::PtrInterface {
   void doAddIpv6PrefixListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
                                 const Vela::Ip6Prefix& prefix, U32 ge, U32 le) const;
   void doDelIpPrefixListEntry(const String& name, U32 seqno, PrefixListFamily family) const;
+  // Every entry of a list, in the map's order, as doAdd...PrefixListEntry would send them
+  // one by one; the list's path is built once for the batch.
+  void doAddIpPrefixListEntries(const String& name, const Acl::PrefixList::EntryMap& entries) const;
+  void doAddIpv6PrefixListEntries(const String& name,
+                                  const Acl::Ipv6PrefixList::EntryMap& entries) const;
 
   // --- Standard access lists ------------------------------------------------------------
   // A list is replaced whole by its caller (delete, commit, add with every entry, commit),
@@ -201,6 +206,14 @@ class Mio : public Vox::PtrInterface {
   void doDelAsPathListEntry(const String& name, U32 seqno) const;
 
  private:
+  // The trace and the root check with which ribPathIs begins every path.
+  void ribPathChecked() const;
+  // One entry below the list node `listPath`, which is left as it was given.
+  void addIpPrefixListEntry(const RibPath& listPath, U32 seqno, Acl::MatchPermit permit,
+                            const Vela::Prefix& prefix, U32 ge, U32 le) const;
+  void addIpv6PrefixListEntry(const RibPath& listPath, U32 seqno, Acl::MatchPermit permit,
+                              const Vela::Ip6Prefix& prefix, U32 ge, U32 le) const;
+
   L3::VrfName vrfName_;
 };
 

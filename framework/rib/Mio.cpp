@@ -18,6 +18,11 @@ MioSink* sink() {
   return currentSink;
 }
 
+const MioValueTagArray::Values& MioOp::values() const {
+  static const MioValueTagArray::Values none{};
+  return value_ ? value_->values() : none;
+}
+
 void MioOp::doExecute() const {
   if (currentSink) currentSink->execute(*this);
 }

@@ -7,6 +7,11 @@
 //
 // There is no engine here: executed operations and commits go to the process's current
 // MioSink (see MioSink.h), which the agent chooses. With no sink set they are dropped.
+//
+// Operations are built by the million at start-up, so their parts keep the common sizes
+// inline (a path of up to eight entries, up to eight values, no scalar heap block), an
+// operation makes its value list only when one is asked for and not given, and its name is
+// a view of the caller's text: operation names are literals of the command vocabulary.
 #pragma once
 
 #include <cstdint>
@@ -18,6 +23,7 @@
 
 #include "framework/vela/Address.h"
 #include "framework/vox/Ptr.h"
+#include "framework/vox/SmallVector.h"
 #include "framework/vox/Types.h"
 
 namespace Rib {
@@ -37,15 +43,22 @@ struct PathEntry {
 
 class MioTagArray : public Vox::PtrInterface {
  public:
+  using Entries = Vox::SmallVector<PathEntry, 8>;
+
+  // Provided, so that making one (value-initialization) does not zero the inline storage.
+  MioTagArray() {}  // NOLINT(modernize-use-equals-default)
+
   void doPushPath(U32 tag) { entries_.push_back({tag, PathEntry::Kind::none, 0, {}}); }
   void doPushString(U32 tag, std::string_view key) {
     entries_.push_back({tag, PathEntry::Kind::string, 0, std::string(key)});
   }
   void doPushU32(U32 tag, U32 key) { entries_.push_back({tag, PathEntry::Kind::u32, key, {}}); }
-  const std::vector<PathEntry>& entries() const { return entries_; }
+  // Drops the last entry, so that one prefix serves the paths of a batch of siblings.
+  void doPopPath() { entries_.pop_back(); }
+  const Entries& entries() const { return entries_; }
 
  private:
-  std::vector<PathEntry> entries_;
+  Entries entries_;
 };
 
 // Clears the value of its tag (doPushReset).
@@ -72,6 +85,11 @@ struct TaggedValue {
 
 class MioValueTagArray : public Vox::PtrInterface {
  public:
+  using Values = Vox::SmallVector<TaggedValue, 8>;
+
+  // Provided, so that making one (value-initialization) does not zero the inline storage.
+  MioValueTagArray() {}  // NOLINT(modernize-use-equals-default)
+
   void doPushU32(U32 tag, U32 v) { values_.push_back({tag, v}); }
   void doPushU8(U32 tag, U8 v) { values_.push_back({tag, v}); }
   void doPushString(U32 tag, std::string_view v) { values_.push_back({tag, std::string(v)}); }
@@ -82,11 +100,11 @@ class MioValueTagArray : public Vox::PtrInterface {
     values_.push_back({tag, std::vector<U32>(words, words + count)});
   }
   void doPushReset(U32 tag) { values_.push_back({tag, Reset{}}); }
-  const std::vector<TaggedValue>& values() const { return values_; }
+  const Values& values() const { return values_; }
   bool empty() const { return values_.empty(); }
 
  private:
-  std::vector<TaggedValue> values_;
+  Values values_;
 };
 
 // A scalar set directly on an operation (doSetU32).
@@ -98,18 +116,24 @@ struct OpScalar {
 
 class MioOp : public Vox::PtrInterface {
  public:
-  MioOp(std::string_view name, Vox::Ptr<MioTagArray> path)
-      : name_(name), path_(std::move(path)), value_(Vox::make<MioValueTagArray>()) {}
+  // `name` must outlive the operation (it is a literal everywhere in this system).
+  MioOp(std::string_view name, Vox::Ptr<MioTagArray> path) : name_(name), path_(std::move(path)) {}
 
-  const std::string& name() const { return name_; }
+  std::string_view name() const { return name_; }
   const Vox::Ptr<MioTagArray>& path() const { return path_; }
-  const Vox::Ptr<MioValueTagArray>& value() const { return value_; }
+  // The operation's value list; an empty one is made on the first call if none was given.
+  const Vox::Ptr<MioValueTagArray>& value() const {
+    if (!value_) value_ = Vox::make<MioValueTagArray>();
+    return value_;
+  }
+  // The values for reading, without making a list: empty when none was given or pushed.
+  const MioValueTagArray::Values& values() const;
   void valueIs(Vox::Ptr<MioValueTagArray> v) {
     if (v != value_) value_ = std::move(v);
   }
   bool deleteFlag() const { return delete_; }
   void deleteFlagIs(bool d) { delete_ = d; }
-  const std::vector<OpScalar>& scalars() const { return scalars_; }
+  const Vox::SmallVector<OpScalar, 1>& scalars() const { return scalars_; }
   // The third argument is the engine library's option word; this system always passes 0.
   void doSetU32(U32 tag, U32 value, U32 /*options*/) { scalars_.push_back({tag, value}); }
 
@@ -119,10 +143,10 @@ class MioOp : public Vox::PtrInterface {
   void doCommit() const;
 
  private:
-  std::string name_;
+  std::string_view name_;
   Vox::Ptr<MioTagArray> path_;
-  Vox::Ptr<MioValueTagArray> value_;
-  std::vector<OpScalar> scalars_;
+  mutable Vox::Ptr<MioValueTagArray> value_;
+  Vox::SmallVector<OpScalar, 1> scalars_;
   bool delete_ = false;
 };
 

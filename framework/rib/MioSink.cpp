@@ -34,9 +34,9 @@ const char* typeName(ValueType t) {
 OpRecord OpRecord::of(const MioOp& op) {
   OpRecord r;
   r.name = op.name();
-  if (op.path()) r.path = op.path()->entries();
-  if (op.value()) r.values = op.value()->values();
-  r.scalars = op.scalars();
+  if (op.path()) r.path.assign(op.path()->entries().begin(), op.path()->entries().end());
+  r.values.assign(op.values().begin(), op.values().end());
+  r.scalars.assign(op.scalars().begin(), op.scalars().end());
   r.del = op.deleteFlag();
   return r;
 }

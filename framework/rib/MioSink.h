@@ -92,7 +92,7 @@ class CountingSink : public MioSink {
  public:
   void execute(const MioOp& op) override {
     ++ops_;
-    values_ += op.value()->values().size();
+    values_ += op.values().size();
   }
   void commit(CommitKind) override { ++commits_; }
   std::size_t ops() const { return ops_; }

@@ -10,6 +10,10 @@
 // `TraceHelper::createIfEnabled` returns an empty optional when the level is off, and the
 // RIB_TRACE macro evaluates its message only when it is not, so a disabled trace costs one
 // comparison and formats nothing.
+//
+// A build configured with RIBPOLICY_TRACE=OFF (RIBPOLICY_TRACE_COMPILED_OUT defined) removes
+// tracing entirely: every handle reports itself off whatever its level, and RIB_TRACE leaves
+// no code behind (its message is still compiled, so both builds see the same names).
 #pragma once
 
 #include <optional>
@@ -20,6 +24,12 @@
 #include <utility>
 
 namespace Vox {
+
+#ifdef RIBPOLICY_TRACE_COMPILED_OUT
+inline constexpr bool kTraceCompiled = false;
+#else
+inline constexpr bool kTraceCompiled = true;
+#endif
 
 class TraceHandle {
  public:
@@ -33,7 +43,7 @@ class TraceHandle {
   const std::string& name() const { return name_; }
   int level() const { return level_; }
   void levelIs(int level) { level_ = level; }
-  bool enabled(int level) const { return level <= level_; }
+  bool enabled(int level) const { return kTraceCompiled && level <= level_; }
 
  private:
   std::string name_;
@@ -76,9 +86,11 @@ class TraceHelper {
 }  // namespace Vox
 
 // Writes one trace line; `message` is a chain of `<<` operands, evaluated only when enabled.
-#define RIB_TRACE(handle, level, message)                                            \
-  do {                                                                               \
-    if (auto ribTraceLine = ::Vox::TraceHelper::createIfEnabled(handle, level)) {    \
-      *ribTraceLine << message; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
-    }                                                                                \
+#define RIB_TRACE(handle, level, message)                                              \
+  do {                                                                                 \
+    if constexpr (::Vox::kTraceCompiled) {                                             \
+      if (auto ribTraceLine = ::Vox::TraceHelper::createIfEnabled(handle, level)) {    \
+        *ribTraceLine << message; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
+      }                                                                                \
+    }                                                                                  \
   } while (0)
