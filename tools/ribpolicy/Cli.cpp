@@ -195,7 +195,10 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
   const auto form = options.numeric ? TextWriter::Form::numeric : TextWriter::Form::readable;
   TextWriter text(out, form);
   ribpolicy::JsonLinesWriter jsonl(out);
-  std::vector<Rib::MioSink*> sinks = {&model};
+  // The engine's state is kept only when something reads it: a model of a million entries
+  // costs more than everything else a run holds.
+  std::vector<Rib::MioSink*> sinks;
+  if (options.diff || options.withState) sinks.push_back(&model);
   if (!options.diff) {
     sinks.push_back(options.format == Format::text ? static_cast<Rib::MioSink*>(&text) : &jsonl);
   }
