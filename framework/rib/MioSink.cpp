@@ -41,8 +41,6 @@ OpRecord OpRecord::of(const MioOp& op) {
   return r;
 }
 
-namespace {
-
 void appendQuoted(std::string& out, std::string_view s) {
   out += '"';
   for (unsigned char c : s) {
@@ -56,8 +54,6 @@ void appendQuoted(std::string& out, std::string_view s) {
   }
   out += '"';
 }
-
-}  // namespace
 
 std::string pathText(const std::vector<PathEntry>& path) {
   std::string out;

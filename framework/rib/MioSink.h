@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "framework/rib/Mio.h"
@@ -56,6 +57,10 @@ class ScopedSink {
  private:
   MioSink* previous_;
 };
+
+// Appends `s` in double quotes, every byte outside printable ASCII, the quote and the
+// backslash as \xNN, so that any engine string prints as one line of plain text.
+void appendQuoted(std::string& out, std::string_view s);
 
 // Compact one-line text of an operation, for people and for golden tests:
 //   routeMapSeq 512/576="RM1"/577/578=10 {0:u32=10 1:flag=true}

@@ -251,20 +251,6 @@ constexpr std::array kValueNames = {
     ValueName{T::matchContribAggAttr, M::contribAggMap, "route-map"},
 };
 
-void appendQuoted(std::string& out, std::string_view s) {
-  out += '"';
-  for (unsigned char c : s) {
-    if (c < 0x20 || c > 0x7e || c == '"' || c == '\\') {
-      char buf[5];
-      std::snprintf(buf, sizeof buf, "\\x%02x", c);
-      out += buf;
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  out += '"';
-}
-
 std::string dotted(U32 v) {
   return std::to_string(v >> 24) + '.' + std::to_string((v >> 16) & 0xff) + '.' +
          std::to_string((v >> 8) & 0xff) + '.' + std::to_string(v & 0xff);
@@ -379,7 +365,7 @@ std::string readablePath(const std::vector<Rib::PathEntry>& path) {
         break;
       case Rib::PathEntry::Kind::string:
         out += '=';
-        appendQuoted(out, e.str);
+        Rib::appendQuoted(out, e.str);
         break;
       case Rib::PathEntry::Kind::u32:
         out += '=' + std::to_string(e.u32);
@@ -406,7 +392,7 @@ std::string readableValue(U32 nodeTag, const Rib::TaggedValue& value) {
           if (asPath) {
             out += *asPath;
           } else {
-            appendQuoted(out, x);
+            Rib::appendQuoted(out, x);
           }
         } else if constexpr (std::is_same_v<V, bool>) {
           out += x ? "=true" : "=false";
