@@ -118,12 +118,12 @@ TEST(ReferenceAnalysis, FindsUnusedObjectsAndCycles) {
 // recursion would exhaust the stack.
 ScenarioConfig ringOfMaps(std::size_t n, bool closed) {
   ScenarioConfig c;
-  char name[16];
+  char name[24];
   for (std::size_t i = 0; i < n; ++i) {
     std::snprintf(name, sizeof name, "R%06zu", i);
     ribpolicy::MapEntryDef entry;
     if (closed || i + 1 < n) {
-      char next[16];
+      char next[24];
       std::snprintf(next, sizeof next, "R%06zu", (i + 1) % n);
       entry.subRouteMap = next;
     }
