@@ -1,7 +1,8 @@
-// The dynamic-prefix-list trace handle, "RibDynamicPrefixList", created on first use.
+// The dynamic-prefix-list trace handle, "RibDynamicPrefixList".
 //
-// It is separate from the route-map handle so that the two parts can be traced on their own;
-// the levels mean the same in both.
+// Like the route-map handle, it lives at namespace scope so that a switched-off trace site
+// has no guard check. It is separate from the route-map handle so that the two parts can be
+// traced on their own; the levels mean the same in both.
 #pragma once
 
 #include "framework/vox/Trace.h"
@@ -17,9 +18,10 @@ enum TraceLevel : int {
   traceDetail = 9,   // per-entry detail
 };
 
+extern const Vox::TraceHandle dynPfxTraceHandle;
+
 inline const Vox::TraceHandle& dynPfxTrace() {
-  static const Vox::TraceHandle handle("RibDynamicPrefixList", false);
-  return handle;
+  return dynPfxTraceHandle;
 }
 
 }  // namespace RibDynamicPrefixList

@@ -1,4 +1,9 @@
-// The route-map library's trace handle, "RouteMap", created on first use.
+// The route-map library's trace handle, "RouteMap".
+//
+// The handle is an object of namespace scope rather than a function-local static, so that a
+// switched-off trace site costs a load and a comparison, with no guard check before it. No
+// static initializer of this library traces, so the handle is always built before its first
+// use.
 #pragma once
 
 #include "framework/vox/Trace.h"
@@ -14,9 +19,10 @@ enum TraceLevel : int {
   traceDetail = 9,   // per-entry detail of list handlers
 };
 
+extern const Vox::TraceHandle routeMapTraceHandle;
+
 inline const Vox::TraceHandle& routeMapTrace() {
-  static const Vox::TraceHandle handle("RouteMap", false);
-  return handle;
+  return routeMapTraceHandle;
 }
 
 }  // namespace RibRouteMap

@@ -88,7 +88,6 @@ void traceOutputIs(std::ostream* out) {
 TraceHelper::TraceHelper(const TraceHandle& /*handle*/, int /*level*/) {}
 
 TraceHelper::~TraceHelper() {
-  if (!live_) return;
   std::ostream& out = registry().out ? *registry().out : std::cerr;
   out << line_.str() << '\n';
 }

@@ -7,16 +7,14 @@
 // environment variable RIBPOLICY_TRACE names it ("RouteMap=8,RibDynamicPrefixList=9") or
 // `traceLevelIs` switches it on.
 //
-// `TraceHelper::createIfEnabled` returns an empty optional when the level is off, and the
-// RIB_TRACE macro evaluates its message only when it is not, so a disabled trace costs one
-// comparison and formats nothing.
+// The RIB_TRACE macro evaluates its message only when the handle's level admits it, so a
+// disabled trace costs one comparison and formats nothing.
 //
 // A build configured with RIBPOLICY_TRACE=OFF (RIBPOLICY_TRACE_COMPILED_OUT defined) removes
 // tracing entirely: every handle reports itself off whatever its level, and RIB_TRACE leaves
 // no code behind (its message is still compiled, so both builds see the same names).
 #pragma once
 
-#include <optional>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -59,17 +57,14 @@ void traceOutputIs(std::ostream* out);
 
 class TraceHelper {
  public:
-  static std::optional<TraceHelper> createIfEnabled(const TraceHandle& handle, int level) {
-    if (!handle.enabled(level)) return std::nullopt;
-    return std::optional<TraceHelper>(std::in_place, handle, level);
-  }
   static void trace(const TraceHandle& handle, int level, std::string_view message) {
-    if (auto t = createIfEnabled(handle, level)) *t << message;
+    if (handle.enabled(level)) TraceHelper(handle, level) << message;
   }
 
+  // Collects one line, written when the helper goes out of scope.
   TraceHelper(const TraceHandle& handle, int level);
-  TraceHelper(TraceHelper&& o) noexcept : line_(std::move(o.line_)) { o.live_ = false; }
-  TraceHelper& operator=(TraceHelper&&) = delete;
+  TraceHelper(const TraceHelper&) = delete;
+  TraceHelper& operator=(const TraceHelper&) = delete;
   ~TraceHelper();
 
   template <class T>
@@ -80,17 +75,29 @@ class TraceHelper {
 
  private:
   std::ostringstream line_;
-  bool live_ = true;
 };
 
 }  // namespace Vox
 
+// Marks the lambda that formats a trace line as rarely run and never inlined.
+#if defined(__GNUC__) || defined(__clang__)
+#define RIB_TRACE_COLD __attribute__((cold, noinline))
+#else
+#define RIB_TRACE_COLD
+#endif
+
 // Writes one trace line; `message` is a chain of `<<` operands, evaluated only when enabled.
-#define RIB_TRACE(handle, level, message)                                              \
-  do {                                                                                 \
-    if constexpr (::Vox::kTraceCompiled) {                                             \
-      if (auto ribTraceLine = ::Vox::TraceHelper::createIfEnabled(handle, level)) {    \
-        *ribTraceLine << message; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
-      }                                                                                \
-    }                                                                                  \
+// A switched-off site costs the level comparison; the line is built in a cold lambda out of
+// line, so that the formatting code neither sits in the hot path nor keeps the caller from
+// being inlined.
+#define RIB_TRACE(handle, level, message)                                               \
+  do {                                                                                  \
+    if constexpr (::Vox::kTraceCompiled) {                                              \
+      if ((handle).enabled(level)) [[unlikely]] {                                       \
+        [&]() RIB_TRACE_COLD {                                                          \
+          ::Vox::TraceHelper ribTraceLine((handle), (level));                           \
+          ribTraceLine << message; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
+        }();                                                                            \
+      }                                                                                 \
+    }                                                                                   \
   } while (0)

@@ -1,0 +1,7 @@
+#include "RibDynamicPrefixList/Trace.h"
+
+namespace RibDynamicPrefixList {
+
+const Vox::TraceHandle dynPfxTraceHandle("RibDynamicPrefixList", false);
+
+}  // namespace RibDynamicPrefixList

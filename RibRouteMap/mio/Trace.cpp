@@ -1,0 +1,7 @@
+#include "RibRouteMap/mio/Trace.h"
+
+namespace RibRouteMap {
+
+const Vox::TraceHandle routeMapTraceHandle("RouteMap", false);
+
+}  // namespace RibRouteMap
