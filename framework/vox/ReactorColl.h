@@ -18,10 +18,12 @@
 #pragma once
 
 #include <functional>
+#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "framework/vox/Reactor.h"
 
@@ -29,7 +31,7 @@ namespace Vox {
 
 // The key under which a watched collection holds an entity: its name, or its sequence number.
 template <class Entity>
-auto collectionKey(const Entity& e) {
+decltype(auto) collectionKey(const Entity& e) {
   if constexpr (requires { e.name(); }) {
     return e.name();
   } else {
@@ -78,17 +80,27 @@ class ReactorColl : public ReactorChildren {
 
   R* is(const EntityPtr& entity) {
     if (!entity) refuseNull();
-    const Key key = collectionKey(*entity);
-    if (R* existing = find(key)) {
-      existing->notifierIs(entity);
-      return existing;
+    const Key& key = collectionKey(*entity);
+    // A whole collection arrives in key order, so a new key usually goes after the last one:
+    // that case needs one comparison instead of two searches.
+    if (!followsLast(key)) {
+      if (R* existing = find(key)) {
+        existing->notifierIs(entity);
+        return existing;
+      }
     }
     Ptr<R> r = make_(entity);
     if (!r) nullValidPtr();
     if (owner_->zombie()) r->voxDoZombieReactors(true);
     r->hasNotificationActiveIs(owner_->notificationActive());
     R* raw = r.ptr();
-    reactors_.emplace(key, std::move(r));
+    // Making the reactor runs its handlers, which may change this collection: the place is
+    // found afterwards.
+    if (followsLast(key)) {
+      reactors_.emplace_hint(reactors_.end(), key, std::move(r));
+    } else {
+      reactors_.emplace(key, std::move(r));
+    }
     return raw;
   }
 
@@ -134,11 +146,15 @@ class ReactorColl : public ReactorChildren {
     const Watched* watched = watched_();
     if (!watched) return;
     for (const auto& [key, entity] : *watched) is(entity);
-    for (auto it = reactors_.begin(); it != reactors_.end();) {
-      const Key key = it->first;
-      ++it;
-      if (watched->find(key) == watched->end()) del(key);
+    // Both are in key order: one merged pass finds the keys that are gone, and they are
+    // removed after it, since a removal may run hooks that change the collection.
+    std::vector<Key> gone;
+    auto w = watched->begin();
+    for (const auto& [key, r] : reactors_) {
+      while (w != watched->end() && w->first < key) ++w;
+      if (w == watched->end() || key < w->first) gone.push_back(key);
     }
+    for (const Key& key : gone) del(key);
   }
 
   void forEachReactor(void (*fn)(Reactor&, bool), bool value) override {
@@ -146,6 +162,10 @@ class ReactorColl : public ReactorChildren {
   }
 
  private:
+  bool followsLast(const Key& key) const {
+    return reactors_.empty() || std::prev(reactors_.end())->first < key;
+  }
+
   [[noreturn]] void refuseNull() const {
     const std::size_t at = qualifiedName_.rfind("::");
     const std::string_view member =
