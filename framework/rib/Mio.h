@@ -11,7 +11,8 @@
 // Operations are built by the million at start-up, so their parts keep the common sizes
 // inline (a path of up to eight entries, up to eight values, no scalar heap block), an
 // operation makes its value list only when one is asked for and not given, and its name is
-// a view of the caller's text: operation names are literals of the command vocabulary.
+// a view of the caller's text: operation names are literals of the command vocabulary. The
+// three objects recycle their storage, since each lives for one call.
 #pragma once
 
 #include <cstdint>
@@ -23,6 +24,7 @@
 
 #include "framework/vela/Address.h"
 #include "framework/vox/Ptr.h"
+#include "framework/vox/Recycled.h"
 #include "framework/vox/SmallVector.h"
 #include "framework/vox/Types.h"
 
@@ -41,7 +43,7 @@ struct PathEntry {
   friend bool operator<(const PathEntry& a, const PathEntry& b);
 };
 
-class MioTagArray : public Vox::PtrInterface {
+class MioTagArray : public Vox::PtrInterface, public Vox::Recycled<MioTagArray> {
  public:
   using Entries = Vox::SmallVector<PathEntry, 8>;
 
@@ -83,7 +85,7 @@ struct TaggedValue {
   friend bool operator==(const TaggedValue&, const TaggedValue&) = default;
 };
 
-class MioValueTagArray : public Vox::PtrInterface {
+class MioValueTagArray : public Vox::PtrInterface, public Vox::Recycled<MioValueTagArray> {
  public:
   using Values = Vox::SmallVector<TaggedValue, 8>;
 
@@ -114,7 +116,7 @@ struct OpScalar {
   friend bool operator==(const OpScalar&, const OpScalar&) = default;
 };
 
-class MioOp : public Vox::PtrInterface {
+class MioOp : public Vox::PtrInterface, public Vox::Recycled<MioOp> {
  public:
   // `name` must outlive the operation (it is a literal everywhere in this system).
   MioOp(std::string_view name, Vox::Ptr<MioTagArray> path) : name_(name), path_(std::move(path)) {}
