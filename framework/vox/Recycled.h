@@ -46,7 +46,7 @@ class Recycled {
       ++kept_;
       return;
     }
-    ::operator delete(p, size);
+    ::operator delete(p);
   }
   // Only reached when a constructor throws after the nothrow form allocated; every block,
   // kept or not, came from the general allocator.

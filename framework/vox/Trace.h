@@ -79,25 +79,15 @@ class TraceHelper {
 
 }  // namespace Vox
 
-// Marks the lambda that formats a trace line as rarely run and never inlined.
-#if defined(__GNUC__) || defined(__clang__)
-#define RIB_TRACE_COLD __attribute__((cold, noinline))
-#else
-#define RIB_TRACE_COLD
-#endif
-
 // Writes one trace line; `message` is a chain of `<<` operands, evaluated only when enabled.
-// A switched-off site costs the level comparison; the line is built in a cold lambda out of
-// line, so that the formatting code neither sits in the hot path nor keeps the caller from
-// being inlined.
-#define RIB_TRACE(handle, level, message)                                               \
-  do {                                                                                  \
-    if constexpr (::Vox::kTraceCompiled) {                                              \
-      if ((handle).enabled(level)) [[unlikely]] {                                       \
-        [&]() RIB_TRACE_COLD {                                                          \
-          ::Vox::TraceHelper ribTraceLine((handle), (level));                           \
-          ribTraceLine << message; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
-        }();                                                                            \
-      }                                                                                 \
-    }                                                                                   \
+// A switched-off site costs the level comparison; the formatting is marked unlikely, so the
+// compiler lays it out of the hot path.
+#define RIB_TRACE(handle, level, message)                                             \
+  do {                                                                                \
+    if constexpr (::Vox::kTraceCompiled) {                                            \
+      if ((handle).enabled(level)) [[unlikely]] {                                     \
+        ::Vox::TraceHelper ribTraceLine((handle), (level));                           \
+        ribTraceLine << message; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
+      }                                                                               \
+    }                                                                                 \
   } while (0)
