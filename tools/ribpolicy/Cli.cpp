@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "RibDynamicPrefixList/Trace.h"
@@ -131,10 +132,22 @@ std::optional<Scenario> loadScenario(const std::string& file, std::istream& in, 
     std::ifstream fileIn;
     if (file != kStdinFile) fileIn.open(file, std::ios::binary);
     std::istream& source = file == kStdinFile ? in : fileIn;
-    std::ostringstream buf;
-    if (source) buf << source.rdbuf();
-    if (!source) error.emplace(1, 1, "cannot read the scenario file");
-    text = buf.str();
+    if (source) {
+      // Read into the one string the reader parses: a large scenario is held once, not
+      // also in a stream's buffer.
+      std::error_code ec;
+      if (file != kStdinFile && std::filesystem::is_regular_file(file, ec)) {
+        const auto size = std::filesystem::file_size(file, ec);
+        if (!ec) text.reserve(static_cast<std::size_t>(size));
+      }
+      char chunk[1 << 16];
+      std::streamsize got = 0;
+      while ((got = source.rdbuf()->sgetn(chunk, sizeof chunk)) > 0) {
+        text.append(chunk, static_cast<std::size_t>(got));
+      }
+    } else {
+      error.emplace(1, 1, "cannot read the scenario file");
+    }
   }
   if (!error) {
     try {
