@@ -257,13 +257,21 @@ class MarkRecorder {
     const std::size_t size = current_->path_.size();
     if (!name.empty()) current_->push(name);
     const auto [line, column] = positionOf(n);
-    current_->marks_.at.insert_or_assign(current_->path_, Mark{line, column});
+    if (current_->marks_.pathBytes() + current_->path_.size() > kMaxPathBytes) {
+      throw InputError(line, column, "invalid YAML: too much text");
+    }
+    current_->marks_.record(current_->path_, Mark{line, column});
     current_->path_.resize(size);
   }
 
   // Takes the marks recorded while a list was read early (its entries' paths are whole).
-  static void adopt(StepMarks& early) {
-    if (current_) current_->marks_.at.merge(early.at);
+  static void adopt(const Node& list, StepMarks& early) {
+    if (!current_) return;
+    if (current_->marks_.pathBytes() + early.pathBytes() > kMaxPathBytes) {
+      const auto [line, column] = positionOf(list);
+      throw InputError(line, column, "invalid YAML: too much text");
+    }
+    current_->marks_.take(early);
   }
 
  private:
@@ -273,6 +281,8 @@ class MarkRecorder {
     path_ += name;
   }
 
+  // The marks of one step keep their paths' text in one string of at most this size.
+  static constexpr std::size_t kMaxPathBytes = std::numeric_limits<std::uint32_t>::max();
   static inline MarkRecorder* current_ = nullptr;
   StepMarks& marks_;
   MarkRecorder* outer_;
@@ -697,7 +707,7 @@ std::map<U32, T> readEntries(const std::optional<Node>& list, EntryReader<T> rea
   if (list->early()) {
     EarlyList& early = list->earlyList();
     if (early.error) throw *early.error;
-    MarkRecorder::adopt(early.marks);
+    MarkRecorder::adopt(*list, early.marks);
     // The builder starts a list's reader by the same section row as the one that led here.
     return static_cast<EarlyEntries<T>&>(early).reader().take();
   }
@@ -1509,6 +1519,7 @@ Step parseStep(const Node& n, std::size_t number) {
   if (const Node* v = f.get("name")) s.name = text(*v, "name");
   s.config = parseConfig(f.need("config"));
   if (const Node* v = f.get("inputs")) s.inputs = parseInputs(*v);
+  s.marks.seal();
   return s;
 }
 
