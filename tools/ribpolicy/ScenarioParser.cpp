@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <initializer_list>
+#include <istream>
 #include <iterator>
 #include <limits>
 #include <map>
@@ -1564,25 +1566,56 @@ Scenario parseRoot(const Node& root) {
 constexpr std::size_t kMaxNesting = 100;
 constexpr std::uint64_t kMaxRepeatedNodes = 1'000'000;
 
+// Where the builder takes the text from: a piece at a time as the YAML parser asks for it,
+// and whole only to place an error that the parser names by a byte offset.
+class TextSource {
+ public:
+  virtual ~TextSource() = default;
+  // Copies the next bytes into `into`; 0 at the end.
+  virtual std::size_t read(char* into, std::size_t size) = 0;
+  virtual std::string_view whole() = 0;
+};
+
+class StringSource final : public TextSource {
+ public:
+  explicit StringSource(std::string_view text) : text_(text) {}
+  std::size_t read(char* into, std::size_t size) override {
+    const std::size_t n = std::min(size, text_.size() - at_);
+    std::copy_n(text_.data() + at_, n, into);
+    at_ += n;
+    return n;
+  }
+  std::string_view whole() override { return text_; }
+
+ private:
+  std::string_view text_;
+  std::size_t at_ = 0;
+};
+
+class StreamSource final : public TextSource {
+ public:
+  StreamSource(std::istream& in, const std::function<std::string()>& reread)
+      : in_(in), reread_(reread) {}
+  std::size_t read(char* into, std::size_t size) override {
+    const std::streamsize n = in_.rdbuf()->sgetn(into, static_cast<std::streamsize>(size));
+    return n > 0 ? static_cast<std::size_t>(n) : 0;
+  }
+  std::string_view whole() override {
+    if (!whole_) whole_ = reread_();
+    return *whole_;
+  }
+
+ private:
+  std::istream& in_;
+  const std::function<std::string()>& reread_;
+  std::optional<std::string> whole_;
+};
+
 class DocumentBuilder {
  public:
-  explicit DocumentBuilder(std::string_view text) : text_(text) {
+  explicit DocumentBuilder(TextSource& source) : source_(source) {
     if (!yaml_parser_initialize(&parser_)) throw InputError(1, 1, "invalid YAML: out of memory");
-    yaml_parser_set_input_string(&parser_, reinterpret_cast<const unsigned char*>(text.data()),
-                                 text.size());
-    // Past a last line without a line break, the parser marks the end of the text on a line
-    // of its own making; such marks are placed at the end of the last line instead.
-    if (!text.empty() && text.back() != '\n' && text.back() != '\r') {
-      lastLine_ = 0;
-      for (std::size_t i = 0; i < text.size(); ++i) {
-        const std::string_view rest = text.substr(i);
-        if (rest[0] == '\n' || (rest[0] == '\r' && !rest.starts_with("\r\n")) ||
-            rest.starts_with("\xc2\x85") || rest.starts_with("\xe2\x80\xa8") ||
-            rest.starts_with("\xe2\x80\xa9")) {
-          ++lastLine_;
-        }
-      }
-    }
+    yaml_parser_set_input(&parser_, &DocumentBuilder::readText, this);
   }
   ~DocumentBuilder() { yaml_parser_delete(&parser_); }
   DocumentBuilder(const DocumentBuilder&) = delete;
@@ -1691,31 +1724,85 @@ class DocumentBuilder {
       throw InputError(line, column, "invalid YAML: " + printable(message));
     }
     const yaml_mark_t& m = parser_.problem_mark;
-    if (parser_.error == YAML_SCANNER_ERROR && m.index + 1 < text_.size() &&
+    if (parser_.error == YAML_SCANNER_ERROR &&
         message.starts_with("found unknown escape character")) {
-      // The mark is at the backslash; the character after it, whole, is what the writer has
-      // to change.
-      const auto lead = static_cast<unsigned char>(text_[m.index + 1]);
-      const std::size_t width = lead < 0xc0 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-      message = "unknown escape character: " + std::string(text_.substr(m.index + 1, width));
+      const std::string_view text = source_.whole();
+      if (m.index + 1 < text.size()) {
+        // The mark is at the backslash; the character after it, whole, is what the writer
+        // has to change.
+        const auto lead = static_cast<unsigned char>(text[m.index + 1]);
+        const std::size_t width = lead < 0xc0 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+        message = "unknown escape character: " + std::string(text.substr(m.index + 1, width));
+      }
     }
     const auto [line, column] = where(m);
     throw InputError(line, column, "invalid YAML: " + printable(message));
   }
 
-  // The 1-based position of a parser's mark.
+  // Hands the YAML parser the next piece of the text, counting its lines on the way.
+  static int readText(void* data, unsigned char* buffer, std::size_t size,
+                      std::size_t* size_read) noexcept {
+    auto& self = *static_cast<DocumentBuilder*>(data);
+    try {
+      char* const into = reinterpret_cast<char*>(buffer);
+      *size_read = self.source_.read(into, size);
+      self.count(std::string_view(into, *size_read));
+      return 1;
+    } catch (...) {
+      *size_read = 0;
+      return 0;  // the parser reports an input error
+    }
+  }
+
+  // Counts the line breaks as the parser does (LF, CR not before LF, NEL, LS, PS) and the
+  // lines and columns of the text's end as positionAt does; at the end of the text, sets
+  // lastLine_.
+  void count(std::string_view piece) {
+    if (piece.empty()) {
+      if (!ended_ && afterCr_) ++breaks_;
+      if (!ended_ && size_ > 0 && last_ != '\n' && last_ != '\r') lastLine_ = breaks_;
+      ended_ = true;
+      return;
+    }
+    for (const char ch : piece) {
+      const auto c = static_cast<unsigned char>(ch);
+      if (afterCr_ && c != '\n') ++breaks_;
+      afterCr_ = c == '\r';
+      if (c == '\n') {
+        ++breaks_;
+        ++newlines_;
+        sinceNewline_ = 0;
+      } else {
+        ++sinceNewline_;
+        if ((beforeLast_ == 0xe2 && last_ == 0x80 && (c == 0xa8 || c == 0xa9)) ||
+            (last_ == 0xc2 && c == 0x85)) {
+          ++breaks_;
+        }
+      }
+      beforeLast_ = last_;
+      last_ = c;
+    }
+    size_ += piece.size();
+  }
+
+  // The 1-based position of a parser's mark. Past a last line without a line break, the
+  // parser marks the end of the text on a line of its own making; such marks are placed at
+  // the end of the last line instead.
   std::pair<int, int> where(const yaml_mark_t& m) const {
-    if (m.line > lastLine_) return positionAt(text_.size());
+    if (m.line > lastLine_) {
+      return {static_cast<int>(newlines_) + 1, static_cast<int>(sinceNewline_) + 1};
+    }
     return {static_cast<int>(m.line) + 1, static_cast<int>(m.column) + 1};
   }
 
   // The 1-based line and column of a byte offset into the text.
-  std::pair<int, int> positionAt(std::size_t offset) const {
-    offset = std::min(offset, text_.size());
+  std::pair<int, int> positionAt(std::size_t offset) {
+    const std::string_view text = source_.whole();
+    offset = std::min(offset, text.size());
     int line = 1;
     int column = 1;
     for (std::size_t i = 0; i < offset; ++i) {
-      if (text_[i] == '\n') {
+      if (text[i] == '\n') {
         ++line;
         column = 1;
       } else {
@@ -1918,7 +2005,17 @@ class DocumentBuilder {
     if (inEntries()) entryDone(done.node, done.start);
   }
 
-  std::string_view text_;
+  TextSource& source_;
+  // The text read so far: its size, line breaks, '\n' bytes and the bytes after the last one,
+  // and its last two bytes.
+  std::size_t size_ = 0;
+  std::size_t breaks_ = 0;
+  std::size_t newlines_ = 0;
+  std::size_t sinceNewline_ = 0;
+  unsigned char last_ = 0;
+  unsigned char beforeLast_ = 0;
+  bool afterCr_ = false;
+  bool ended_ = false;
   std::size_t lastLine_ = std::numeric_limits<std::size_t>::max();  // 0-based
   yaml_parser_t parser_{};
   Document doc_;
@@ -1933,7 +2030,14 @@ class DocumentBuilder {
 }  // namespace
 
 Scenario parseScenario(std::string_view text) {
-  const Document doc = DocumentBuilder(text).build();
+  StringSource source(text);
+  const Document doc = DocumentBuilder(source).build();
+  return parseRoot(Node(doc, doc.root()));
+}
+
+Scenario parseScenario(std::istream& in, const std::function<std::string()>& reread) {
+  StreamSource source(in, reread);
+  const Document doc = DocumentBuilder(source).build();
   return parseRoot(Node(doc, doc.root()));
 }
 
