@@ -245,8 +245,9 @@ std::string joinKeys(const std::vector<std::string_view>& keys) {
 // the reader is inside that node.
 class MarkRecorder {
  public:
-  explicit MarkRecorder(StepMarks& marks, std::string path = {})
-      : marks_(marks), outer_(current_), path_(std::move(path)) {
+  explicit MarkRecorder(StepMarks& marks) : MarkRecorder(marks, own_) {}
+  // Records under `path`, which the recorder extends and gives back as it was.
+  MarkRecorder(StepMarks& marks, std::string& path) : marks_(marks), outer_(current_), path_(path) {
     current_ = this;
   }
   ~MarkRecorder() { current_ = outer_; }
@@ -288,7 +289,8 @@ class MarkRecorder {
   static inline MarkRecorder* current_ = nullptr;
   StepMarks& marks_;
   MarkRecorder* outer_;
-  std::string path_;
+  std::string own_;
+  std::string& path_;
 };
 
 class MarkScope {
@@ -1764,6 +1766,21 @@ class DocumentBuilder {
       ended_ = true;
       return;
     }
+    size_ += piece.size();
+    // Most pieces hold LF line ends only and start clear of a break begun before them.
+    if (!afterCr_ && last_ < 0x80 && piece.find('\r') == std::string_view::npos &&
+        piece.find('\xc2') == std::string_view::npos &&
+        piece.find('\xe2') == std::string_view::npos) {
+      const auto lfs = static_cast<std::size_t>(std::count(piece.begin(), piece.end(), '\n'));
+      breaks_ += lfs;
+      newlines_ += lfs;
+      const std::size_t lastLf = piece.rfind('\n');
+      sinceNewline_ = lastLf == std::string_view::npos ? sinceNewline_ + piece.size()
+                                                       : piece.size() - lastLf - 1;
+      beforeLast_ = piece.size() > 1 ? static_cast<unsigned char>(piece[piece.size() - 2]) : last_;
+      last_ = static_cast<unsigned char>(piece.back());
+      return;
+    }
     for (const char ch : piece) {
       const auto c = static_cast<unsigned char>(ch);
       if (afterCr_ && c != '\n') ++breaks_;
@@ -1782,7 +1799,6 @@ class DocumentBuilder {
       beforeLast_ = last_;
       last_ = c;
     }
-    size_ += piece.size();
   }
 
   // The 1-based position of a parser's mark. Past a last line without a line break, the
