@@ -125,15 +125,16 @@ class Document {
     return std::string_view(texts_).substr(r.first, r.count);
   }
   std::uint32_t root() const { return root_; }
-  // The entries of a list read early; the reader takes them once.
-  EarlyList& list(const Record& r) const { return *lists_[r.first]; }
+  // The entries of a list read early, which the reader takes once: nothing can lead its walk
+  // to the list's node a second time, as no alias can name a node inside it.
+  std::unique_ptr<EarlyList> takeList(const Record& r) const { return std::move(lists_[r.first]); }
 
  private:
   friend class DocumentBuilder;
   std::vector<Record> nodes_;
   std::vector<std::uint32_t> kids_;
   std::string texts_;  // every scalar's text, one after the other
-  std::vector<std::unique_ptr<EarlyList>> lists_;
+  mutable std::vector<std::unique_ptr<EarlyList>> lists_;
   std::uint32_t root_ = 0;
 };
 
@@ -154,7 +155,7 @@ class Node {
   int column() const { return rec().column; }
   // A list whose entries the builder has read already (see EarlyList); it has no items.
   bool early() const { return rec().early; }
-  EarlyList& earlyList() const { return doc_->list(rec()); }
+  std::unique_ptr<EarlyList> takeEarlyList() const { return doc_->takeList(rec()); }
 
   // The i-th item of a list (i < size()).
   Node operator[](std::size_t i) const {
@@ -709,11 +710,11 @@ template <class T>
 std::map<U32, T> readEntries(const std::optional<Node>& list, EntryReader<T> reader) {
   if (!list) return {};
   if (list->early()) {
-    EarlyList& early = list->earlyList();
-    if (early.error) throw *early.error;
-    MarkRecorder::adopt(*list, early.marks);
+    const std::unique_ptr<EarlyList> early = list->takeEarlyList();
+    if (early->error) throw *early->error;
+    MarkRecorder::adopt(*list, early->marks);
     // The builder starts a list's reader by the same section row as the one that led here.
-    return static_cast<EarlyEntries<T>&>(early).reader().take();
+    return static_cast<EarlyEntries<T>&>(*early).reader().take();
   }
   for (const Node& entry : *list) reader.read(entry);
   return reader.take();
