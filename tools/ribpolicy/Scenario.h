@@ -181,7 +181,7 @@ class StepMarks {
   // Sorts the records for lookup, the last of each path winning; done once all are in.
   void seal();
 
-  // The mark recorded at `path` itself, or null.
+  // The mark recorded at `path` itself, or null; like find, only once sealed.
   const Mark* at(std::string_view path) const;
   // The mark of `path`, or of its longest recorded parent, or of the step.
   Mark find(std::string_view path) const {
