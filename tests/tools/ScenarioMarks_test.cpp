@@ -19,6 +19,7 @@ namespace {
 using ribpolicy::Mark;
 using ribpolicy::parseScenario;
 using ribpolicy::Scenario;
+using ribpolicy::StepMarks;
 
 constexpr const char* kScenario = R"(steps:
   - name: first
@@ -72,9 +73,9 @@ TEST(ScenarioMarks, RecordsEveryDefinitionAndReferenceAtItsText) {
       {"policy-map/dynamic-prefix-lists/D", {22, 32}},
   };
   for (const Expected& e : table) {
-    const auto it = sc.steps[0].marks.at.find(std::string(e.path));
-    ASSERT_NE(it, sc.steps[0].marks.at.end()) << e.path;
-    EXPECT_EQ(it->second, e.mark) << e.path;
+    const Mark* at = sc.steps[0].marks.at(e.path);
+    ASSERT_NE(at, nullptr) << e.path;
+    EXPECT_EQ(*at, e.mark) << e.path;
   }
 }
 
@@ -85,7 +86,32 @@ TEST(ScenarioMarks, FindFallsBackToParentThenStep) {
   EXPECT_EQ(sc.steps[0].marks.find("access-lists/A"), (Mark{2, 5}));
   EXPECT_EQ(sc.steps[1].marks.find("route-maps/RM"), (Mark{24, 19}));
   EXPECT_EQ(sc.steps[1].marks.find("policy-map/route-maps/RM"), (Mark{23, 5}));
-  EXPECT_TRUE(sc.steps[1].marks.at.count("route-maps/RM") == 0);
+  EXPECT_EQ(sc.steps[1].marks.at("route-maps/RM"), nullptr);
+}
+
+// A path recorded more than once keeps its last record, also when a list's marks, recorded
+// apart, are taken into the step's, the smaller set into the larger or the other way round.
+TEST(ScenarioMarks, LastRecordOfAPathStandsAfterTakingAnotherSet) {
+  for (const int others : {1, 5}) {
+    StepMarks step;
+    step.record("route-maps/RM", {1, 1});
+    step.record("route-maps/RM/10", {2, 1});
+    step.record("prefix-lists/P", {3, 1});
+    StepMarks list;
+    list.record("route-maps/RM/10", {10, 2});
+    for (int i = 0; i < others; ++i) list.record("route-maps/RM/2" + std::to_string(i), {20, i});
+    list.record("route-maps/RM/10", {11, 2});
+    step.take(list);
+    step.record("route-maps/RM", {30, 3});
+    step.seal();
+    EXPECT_EQ(list.size(), 0u);
+    ASSERT_EQ(step.size(), 3u + static_cast<std::size_t>(others)) << others;
+    EXPECT_EQ(*step.at("route-maps/RM"), (Mark{30, 3})) << others;
+    EXPECT_EQ(*step.at("route-maps/RM/10"), (Mark{11, 2})) << others;
+    EXPECT_EQ(*step.at("route-maps/RM/20"), (Mark{20, 0})) << others;
+    EXPECT_EQ(*step.at("prefix-lists/P"), (Mark{3, 1})) << others;
+    EXPECT_EQ(step.at("route-maps/R"), nullptr);
+  }
 }
 
 }  // namespace

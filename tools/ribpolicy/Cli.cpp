@@ -7,7 +7,6 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -117,6 +116,17 @@ std::string shownName(const std::string& file) {
   return file;
 }
 
+// The rest of what `in` holds.
+std::string readAll(std::istream& in) {
+  std::string text;
+  char chunk[1 << 16];
+  std::streamsize got = 0;
+  while ((got = in.rdbuf()->sgetn(chunk, sizeof chunk)) > 0) {
+    text.append(chunk, static_cast<std::size_t>(got));
+  }
+  return text;
+}
+
 // Reads and checks a scenario (FILE "-" reads `in`). On bad input reports it on `err` as
 // FILE:LINE:COL, and also as one JSON object on `out` when `json`, and returns nothing.
 std::optional<Scenario> loadScenario(const std::string& file, std::istream& in, bool json,
@@ -124,24 +134,24 @@ std::optional<Scenario> loadScenario(const std::string& file, std::istream& in, 
   const std::string shown = shownName(file);
   std::optional<InputError> error;
   std::optional<Scenario> scenario;
-  std::string text;
-  if (file.empty()) {
-    text = std::string(demoScenario());
-  } else {
-    std::ifstream fileIn;
-    if (file != kStdinFile) fileIn.open(file, std::ios::binary);
-    std::istream& source = file == kStdinFile ? in : fileIn;
-    std::ostringstream buf;
-    if (source) buf << source.rdbuf();
-    if (!source) error.emplace(1, 1, "cannot read the scenario file");
-    text = buf.str();
-  }
-  if (!error) {
-    try {
-      scenario = parseScenario(text);
-    } catch (const InputError& e) {
-      error = e;
+  try {
+    if (file.empty()) {
+      scenario = parseScenario(demoScenario());
+    } else if (file == kStdinFile) {
+      if (!in) throw InputError(1, 1, "cannot read the scenario file");
+      scenario = parseScenario(readAll(in));
+    } else {
+      // A file is parsed as it is read, never held whole: a large scenario then costs the
+      // memory of its configuration only.
+      std::ifstream fileIn(file, std::ios::binary);
+      if (!fileIn) throw InputError(1, 1, "cannot read the scenario file");
+      scenario = parseScenario(fileIn, [&] {
+        std::ifstream again(file, std::ios::binary);
+        return readAll(again);
+      });
     }
+  } catch (const InputError& e) {
+    error = e;
   }
   if (error) {
     err << error->format(shown) << '\n';

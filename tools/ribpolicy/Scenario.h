@@ -170,19 +170,45 @@ struct Mark {
 //   "SECTION/NAME/SEQ/set/CLAUSE/LIST"               one community list of a set clause
 //   "dynamic-prefix-lists/NAME/FIELD"                match-map, ipv4- or ipv6-prefix-list
 //   "policy-map/route-maps/NAME", "policy-map/dynamic-prefix-lists/NAME"
-struct StepMarks {
+class StepMarks {
+ public:
   Mark step;
-  std::map<std::string, Mark, std::less<>> at;
 
+  // Records `mark` at `path`; a later record of the same path replaces it once sealed.
+  void record(std::string_view path, Mark mark);
+  // Takes every record of `other`, as if recorded here now.
+  void take(StepMarks& other);
+  // Sorts the records for lookup, the last of each path winning; done once all are in.
+  void seal();
+
+  // The mark recorded at `path` itself, or null; like find, only once sealed.
+  const Mark* at(std::string_view path) const;
   // The mark of `path`, or of its longest recorded parent, or of the step.
   Mark find(std::string_view path) const {
     for (;;) {
-      if (auto it = at.find(path); it != at.end()) return it->second;
+      if (const Mark* m = at(path)) return *m;
       const std::size_t slash = path.rfind('/');
       if (slash == std::string_view::npos) return step;
       path = path.substr(0, slash);
     }
   }
+  std::size_t size() const { return records_.size(); }
+  std::size_t pathBytes() const { return paths_.size(); }
+  friend bool operator==(const StepMarks& a, const StepMarks& b);
+
+ private:
+  // A step of a large route map holds a few marks per entry: their paths are kept one after
+  // the other in one string rather than as a string each.
+  struct Record {
+    std::uint32_t offset;  // in paths_
+    std::uint32_t length;
+    Mark mark;
+  };
+  std::string_view path(const Record& r) const {
+    return std::string_view(paths_).substr(r.offset, r.length);
+  }
+  std::string paths_;
+  std::vector<Record> records_;
 };
 
 struct Step {

@@ -8,11 +8,16 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <initializer_list>
+#include <istream>
+#include <iterator>
 #include <limits>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -67,7 +72,38 @@ std::string quote(std::string_view s) {
 // per node, the children of a list or mapping side by side (a mapping's as key, value, key,
 // value), and each scalar's text. An alias stands for its anchored node itself, so that
 // repeating a section costs one index, not a copy.
+//
+// The entries of a list, which is where a large configuration is large, are read while the
+// text is still being parsed, each as soon as its events close, and their nodes given back
+// (see DocumentBuilder): the list's node then keeps what was read instead of its children.
 enum class NodeKind : std::uint8_t { null, scalar, sequence, map };
+
+class Node;
+
+// The entries of one list, read as they were parsed. The reader takes them where it would
+// have read the list's children, so whatever was wrong in them is reported at that point of
+// its walk, as if it had read them only then.
+class EarlyList {
+ public:
+  explicit EarlyList(std::string path) : path_(std::move(path)) {}
+  virtual ~EarlyList() = default;
+  EarlyList(const EarlyList&) = delete;
+  EarlyList& operator=(const EarlyList&) = delete;
+
+  // Reads the next entry; after the first bad one, the rest are not looked at.
+  void add(const Node& entry);
+  // After the last entry.
+  virtual void finish() = 0;
+
+  std::optional<InputError> error;
+  StepMarks marks;  // where the entries named things, under path_
+
+ protected:
+  virtual void read(const Node& entry) = 0;
+
+ private:
+  std::string path_;  // "SECTION/NAME" of the list
+};
 
 class Document {
  public:
@@ -76,10 +112,11 @@ class Document {
     int line;
     int column;
     // scalar: where its text starts in texts_; list and mapping: the first child's index in
-    // kids_.
+    // kids_; a list read early: its index in lists_.
     std::uint32_t first;
     std::uint32_t count;  // scalar: the length of its text; list and mapping: the children
-                          // (a mapping counts keys and values)
+                          // (a mapping counts keys and values); a list read early: 0
+    bool early = false;   // a list whose entries were read early
   };
 
   const Record& record(std::uint32_t i) const { return nodes_[i]; }
@@ -88,12 +125,16 @@ class Document {
     return std::string_view(texts_).substr(r.first, r.count);
   }
   std::uint32_t root() const { return root_; }
+  // The entries of a list read early, which the reader takes once: nothing can lead its walk
+  // to the list's node a second time, as no alias can name a node inside it.
+  std::unique_ptr<EarlyList> takeList(const Record& r) const { return std::move(lists_[r.first]); }
 
  private:
   friend class DocumentBuilder;
   std::vector<Record> nodes_;
   std::vector<std::uint32_t> kids_;
   std::string texts_;  // every scalar's text, one after the other
+  mutable std::vector<std::unique_ptr<EarlyList>> lists_;
   std::uint32_t root_ = 0;
 };
 
@@ -112,6 +153,9 @@ class Node {
   std::size_t size() const { return IsMap() ? rec().count / 2 : IsSequence() ? rec().count : 0; }
   int line() const { return rec().line; }
   int column() const { return rec().column; }
+  // A list whose entries the builder has read already (see EarlyList); it has no items.
+  bool early() const { return rec().early; }
+  std::unique_ptr<EarlyList> takeEarlyList() const { return doc_->takeList(rec()); }
 
   // The i-th item of a list (i < size()).
   Node operator[](std::size_t i) const {
@@ -124,7 +168,7 @@ class Node {
   iterator end() const;
 
  private:
-  bool collection() const { return IsMap() || IsSequence(); }
+  bool collection() const { return (IsMap() || IsSequence()) && !early(); }
   const Document::Record& rec() const { return doc_->record(index_); }
   const Document* doc_;
   std::uint32_t index_;
@@ -195,268 +239,6 @@ std::string joinKeys(const std::vector<std::string_view>& keys) {
   return out;
 }
 
-// --- Reading the document -----------------------------------------------------------------
-
-// Two shapes of YAML would have the reader give up badly or work without end, so the
-// document is measured while it is read:
-// - A scenario nests about a dozen levels of lists and mappings. Deeper nesting is refused
-//   at the list or mapping one level too deep, named where it opens.
-// - An alias repeats its anchored node without repeating its text, so a few kilobytes of
-//   anchors and aliases can stand for billions of values, each of which the reader would
-//   check and keep. Aliases may repeat a bounded number of nodes in all; the alias that
-//   passes the bound is named. Sizes are counted as the reader will see them, an alias
-//   inside an anchored node counting at the size of what it repeats.
-constexpr std::size_t kMaxNesting = 100;
-constexpr std::uint64_t kMaxRepeatedNodes = 1'000'000;
-
-class DocumentBuilder {
- public:
-  explicit DocumentBuilder(std::string_view text) : text_(text) {
-    if (!yaml_parser_initialize(&parser_)) throw InputError(1, 1, "invalid YAML: out of memory");
-    yaml_parser_set_input_string(&parser_, reinterpret_cast<const unsigned char*>(text.data()),
-                                 text.size());
-    // Past a last line without a line break, the parser marks the end of the text on a line
-    // of its own making; such marks are placed at the end of the last line instead.
-    if (!text.empty() && text.back() != '\n' && text.back() != '\r') {
-      lastLine_ = 0;
-      for (std::size_t i = 0; i < text.size(); ++i) {
-        const std::string_view rest = text.substr(i);
-        if (rest[0] == '\n' || (rest[0] == '\r' && !rest.starts_with("\r\n")) ||
-            rest.starts_with("\xc2\x85") || rest.starts_with("\xe2\x80\xa8") ||
-            rest.starts_with("\xe2\x80\xa9")) {
-          ++lastLine_;
-        }
-      }
-    }
-    // Room for the nodes that text of this size usually holds, taken at once: a growing
-    // vector would hold its old and new storage together at every doubling, and the pages
-    // never written are never resident.
-    const std::size_t expected = text.size() / 4 + 16;
-    doc_.nodes_.reserve(expected);
-    doc_.kids_.reserve(expected);
-    doc_.texts_.reserve(text.size() / 2);
-  }
-  ~DocumentBuilder() { yaml_parser_delete(&parser_); }
-  DocumentBuilder(const DocumentBuilder&) = delete;
-  DocumentBuilder& operator=(const DocumentBuilder&) = delete;
-
-  // Reads the first document of the stream; a stream without one is a document of nothing.
-  Document build() {
-    bool started = false;
-    for (;;) {
-      Event e(parser_);
-      if (!e.ok) syntaxError();
-      const yaml_event_t& ev = e.event;
-      const yaml_mark_t& mark = ev.start_mark;
-      switch (ev.type) {
-        case YAML_DOCUMENT_START_EVENT:
-          started = true;
-          break;
-        case YAML_SCALAR_EVENT:
-          scalar(ev, mark);
-          break;
-        case YAML_ALIAS_EVENT:
-          alias(reinterpret_cast<const char*>(ev.data.alias.anchor), mark);
-          break;
-        case YAML_SEQUENCE_START_EVENT:
-          open(NodeKind::sequence, ev.data.sequence_start.anchor, mark);
-          break;
-        case YAML_MAPPING_START_EVENT:
-          open(NodeKind::map, ev.data.mapping_start.anchor, mark);
-          break;
-        case YAML_SEQUENCE_END_EVENT:
-        case YAML_MAPPING_END_EVENT:
-          close();
-          break;
-        case YAML_NO_EVENT:
-        case YAML_STREAM_START_EVENT:
-          break;
-        case YAML_DOCUMENT_END_EVENT:
-        case YAML_STREAM_END_EVENT:
-          if (!started || doc_.nodes_.empty()) {
-            doc_.root_ = add({NodeKind::null, 1, 1, 0, 0});
-          }
-          return std::move(doc_);
-      }
-    }
-  }
-
- private:
-  // One event, released when done with.
-  struct Event {
-    explicit Event(yaml_parser_t& p) : ok(yaml_parser_parse(&p, &event) != 0) {}
-    ~Event() {
-      if (ok) yaml_event_delete(&event);
-    }
-    Event(const Event&) = delete;
-    Event& operator=(const Event&) = delete;
-    yaml_event_t event{};
-    bool ok;
-  };
-
-  struct Open {
-    std::uint32_t node;
-    std::size_t firstKid;  // in scratch_
-    std::string anchor;
-    std::uint64_t nodesBefore;
-  };
-  struct Anchor {
-    std::uint32_t node;
-    std::uint64_t size;
-  };
-
-  [[noreturn]] void syntaxError() {
-    std::string message = parser_.problem ? parser_.problem : "bad file";
-    if (parser_.context) message += std::string(" ") + parser_.context;
-    if (parser_.error == YAML_READER_ERROR) {
-      // The reader names a byte offset only.
-      const auto [line, column] = positionAt(parser_.problem_offset);
-      // The byte it refuses, when it names one, is what the writer has to find.
-      if (parser_.problem_value >= 0 && parser_.problem_value < 0x100) {
-        message += ": " + std::string(1, static_cast<char>(parser_.problem_value));
-      }
-      throw InputError(line, column, "invalid YAML: " + printable(message));
-    }
-    const yaml_mark_t& m = parser_.problem_mark;
-    if (parser_.error == YAML_SCANNER_ERROR && m.index + 1 < text_.size() &&
-        message.starts_with("found unknown escape character")) {
-      // The mark is at the backslash; the character after it, whole, is what the writer has
-      // to change.
-      const auto lead = static_cast<unsigned char>(text_[m.index + 1]);
-      const std::size_t width = lead < 0xc0 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-      message = "unknown escape character: " + std::string(text_.substr(m.index + 1, width));
-    }
-    const auto [line, column] = where(m);
-    throw InputError(line, column, "invalid YAML: " + printable(message));
-  }
-
-  // The 1-based position of a parser's mark.
-  std::pair<int, int> where(const yaml_mark_t& m) const {
-    if (m.line > lastLine_) return positionAt(text_.size());
-    return {static_cast<int>(m.line) + 1, static_cast<int>(m.column) + 1};
-  }
-
-  // The 1-based line and column of a byte offset into the text.
-  std::pair<int, int> positionAt(std::size_t offset) const {
-    offset = std::min(offset, text_.size());
-    int line = 1;
-    int column = 1;
-    for (std::size_t i = 0; i < offset; ++i) {
-      if (text_[i] == '\n') {
-        ++line;
-        column = 1;
-      } else {
-        ++column;
-      }
-    }
-    return {line, column};
-  }
-
-  std::uint32_t add(const Document::Record& r) {
-    if (doc_.nodes_.size() >= std::numeric_limits<std::uint32_t>::max() - 1) {
-      throw InputError(r.line, r.column, "invalid YAML: too many nodes");
-    }
-    const auto index = static_cast<std::uint32_t>(doc_.nodes_.size());
-    doc_.nodes_.push_back(r);
-    return index;
-  }
-  // A node enters its parent (or becomes the document) where it starts.
-  void place(std::uint32_t node) {
-    if (open_.empty()) {
-      doc_.root_ = node;
-    } else {
-      scratch_.push_back(node);
-    }
-  }
-  void remember(const unsigned char* anchor, std::uint32_t node, std::uint64_t size) {
-    if (anchor) anchors_[reinterpret_cast<const char*>(anchor)] = {node, size};
-  }
-
-  void scalar(const yaml_event_t& ev, const yaml_mark_t& mark) {
-    const auto& s = ev.data.scalar;
-    const std::string_view value(reinterpret_cast<const char*>(s.value), s.length);
-    // An untagged plain scalar spelling nothing is the null node.
-    const bool null =
-        s.style == YAML_PLAIN_SCALAR_STYLE && !s.tag &&
-        (value.empty() || value == "~" || value == "null" || value == "Null" || value == "NULL");
-    const auto [line, column] = where(mark);
-    Document::Record r{NodeKind::null, line, column, 0, 0};
-    if (!null) {
-      if (doc_.texts_.size() + value.size() > std::numeric_limits<std::uint32_t>::max()) {
-        throw InputError(r.line, r.column, "invalid YAML: too much text");
-      }
-      r.kind = NodeKind::scalar;
-      r.first = static_cast<std::uint32_t>(doc_.texts_.size());
-      r.count = static_cast<std::uint32_t>(value.size());
-      doc_.texts_ += value;
-    }
-    const std::uint32_t node = add(r);
-    place(node);
-    ++nodes_;
-    remember(s.anchor, node, 1);
-  }
-
-  void alias(const std::string& anchor, const yaml_mark_t& mark) {
-    const auto it = anchors_.find(anchor);
-    if (it == anchors_.end()) {
-      const auto [line, column] = where(mark);
-      throw InputError(line, column, "invalid YAML: the referenced anchor is not defined");
-    }
-    // An alias of a node still open (a node that holds itself) counts as one node: the
-    // reader never takes one node for two levels of a scenario, so it stops there at once.
-    const std::uint64_t size = it->second.size;
-    nodes_ += size;
-    repeated_ += size - 1;
-    if (repeated_ > kMaxRepeatedNodes) {
-      const auto [line, column] = where(mark);
-      throw InputError(
-          line, column,
-          "invalid YAML: aliases repeat more than " + std::to_string(kMaxRepeatedNodes) + " nodes");
-    }
-    place(it->second.node);
-  }
-
-  void open(NodeKind kind, const unsigned char* anchor, const yaml_mark_t& mark) {
-    const auto [line, column] = where(mark);
-    if (open_.size() == kMaxNesting) {
-      const std::string what = kind == NodeKind::map ? "mapping" : "list";
-      throw InputError(line, column,
-                       "invalid YAML: " + what + " nested " + std::to_string(kMaxNesting + 1) +
-                           " levels deep (lists and mappings nest at most " +
-                           std::to_string(kMaxNesting) + " levels)");
-    }
-    const std::uint32_t node = add({kind, line, column, 0, 0});
-    place(node);
-    remember(anchor, node, 1);
-    open_.push_back(
-        {node, scratch_.size(), anchor ? reinterpret_cast<const char*>(anchor) : "", nodes_});
-    ++nodes_;
-  }
-
-  void close() {
-    const Open done = std::move(open_.back());
-    open_.pop_back();
-    Document::Record& r = doc_.nodes_[done.node];
-    r.first = static_cast<std::uint32_t>(doc_.kids_.size());
-    r.count = static_cast<std::uint32_t>(scratch_.size() - done.firstKid);
-    doc_.kids_.insert(doc_.kids_.end(),
-                      scratch_.begin() + static_cast<std::ptrdiff_t>(done.firstKid),
-                      scratch_.end());
-    scratch_.resize(done.firstKid);
-    if (!done.anchor.empty()) anchors_[done.anchor] = {done.node, nodes_ - done.nodesBefore};
-  }
-
-  std::string_view text_;
-  std::size_t lastLine_ = std::numeric_limits<std::size_t>::max();  // 0-based
-  yaml_parser_t parser_{};
-  Document doc_;
-  std::vector<Open> open_;
-  std::vector<std::uint32_t> scratch_;
-  std::unordered_map<std::string, Anchor> anchors_;
-  std::uint64_t nodes_ = 0;
-  std::uint64_t repeated_ = 0;
-};
-
 // --- Where things are named -------------------------------------------------------------
 
 // Records the marks of the step being read (see StepMarks). The reader is a recursive descent,
@@ -464,7 +246,11 @@ class DocumentBuilder {
 // the reader is inside that node.
 class MarkRecorder {
  public:
-  explicit MarkRecorder(StepMarks& marks) : marks_(marks), outer_(current_) { current_ = this; }
+  explicit MarkRecorder(StepMarks& marks) : MarkRecorder(marks, own_) {}
+  // Records under `path`, which the recorder extends and gives back as it was.
+  MarkRecorder(StepMarks& marks, std::string& path) : marks_(marks), outer_(current_), path_(path) {
+    current_ = this;
+  }
   ~MarkRecorder() { current_ = outer_; }
   MarkRecorder(const MarkRecorder&) = delete;
   MarkRecorder& operator=(const MarkRecorder&) = delete;
@@ -475,8 +261,21 @@ class MarkRecorder {
     const std::size_t size = current_->path_.size();
     if (!name.empty()) current_->push(name);
     const auto [line, column] = positionOf(n);
-    current_->marks_.at.insert_or_assign(current_->path_, Mark{line, column});
+    if (current_->marks_.pathBytes() + current_->path_.size() > kMaxPathBytes) {
+      throw InputError(line, column, "invalid YAML: too much text");
+    }
+    current_->marks_.record(current_->path_, Mark{line, column});
     current_->path_.resize(size);
+  }
+
+  // Takes the marks recorded while a list was read early (its entries' paths are whole).
+  static void adopt(const Node& list, StepMarks& early) {
+    if (!current_) return;
+    if (current_->marks_.pathBytes() + early.pathBytes() > kMaxPathBytes) {
+      const auto [line, column] = positionOf(list);
+      throw InputError(line, column, "invalid YAML: too much text");
+    }
+    current_->marks_.take(early);
   }
 
  private:
@@ -486,10 +285,13 @@ class MarkRecorder {
     path_ += name;
   }
 
+  // The marks of one step keep their paths' text in one string of at most this size.
+  static constexpr std::size_t kMaxPathBytes = std::numeric_limits<std::uint32_t>::max();
   static inline MarkRecorder* current_ = nullptr;
   StepMarks& marks_;
   MarkRecorder* outer_;
-  std::string path_;
+  std::string own_;
+  std::string& path_;
 };
 
 class MarkScope {
@@ -510,6 +312,16 @@ class MarkScope {
  private:
   std::size_t size_ = 0;
 };
+
+void EarlyList::add(const Node& entry) {
+  if (error) return;
+  MarkRecorder recorder(marks, path_);
+  try {
+    read(entry);
+  } catch (const InputError& e) {
+    error = e;
+  }
+}
 
 // --- Mappings with a fixed set of keys --------------------------------------------------
 
@@ -806,14 +618,14 @@ LargeCommunity largeCommunity(const Node& n, std::string_view key) {
 struct ListForm {
   std::optional<U32> version;
   std::string source;
-  std::vector<Node> entries;
+  std::optional<Node> entries;  // the list of entries, if any
 };
 
 ListForm listForm(const Node& n, const std::string& what, bool versioned, bool sourced) {
   ListForm out;
   if (n.IsNull()) return out;
   if (n.IsSequence()) {
-    for (const Node& e : n) out.entries.push_back(e);
+    out.entries = n;
     return out;
   }
   if (!n.IsMap()) {
@@ -828,36 +640,90 @@ ListForm listForm(const Node& n, const std::string& what, bool versioned, bool s
   if (const Node* v = f.get("version")) out.version = u32(*v, "version");
   if (const Node* s = f.get("source")) out.source = text(*s, "source");
   if (const Node* e = f.get("entries")) {
-    if (!e->IsNull()) {
-      for (const Node& x : sequence(*e, "entries", "a list of entries")) {
-        out.entries.push_back(x);
-      }
-    }
+    if (!e->IsNull()) out.entries = sequence(*e, "entries", "a list of entries");
   }
   return out;
 }
 
-// Parses the entries of one list: each is a mapping with a unique `seq` among `keys`;
-// `body` reads the rest of it.
-template <class T, class Body>
-std::map<U32, T> parseEntries(const std::vector<Node>& nodes, const std::string& what,
-                              const std::vector<std::string_view>& keys, Body body) {
-  std::map<U32, T> out;
-  std::map<U32, int> firstLine;
-  const std::string entry = "entry of " + what;
-  for (const Node& node : nodes) {
-    Fields f(node, entry, keys);
-    if (node.IsNull()) expected(node, entry, "a mapping");
+// Reads the entries of one list, one at a time: each is a mapping with a unique `seq` among
+// `keys`; `body` reads the rest of it.
+template <class T>
+class EntryReader {
+ public:
+  using Body = T (*)(const Fields&, U32);
+  EntryReader(const std::string& what, const std::vector<std::string_view>& keys, Body body)
+      : what_(what), entry_("entry of " + what), keys_(&keys), body_(body) {}
+
+  void read(const Node& node) {
+    Fields f(node, entry_, *keys_);
+    if (node.IsNull()) expected(node, entry_, "a mapping");
     const Node& seqNode = f.need("seq");
     const U32 seq = u32(seqNode, "seq");
-    if (auto it = firstLine.find(seq); it != firstLine.end()) {
-      fail(seqNode, "duplicate sequence number " + std::to_string(seq) + " in " + what +
-                        " (first at line " + std::to_string(it->second) + ")");
+    // Entries mostly come in ascending order, each then going at the end.
+    auto at = entries_.end();
+    if (!entries_.empty() && std::prev(at)->first >= seq) {
+      at = entries_.lower_bound(seq);
+      if (at->first == seq) {
+        const auto first = std::find_if(lines_.begin(), lines_.end(),
+                                        [&](const auto& l) { return l.first == seq; });
+        fail(seqNode, "duplicate sequence number " + std::to_string(seq) + " in " + what_ +
+                          " (first at line " + std::to_string(first->second) + ")");
+      }
     }
-    firstLine.emplace(seq, positionOf(seqNode).first);
-    out.emplace(seq, body(f, seq));
+    lines_.emplace_back(seq, seqNode.line());
+    entries_.emplace_hint(at, seq, body_(f, seq));
   }
-  return out;
+  // After the last entry: the lines are needed no more.
+  void finish() { std::vector<std::pair<U32, int>>().swap(lines_); }
+  std::map<U32, T> take() {
+    finish();
+    return std::move(entries_);
+  }
+
+ private:
+  std::string what_;
+  std::string entry_;
+  const std::vector<std::string_view>* keys_;
+  Body body_;
+  std::map<U32, T> entries_;
+  std::vector<std::pair<U32, int>> lines_;  // each sequence number's line, in reading order
+};
+
+template <class T>
+class EarlyEntries final : public EarlyList {
+ public:
+  EarlyEntries(std::string path, EntryReader<T> reader)
+      : EarlyList(std::move(path)), reader_(std::move(reader)) {}
+  void finish() override { reader_.finish(); }
+  EntryReader<T>& reader() { return reader_; }
+
+ protected:
+  void read(const Node& entry) override { reader_.read(entry); }
+
+ private:
+  EntryReader<T> reader_;
+};
+
+// The entries of `list` (a list of entries, or nothing): the ones the builder has read already,
+// or else read here.
+template <class T>
+std::map<U32, T> readEntries(const std::optional<Node>& list, EntryReader<T> reader) {
+  if (!list) return {};
+  if (list->early()) {
+    const std::unique_ptr<EarlyList> early = list->takeEarlyList();
+    if (early->error) throw *early->error;
+    MarkRecorder::adopt(*list, early->marks);
+    // The builder starts a list's reader by the same section row as the one that led here.
+    return static_cast<EarlyEntries<T>&>(*early).reader().take();
+  }
+  for (const Node& entry : *list) reader.read(entry);
+  return reader.take();
+}
+
+// Starts reading a list's entries early, by the reader `start` makes for it.
+template <class T>
+std::unique_ptr<EarlyList> early(std::string path, EntryReader<T> reader) {
+  return std::make_unique<EarlyEntries<T>>(std::move(path), std::move(reader));
 }
 
 // Calls `f(name, value)` for each member of a section that maps names to objects.
@@ -893,25 +759,59 @@ std::set<std::string> nameList(const Node& n, std::string_view key) {
 
 // --- Prefix, AS-path, community and access lists -----------------------------------------
 
-template <class Entry, class PrefixParser>
-PrefixListDef<Entry> parsePrefixList(const Node& n, const std::string& what, U32 maxLength,
-                                     PrefixParser prefix) {
+// The entries of an IPv4 (Acl::PrefixEntry) or IPv6 (Acl::Ipv6PrefixEntry) prefix list.
+template <class Entry>
+EntryReader<Entry> prefixEntries(const std::string& what) {
+  static const std::vector<std::string_view> kKeys = {"seq", "action", "prefix", "ge", "le"};
+  return EntryReader<Entry>(what, kKeys, [](const Fields& f, U32 seq) {
+    constexpr bool kIpv4 = std::is_same_v<Entry, Acl::PrefixEntry>;
+    constexpr U32 kMaxLength = kIpv4 ? 32 : 128;
+    Entry e;
+    e.seqno = seq;
+    e.permit = action(f.need("action"));
+    if constexpr (kIpv4) {
+      e.prefix = ipv4Prefix(f.need("prefix"), "prefix");
+    } else {
+      e.prefix = ipv6Prefix(f.need("prefix"), "prefix");
+    }
+    if (const Node* v = f.get("ge")) e.ge = u32(*v, "ge", 0, kMaxLength);
+    if (const Node* v = f.get("le")) e.le = u32(*v, "le", 0, kMaxLength);
+    return e;
+  });
+}
+
+template <class Entry>
+PrefixListDef<Entry> parsePrefixList(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, true, false);
   PrefixListDef<Entry> def;
   def.version = form.version;
-  def.entries = parseEntries<Entry>(form.entries, what, {"seq", "action", "prefix", "ge", "le"},
-                                    [&](const Fields& f, U32 seq) {
-                                      Entry e;
-                                      e.seqno = seq;
-                                      e.permit = action(f.need("action"));
-                                      e.prefix = prefix(f.need("prefix"), "prefix");
-                                      if (const Node* v = f.get("ge"))
-                                        e.ge = u32(*v, "ge", 0, maxLength);
-                                      if (const Node* v = f.get("le"))
-                                        e.le = u32(*v, "le", 0, maxLength);
-                                      return e;
-                                    });
+  def.entries = readEntries(form.entries, prefixEntries<Entry>(what));
   return def;
+}
+
+EntryReader<Acl::AsPathEntry> asPathEntries(const std::string& what) {
+  static const std::vector<std::string_view> kKeys = {"seq", "action", "regex", "origin", "valid"};
+  return EntryReader<Acl::AsPathEntry>(what, kKeys, [](const Fields& f, U32 seq) {
+    Acl::AsPathEntry e;
+    e.seqno = seq;
+    e.permit = action(f.need("action"));
+    e.regex = text(f.need("regex"), "regex");
+    e.origin = 0xffffffffu;  // any origin
+    if (const Node* o = f.get("origin")) {
+      if (!(o->IsScalar() && o->Scalar() == "any")) {
+        e.origin = u32(*o, "origin", 0, 0xffffffffu, "0, 1, 2 or any");
+      }
+    }
+    e.validMode0 = true;
+    e.validMode1 = true;
+    if (const Node* v = f.get("valid")) {
+      constexpr std::string_view kWhat = "a pair [valid in mode 0, valid in mode 1]";
+      if (!v->IsSequence() || v->size() != 2) expected(*v, "valid", kWhat);
+      e.validMode0 = boolean((*v)[0], "valid");
+      e.validMode1 = boolean((*v)[1], "valid");
+    }
+    return e;
+  });
 }
 
 AsPathListDef parseAsPathList(const Node& n, const std::string& what) {
@@ -919,29 +819,7 @@ AsPathListDef parseAsPathList(const Node& n, const std::string& what) {
   AsPathListDef def;
   def.version = form.version;
   def.source = form.source;
-  def.entries = parseEntries<Acl::AsPathEntry>(
-      form.entries, what, {"seq", "action", "regex", "origin", "valid"},
-      [&](const Fields& f, U32 seq) {
-        Acl::AsPathEntry e;
-        e.seqno = seq;
-        e.permit = action(f.need("action"));
-        e.regex = text(f.need("regex"), "regex");
-        e.origin = 0xffffffffu;  // any origin
-        if (const Node* o = f.get("origin")) {
-          if (!(o->IsScalar() && o->Scalar() == "any")) {
-            e.origin = u32(*o, "origin", 0, 0xffffffffu, "0, 1, 2 or any");
-          }
-        }
-        e.validMode0 = true;
-        e.validMode1 = true;
-        if (const Node* v = f.get("valid")) {
-          constexpr std::string_view kWhat = "a pair [valid in mode 0, valid in mode 1]";
-          if (!v->IsSequence() || v->size() != 2) expected(*v, "valid", kWhat);
-          e.validMode0 = boolean((*v)[0], "valid");
-          e.validMode1 = boolean((*v)[1], "valid");
-        }
-        return e;
-      });
+  def.entries = readEntries(form.entries, asPathEntries(what));
   return def;
 }
 
@@ -1003,44 +881,52 @@ Acl::CommunityValue communityValue(const Node& n, Acl::CommunityListType t) {
   return {};
 }
 
+EntryReader<CommunityEntryDef> communityEntries(const std::string& what) {
+  static const std::vector<std::string_view> kKeys = {"seq",         "action", "type",
+                                                      "communities", "regex",  "version"};
+  return EntryReader<CommunityEntryDef>(what, kKeys, [](const Fields& f, U32) {
+    CommunityEntryDef e;
+    e.permit = action(f.need("action"));
+    e.type = communityListType(f.need("type"));
+    if (const Node* v = f.get("version")) e.version = u32(*v, "version");
+    const std::string context = "a community entry of type " + std::string(typeName(e.type));
+    if (isRegexType(e.type)) {
+      f.restrict({"seq", "action", "type", "regex", "version"}, context);
+      e.regex = text(f.need("regex"), "regex");
+    } else {
+      f.restrict({"seq", "action", "type", "communities", "version"}, context);
+      const Node& values = f.need("communities");
+      if (!values.IsNull()) {
+        for (const Node& v : sequence(values, "communities", "a list of communities")) {
+          e.communities.insert(communityValue(v, e.type));
+        }
+      }
+    }
+    return e;
+  });
+}
+
 CommunityListDef parseCommunityList(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, false, false);
   CommunityListDef def;
-  def.entries = parseEntries<CommunityEntryDef>(
-      form.entries, what, {"seq", "action", "type", "communities", "regex", "version"},
-      [&](const Fields& f, U32) {
-        CommunityEntryDef e;
-        e.permit = action(f.need("action"));
-        e.type = communityListType(f.need("type"));
-        if (const Node* v = f.get("version")) e.version = u32(*v, "version");
-        const std::string context = "a community entry of type " + std::string(typeName(e.type));
-        if (isRegexType(e.type)) {
-          f.restrict({"seq", "action", "type", "regex", "version"}, context);
-          e.regex = text(f.need("regex"), "regex");
-        } else {
-          f.restrict({"seq", "action", "type", "communities", "version"}, context);
-          const Node& values = f.need("communities");
-          if (!values.IsNull()) {
-            for (const Node& v : sequence(values, "communities", "a list of communities")) {
-              e.communities.insert(communityValue(v, e.type));
-            }
-          }
-        }
-        return e;
-      });
+  def.entries = readEntries(form.entries, communityEntries(what));
   return def;
+}
+
+EntryReader<Acl::RuleConfig> accessRules(const std::string& what) {
+  static const std::vector<std::string_view> kKeys = {"seq", "action", "source"};
+  return EntryReader<Acl::RuleConfig>(what, kKeys, [](const Fields& f, U32) {
+    Acl::RuleConfig r;
+    r.action = action(f.need("action"));
+    r.filter = Acl::IpFilter(addressWithMask(f.need("source"), "source"));
+    return r;
+  });
 }
 
 AccessListDef parseAccessList(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, false, false);
   AccessListDef def;
-  def.rules = parseEntries<Acl::RuleConfig>(
-      form.entries, what, {"seq", "action", "source"}, [&](const Fields& f, U32) {
-        Acl::RuleConfig r;
-        r.action = action(f.need("action"));
-        r.filter = Acl::IpFilter(addressWithMask(f.need("source"), "source"));
-        return r;
-      });
+  def.rules = readEntries(form.entries, accessRules(what));
   return def;
 }
 
@@ -1435,38 +1321,43 @@ SetClauses parseSetClauses(const Node& n) {
   return s;
 }
 
+// The entries of a route map or a peer filter.
+EntryReader<MapEntryDef> mapEntries(const std::string& what) {
+  static const std::vector<std::string_view> kKeys = {"seq", "action", "match", "sub-route-map",
+                                                      "set"};
+  return EntryReader<MapEntryDef>(what, kKeys, [](const Fields& f, U32 seq) {
+    MarkScope at(f.node(), std::to_string(seq));
+    MapEntryDef e;
+    e.permit = action(f.need("action"));
+    if (const Node* m = f.get("match")) {
+      if (!m->IsNull()) {
+        std::map<MatchOption, int> firstLine;
+        for (const Node& r : sequence(*m, "match", "a list of match rules")) {
+          MatchRule rule = parseMatchRule(r);
+          if (auto it = firstLine.find(rule.option); it != firstLine.end()) {
+            fail(r, "match: option " + optionLabel(rule.option) +
+                        " given twice in one entry (first at line " + std::to_string(it->second) +
+                        ")");
+          }
+          firstLine.emplace(rule.option, positionOf(r).first);
+          e.match.emplace(rule.option, std::move(rule));
+        }
+      }
+    }
+    if (const Node* s = f.get("sub-route-map")) {
+      e.subRouteMap = text(*s, "sub-route-map");
+      MarkRecorder::mark(*s, "sub-route-map");
+    }
+    if (const Node* s = f.get("set")) e.set = parseSetClauses(*s);
+    return e;
+  });
+}
+
 MapDef parseMap(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, true, false);
   MapDef def;
   def.version = form.version;
-  def.entries = parseEntries<MapEntryDef>(
-      form.entries, what, {"seq", "action", "match", "sub-route-map", "set"},
-      [&](const Fields& f, U32 seq) {
-        MarkScope at(f.node(), std::to_string(seq));
-        MapEntryDef e;
-        e.permit = action(f.need("action"));
-        if (const Node* m = f.get("match")) {
-          if (!m->IsNull()) {
-            std::map<MatchOption, int> firstLine;
-            for (const Node& r : sequence(*m, "match", "a list of match rules")) {
-              MatchRule rule = parseMatchRule(r);
-              if (auto it = firstLine.find(rule.option); it != firstLine.end()) {
-                fail(r, "match: option " + optionLabel(rule.option) +
-                            " given twice in one entry (first at line " +
-                            std::to_string(it->second) + ")");
-              }
-              firstLine.emplace(rule.option, positionOf(r).first);
-              e.match.emplace(rule.option, std::move(rule));
-            }
-          }
-        }
-        if (const Node* s = f.get("sub-route-map")) {
-          e.subRouteMap = text(*s, "sub-route-map");
-          MarkRecorder::mark(*s, "sub-route-map");
-        }
-        if (const Node* s = f.get("set")) e.set = parseSetClauses(*s);
-        return e;
-      });
+  def.entries = readEntries(form.entries, mapEntries(what));
   return def;
 }
 
@@ -1491,50 +1382,78 @@ DynamicPrefixListDef parseDynamicPrefixList(const Node& n, const std::string& wh
   return d;
 }
 
-// The sections that map names to definitions, one row each: the key and how one
-// definition reads into the configuration. They are read in this order.
+// The sections that map names to definitions, one row each: the key, what one definition
+// is called in messages, how it reads into the configuration and, for the lists of entries,
+// how the builder starts reading a list's entries early. They are read in this order.
 struct SectionRow {
   std::string_view key;
-  void (*read)(const std::string& name, const Node& value, ScenarioConfig& into);
+  std::string_view label;
+  void (*read)(const std::string& name, const std::string& what, const Node& value,
+               ScenarioConfig& into);
+  std::unique_ptr<EarlyList> (*early)(std::string path, const std::string& what);
 };
 
 constexpr SectionRow kSections[] = {
-    {"prefix-lists",
-     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
-       c.prefixLists.emplace(
-           nm, parsePrefixList<Acl::PrefixEntry>(v, "prefix list " + quote(nm), 32, ipv4Prefix));
+    {"prefix-lists", "prefix list",
+     [](const std::string& nm, const std::string& what, const Node& v, ScenarioConfig& c) {
+       c.prefixLists.emplace(nm, parsePrefixList<Acl::PrefixEntry>(v, what));
+     },
+     [](std::string path, const std::string& what) {
+       return early(std::move(path), prefixEntries<Acl::PrefixEntry>(what));
      }},
-    {"ipv6-prefix-lists",
-     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
-       c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(
-                                         v, "IPv6 prefix list " + quote(nm), 128, ipv6Prefix));
+    {"ipv6-prefix-lists", "IPv6 prefix list",
+     [](const std::string& nm, const std::string& what, const Node& v, ScenarioConfig& c) {
+       c.ipv6PrefixLists.emplace(nm, parsePrefixList<Acl::Ipv6PrefixEntry>(v, what));
+     },
+     [](std::string path, const std::string& what) {
+       return early(std::move(path), prefixEntries<Acl::Ipv6PrefixEntry>(what));
      }},
-    {"as-path-lists",
-     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
-       c.asPathLists.emplace(nm, parseAsPathList(v, "AS-path list " + quote(nm)));
+    {"as-path-lists", "AS-path list",
+     [](const std::string& nm, const std::string& what, const Node& v, ScenarioConfig& c) {
+       c.asPathLists.emplace(nm, parseAsPathList(v, what));
+     },
+     [](std::string path, const std::string& what) {
+       return early(std::move(path), asPathEntries(what));
      }},
-    {"community-lists",
-     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
-       c.communityLists.emplace(nm, parseCommunityList(v, "community list " + quote(nm)));
+    {"community-lists", "community list",
+     [](const std::string& nm, const std::string& what, const Node& v, ScenarioConfig& c) {
+       c.communityLists.emplace(nm, parseCommunityList(v, what));
+     },
+     [](std::string path, const std::string& what) {
+       return early(std::move(path), communityEntries(what));
      }},
-    {"access-lists",
-     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
-       c.accessLists.emplace(nm, parseAccessList(v, "access list " + quote(nm)));
+    {"access-lists", "access list",
+     [](const std::string& nm, const std::string& what, const Node& v, ScenarioConfig& c) {
+       c.accessLists.emplace(nm, parseAccessList(v, what));
+     },
+     [](std::string path, const std::string& what) {
+       return early(std::move(path), accessRules(what));
      }},
-    {"route-maps",
-     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
-       c.routeMaps.emplace(nm, parseMap(v, "route map " + quote(nm)));
+    {"route-maps", "route map",
+     [](const std::string& nm, const std::string& what, const Node& v, ScenarioConfig& c) {
+       c.routeMaps.emplace(nm, parseMap(v, what));
+     },
+     [](std::string path, const std::string& what) {
+       return early(std::move(path), mapEntries(what));
      }},
-    {"peer-filters",
-     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
-       c.peerFilters.emplace(nm, parseMap(v, "peer filter " + quote(nm)));
+    {"peer-filters", "peer filter",
+     [](const std::string& nm, const std::string& what, const Node& v, ScenarioConfig& c) {
+       c.peerFilters.emplace(nm, parseMap(v, what));
+     },
+     [](std::string path, const std::string& what) {
+       return early(std::move(path), mapEntries(what));
      }},
-    {"dynamic-prefix-lists",
-     [](const std::string& nm, const Node& v, ScenarioConfig& c) {
-       c.dynamicPrefixLists.emplace(nm,
-                                    parseDynamicPrefixList(v, "dynamic prefix list " + quote(nm)));
-     }},
+    {"dynamic-prefix-lists", "dynamic prefix list",
+     [](const std::string& nm, const std::string& what, const Node& v, ScenarioConfig& c) {
+       c.dynamicPrefixLists.emplace(nm, parseDynamicPrefixList(v, what));
+     },
+     nullptr},
 };
+
+// What a definition is called in messages: "prefix list 'PL'".
+std::string definitionName(const SectionRow& row, std::string_view name) {
+  return std::string(row.label) + ' ' + quote(name);
+}
 
 ScenarioConfig parseConfig(const Node& n) {
   // The modes, the sections, then the policy map.
@@ -1553,8 +1472,9 @@ ScenarioConfig parseConfig(const Node& n) {
     c.asPathRegexMode = u32(*v, "as-path-regex-mode");
   }
   for (const SectionRow& row : kSections) {
-    forEachNamed(f.get(row.key), row.key,
-                 [&](const std::string& nm, const Node& v) { row.read(nm, v, c); });
+    forEachNamed(f.get(row.key), row.key, [&](const std::string& nm, const Node& v) {
+      row.read(nm, definitionName(row, nm), v, c);
+    });
   }
   if (const Node* v = f.get("policy-map")) {
     Fields p(*v, "policy-map", {"route-maps", "dynamic-prefix-lists"});
@@ -1604,6 +1524,7 @@ Step parseStep(const Node& n, std::size_t number) {
   if (const Node* v = f.get("name")) s.name = text(*v, "name");
   s.config = parseConfig(f.need("config"));
   if (const Node* v = f.get("inputs")) s.inputs = parseInputs(*v);
+  s.marks.seal();
   return s;
 }
 
@@ -1626,10 +1547,514 @@ Scenario parseRoot(const Node& root) {
   return sc;
 }
 
+// --- Reading the document -----------------------------------------------------------------
+
+// Two shapes of YAML would have the reader give up badly or work without end, so the
+// document is measured while it is read:
+// - A scenario nests about a dozen levels of lists and mappings. Deeper nesting is refused
+//   at the list or mapping one level too deep, named where it opens.
+// - An alias repeats its anchored node without repeating its text, so a few kilobytes of
+//   anchors and aliases can stand for billions of values, each of which the reader would
+//   check and keep. Aliases may repeat a bounded number of nodes in all; the alias that
+//   passes the bound is named. Sizes are counted as the reader will see them, an alias
+//   inside an anchored node counting at the size of what it repeats.
+//
+// The entries of a list are read as soon as each one's events close, and the nodes of an
+// entry given back once it has been read, so that the document holds the scenario's outline
+// rather than every value of it. This is done only where the reader's walk will take the
+// list for a list of entries whatever else the document holds (steps, a step's config, a
+// section, a definition, its entries, each under a scalar key) and where nothing can
+// repeat it: not inside an anchored node, which an alias may place elsewhere. An entry that
+// anchors a node of its own keeps its nodes, for the aliases that may follow.
+constexpr std::size_t kMaxNesting = 100;
+constexpr std::uint64_t kMaxRepeatedNodes = 1'000'000;
+
+// Where the builder takes the text from: a piece at a time as the YAML parser asks for it,
+// and whole only to place an error that the parser names by a byte offset.
+class TextSource {
+ public:
+  virtual ~TextSource() = default;
+  // Copies the next bytes into `into`; 0 at the end.
+  virtual std::size_t read(char* into, std::size_t size) = 0;
+  virtual std::string_view whole() = 0;
+};
+
+class StringSource final : public TextSource {
+ public:
+  explicit StringSource(std::string_view text) : text_(text) {}
+  std::size_t read(char* into, std::size_t size) override {
+    const std::size_t n = std::min(size, text_.size() - at_);
+    std::copy_n(text_.data() + at_, n, into);
+    at_ += n;
+    return n;
+  }
+  std::string_view whole() override { return text_; }
+
+ private:
+  std::string_view text_;
+  std::size_t at_ = 0;
+};
+
+class StreamSource final : public TextSource {
+ public:
+  StreamSource(std::istream& in, const std::function<std::string()>& reread)
+      : in_(in), reread_(reread) {}
+  std::size_t read(char* into, std::size_t size) override {
+    const std::streamsize n = in_.rdbuf()->sgetn(into, static_cast<std::streamsize>(size));
+    return n > 0 ? static_cast<std::size_t>(n) : 0;
+  }
+  std::string_view whole() override {
+    if (!whole_) whole_ = reread_();
+    return *whole_;
+  }
+
+ private:
+  std::istream& in_;
+  const std::function<std::string()>& reread_;
+  std::optional<std::string> whole_;
+};
+
+class DocumentBuilder {
+ public:
+  explicit DocumentBuilder(TextSource& source) : source_(source) {
+    if (!yaml_parser_initialize(&parser_)) throw InputError(1, 1, "invalid YAML: out of memory");
+    yaml_parser_set_input(&parser_, &DocumentBuilder::readText, this);
+  }
+  ~DocumentBuilder() { yaml_parser_delete(&parser_); }
+  DocumentBuilder(const DocumentBuilder&) = delete;
+  DocumentBuilder& operator=(const DocumentBuilder&) = delete;
+
+  // Reads the first document of the stream; a stream without one is a document of nothing.
+  Document build() {
+    bool started = false;
+    for (;;) {
+      Event e(parser_);
+      if (!e.ok) syntaxError();
+      const yaml_event_t& ev = e.event;
+      const yaml_mark_t& mark = ev.start_mark;
+      switch (ev.type) {
+        case YAML_DOCUMENT_START_EVENT:
+          started = true;
+          break;
+        case YAML_SCALAR_EVENT:
+          scalar(ev, mark);
+          break;
+        case YAML_ALIAS_EVENT:
+          alias(reinterpret_cast<const char*>(ev.data.alias.anchor), mark);
+          break;
+        case YAML_SEQUENCE_START_EVENT:
+          open(NodeKind::sequence, ev.data.sequence_start.anchor, mark);
+          break;
+        case YAML_MAPPING_START_EVENT:
+          open(NodeKind::map, ev.data.mapping_start.anchor, mark);
+          break;
+        case YAML_SEQUENCE_END_EVENT:
+        case YAML_MAPPING_END_EVENT:
+          close();
+          break;
+        case YAML_NO_EVENT:
+        case YAML_STREAM_START_EVENT:
+          break;
+        case YAML_DOCUMENT_END_EVENT:
+        case YAML_STREAM_END_EVENT:
+          if (!started || doc_.nodes_.empty()) {
+            doc_.root_ = add({NodeKind::null, 1, 1, 0, 0});
+          }
+          return std::move(doc_);
+      }
+    }
+  }
+
+ private:
+  // One event, released when done with.
+  struct Event {
+    explicit Event(yaml_parser_t& p) : ok(yaml_parser_parse(&p, &event) != 0) {}
+    ~Event() {
+      if (ok) yaml_event_delete(&event);
+    }
+    Event(const Event&) = delete;
+    Event& operator=(const Event&) = delete;
+    yaml_event_t event{};
+    bool ok;
+  };
+
+  // What a list or mapping is to the reader's walk, as far as reading entries early goes.
+  enum class Context : std::uint8_t {
+    other,       // anything else, or anything that an alias may repeat
+    root,        // the scenario
+    steps,       // its steps
+    step,        // one step
+    config,      // a step's config
+    section,     // a section of lists of entries
+    definition,  // one list written as a mapping {version, entries, ...}
+    entries,     // one list's entries
+  };
+  // How far the document reached when a node began: what to give back once it has been read.
+  struct Start {
+    std::size_t nodes;
+    std::size_t kids;
+    std::size_t texts;
+    std::uint64_t anchors;
+  };
+  struct Open {
+    std::uint32_t node = 0;
+    std::size_t firstKid = 0;  // in scratch_
+    std::string anchor;
+    std::uint64_t nodesBefore = 0;
+    Start start{};
+    Context context = Context::other;
+    const SectionRow* row = nullptr;  // section, definition, entries
+    std::string name;                 // definition, entries: the list's name
+    std::string key;                  // a mapping: the scalar key of the member being read
+    bool keyed = false;               // whether `key` holds that key
+    std::uint32_t list = 0;           // entries: its index in the document's lists
+  };
+  struct Anchor {
+    std::uint32_t node;
+    std::uint64_t size;
+  };
+
+  [[noreturn]] void syntaxError() {
+    std::string message = parser_.problem ? parser_.problem : "bad file";
+    if (parser_.context) message += std::string(" ") + parser_.context;
+    if (parser_.error == YAML_READER_ERROR) {
+      // The reader names a byte offset only.
+      const auto [line, column] = positionAt(parser_.problem_offset);
+      // The byte it refuses, when it names one, is what the writer has to find.
+      if (parser_.problem_value >= 0 && parser_.problem_value < 0x100) {
+        message += ": " + std::string(1, static_cast<char>(parser_.problem_value));
+      }
+      throw InputError(line, column, "invalid YAML: " + printable(message));
+    }
+    const yaml_mark_t& m = parser_.problem_mark;
+    if (parser_.error == YAML_SCANNER_ERROR &&
+        message.starts_with("found unknown escape character")) {
+      const std::string_view text = source_.whole();
+      if (m.index + 1 < text.size()) {
+        // The mark is at the backslash; the character after it, whole, is what the writer
+        // has to change.
+        const auto lead = static_cast<unsigned char>(text[m.index + 1]);
+        const std::size_t width = lead < 0xc0 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+        message = "unknown escape character: " + std::string(text.substr(m.index + 1, width));
+      }
+    }
+    const auto [line, column] = where(m);
+    throw InputError(line, column, "invalid YAML: " + printable(message));
+  }
+
+  // Hands the YAML parser the next piece of the text, counting its lines on the way.
+  static int readText(void* data, unsigned char* buffer, std::size_t size,
+                      std::size_t* size_read) noexcept {
+    auto& self = *static_cast<DocumentBuilder*>(data);
+    try {
+      char* const into = reinterpret_cast<char*>(buffer);
+      *size_read = self.source_.read(into, size);
+      self.count(std::string_view(into, *size_read));
+      return 1;
+    } catch (...) {
+      *size_read = 0;
+      return 0;  // the parser reports an input error
+    }
+  }
+
+  // Counts the line breaks as the parser does (LF, CR not before LF, NEL, LS, PS) and the
+  // lines and columns of the text's end as positionAt does; at the end of the text, sets
+  // lastLine_.
+  void count(std::string_view piece) {
+    if (piece.empty()) {
+      if (!ended_ && afterCr_) ++breaks_;
+      if (!ended_ && size_ > 0 && last_ != '\n' && last_ != '\r') lastLine_ = breaks_;
+      ended_ = true;
+      return;
+    }
+    size_ += piece.size();
+    // Most pieces hold LF line ends only and start clear of a break begun before them.
+    if (!afterCr_ && last_ < 0x80 && piece.find('\r') == std::string_view::npos &&
+        piece.find('\xc2') == std::string_view::npos &&
+        piece.find('\xe2') == std::string_view::npos) {
+      const auto lfs = static_cast<std::size_t>(std::count(piece.begin(), piece.end(), '\n'));
+      breaks_ += lfs;
+      newlines_ += lfs;
+      const std::size_t lastLf = piece.rfind('\n');
+      sinceNewline_ = lastLf == std::string_view::npos ? sinceNewline_ + piece.size()
+                                                       : piece.size() - lastLf - 1;
+      beforeLast_ = piece.size() > 1 ? static_cast<unsigned char>(piece[piece.size() - 2]) : last_;
+      last_ = static_cast<unsigned char>(piece.back());
+      return;
+    }
+    for (const char ch : piece) {
+      const auto c = static_cast<unsigned char>(ch);
+      if (afterCr_ && c != '\n') ++breaks_;
+      afterCr_ = c == '\r';
+      if (c == '\n') {
+        ++breaks_;
+        ++newlines_;
+        sinceNewline_ = 0;
+      } else {
+        ++sinceNewline_;
+        if ((beforeLast_ == 0xe2 && last_ == 0x80 && (c == 0xa8 || c == 0xa9)) ||
+            (last_ == 0xc2 && c == 0x85)) {
+          ++breaks_;
+        }
+      }
+      beforeLast_ = last_;
+      last_ = c;
+    }
+  }
+
+  // The 1-based position of a parser's mark. Past a last line without a line break, the
+  // parser marks the end of the text on a line of its own making; such marks are placed at
+  // the end of the last line instead.
+  std::pair<int, int> where(const yaml_mark_t& m) const {
+    if (m.line > lastLine_) {
+      return {static_cast<int>(newlines_) + 1, static_cast<int>(sinceNewline_) + 1};
+    }
+    return {static_cast<int>(m.line) + 1, static_cast<int>(m.column) + 1};
+  }
+
+  // The 1-based line and column of a byte offset into the text.
+  std::pair<int, int> positionAt(std::size_t offset) {
+    const std::string_view text = source_.whole();
+    offset = std::min(offset, text.size());
+    int line = 1;
+    int column = 1;
+    for (std::size_t i = 0; i < offset; ++i) {
+      if (text[i] == '\n') {
+        ++line;
+        column = 1;
+      } else {
+        ++column;
+      }
+    }
+    return {line, column};
+  }
+
+  std::uint32_t add(const Document::Record& r) {
+    if (doc_.nodes_.size() >= std::numeric_limits<std::uint32_t>::max() - 1) {
+      throw InputError(r.line, r.column, "invalid YAML: too many nodes");
+    }
+    const auto index = static_cast<std::uint32_t>(doc_.nodes_.size());
+    doc_.nodes_.push_back(r);
+    return index;
+  }
+  Start here() const {
+    return {doc_.nodes_.size(), doc_.kids_.size(), doc_.texts_.size(), anchorsMade_};
+  }
+
+  // Whether the node about to enter the innermost open mapping is one of its keys.
+  bool atKey() const {
+    const Open& parent = open_.back();
+    return doc_.nodes_[parent.node].kind == NodeKind::map &&
+           (scratch_.size() - parent.firstKid) % 2 == 0;
+  }
+
+  // A node enters its parent (or becomes the document) where it starts. A scalar key of a
+  // mapping whose context says what its values are is remembered for the value that follows.
+  void place(std::uint32_t node, const std::string_view* textKey = nullptr) {
+    if (open_.empty()) {
+      doc_.root_ = node;
+      return;
+    }
+    Open& parent = open_.back();
+    if (parent.context != Context::other && parent.context != Context::entries && atKey()) {
+      parent.keyed = textKey != nullptr;
+      if (textKey) parent.key = *textKey;
+    }
+    scratch_.push_back(node);
+  }
+  void remember(const unsigned char* anchor, std::uint32_t node, std::uint64_t size) {
+    if (!anchor) return;
+    anchors_[reinterpret_cast<const char*>(anchor)] = {node, size};
+    ++anchorsMade_;
+  }
+
+  // The context of a list or mapping about to open, and the section row it belongs to.
+  std::pair<Context, const SectionRow*> contextOf(NodeKind kind, bool anchored) const {
+    constexpr std::pair<Context, const SectionRow*> kOther{Context::other, nullptr};
+    if (anchored) return kOther;
+    if (open_.empty()) return {kind == NodeKind::map ? Context::root : Context::other, nullptr};
+    const Open& parent = open_.back();
+    const bool member = parent.keyed && doc_.nodes_[parent.node].kind == NodeKind::map &&
+                        (scratch_.size() - parent.firstKid) % 2 == 1;
+    const bool map = kind == NodeKind::map;
+    const bool list = kind == NodeKind::sequence;
+    switch (parent.context) {
+      case Context::root:
+        return member && list && parent.key == "steps" ? std::pair{Context::steps, nullptr}
+                                                       : kOther;
+      case Context::steps:
+        return map ? std::pair{Context::step, nullptr} : kOther;
+      case Context::step:
+        return member && map && parent.key == "config" ? std::pair{Context::config, nullptr}
+                                                       : kOther;
+      case Context::config:
+        if (!member || !map) return kOther;
+        for (const SectionRow& row : kSections) {
+          if (row.early && row.key == parent.key) return {Context::section, &row};
+        }
+        return kOther;
+      case Context::section:
+        if (!member) return kOther;
+        if (list) return {Context::entries, parent.row};
+        return map ? std::pair{Context::definition, parent.row} : kOther;
+      case Context::definition:
+        return member && list && parent.key == "entries" ? std::pair{Context::entries, parent.row}
+                                                         : kOther;
+      case Context::entries:
+      case Context::other:
+        return kOther;
+    }
+    return kOther;
+  }
+
+  // After an entry of a list read early has been placed whole: reads it and, unless it
+  // anchors something, gives its nodes back.
+  void entryDone(std::uint32_t node, const Start& start) {
+    doc_.lists_[open_.back().list]->add(Node(doc_, node));
+    scratch_.pop_back();
+    if (anchorsMade_ != start.anchors) return;
+    doc_.nodes_.resize(start.nodes);
+    doc_.kids_.resize(start.kids);
+    doc_.texts_.resize(start.texts);
+  }
+  bool inEntries() const { return !open_.empty() && open_.back().context == Context::entries; }
+
+  void scalar(const yaml_event_t& ev, const yaml_mark_t& mark) {
+    const auto& s = ev.data.scalar;
+    const std::string_view value(reinterpret_cast<const char*>(s.value), s.length);
+    // An untagged plain scalar spelling nothing is the null node.
+    const bool null =
+        s.style == YAML_PLAIN_SCALAR_STYLE && !s.tag &&
+        (value.empty() || value == "~" || value == "null" || value == "Null" || value == "NULL");
+    const auto [line, column] = where(mark);
+    const Start start = here();
+    Document::Record r{NodeKind::null, line, column, 0, 0};
+    if (!null) {
+      if (doc_.texts_.size() + value.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw InputError(r.line, r.column, "invalid YAML: too much text");
+      }
+      r.kind = NodeKind::scalar;
+      r.first = static_cast<std::uint32_t>(doc_.texts_.size());
+      r.count = static_cast<std::uint32_t>(value.size());
+      doc_.texts_ += value;
+    }
+    const std::uint32_t node = add(r);
+    place(node, null ? nullptr : &value);
+    ++nodes_;
+    remember(s.anchor, node, 1);
+    if (inEntries()) entryDone(node, start);
+  }
+
+  void alias(const std::string& anchor, const yaml_mark_t& mark) {
+    const auto it = anchors_.find(anchor);
+    if (it == anchors_.end()) {
+      const auto [line, column] = where(mark);
+      throw InputError(line, column, "invalid YAML: the referenced anchor is not defined");
+    }
+    // An alias of a node still open (a node that holds itself) counts as one node: the
+    // reader never takes one node for two levels of a scenario, so it stops there at once.
+    const std::uint64_t size = it->second.size;
+    nodes_ += size;
+    repeated_ += size - 1;
+    if (repeated_ > kMaxRepeatedNodes) {
+      const auto [line, column] = where(mark);
+      throw InputError(
+          line, column,
+          "invalid YAML: aliases repeat more than " + std::to_string(kMaxRepeatedNodes) + " nodes");
+    }
+    const Start start = here();
+    place(it->second.node);
+    if (inEntries()) entryDone(it->second.node, start);
+  }
+
+  void open(NodeKind kind, const unsigned char* anchor, const yaml_mark_t& mark) {
+    const auto [line, column] = where(mark);
+    if (open_.size() == kMaxNesting) {
+      const std::string what = kind == NodeKind::map ? "mapping" : "list";
+      throw InputError(line, column,
+                       "invalid YAML: " + what + " nested " + std::to_string(kMaxNesting + 1) +
+                           " levels deep (lists and mappings nest at most " +
+                           std::to_string(kMaxNesting) + " levels)");
+    }
+    const Start start = here();
+    const auto [context, row] = contextOf(kind, anchor != nullptr);
+    Open o;
+    o.anchor = anchor ? reinterpret_cast<const char*>(anchor) : "";
+    o.nodesBefore = nodes_;
+    o.start = start;
+    o.context = context;
+    o.row = row;
+    if (context == Context::definition || context == Context::entries) {
+      const Open& parent = open_.back();
+      o.name = context == Context::definition || parent.context == Context::section ? parent.key
+                                                                                    : parent.name;
+    }
+    if (context == Context::entries) {
+      o.list = static_cast<std::uint32_t>(doc_.lists_.size());
+      doc_.lists_.push_back(
+          row->early(std::string(row->key) + '/' + o.name, definitionName(*row, o.name)));
+    }
+    o.node = add({kind, line, column, 0, 0});
+    place(o.node);
+    remember(anchor, o.node, 1);
+    o.firstKid = scratch_.size();
+    open_.push_back(std::move(o));
+    ++nodes_;
+  }
+
+  void close() {
+    const Open done = std::move(open_.back());
+    open_.pop_back();
+    Document::Record& r = doc_.nodes_[done.node];
+    r.first = static_cast<std::uint32_t>(doc_.kids_.size());
+    r.count = static_cast<std::uint32_t>(scratch_.size() - done.firstKid);
+    doc_.kids_.insert(doc_.kids_.end(),
+                      scratch_.begin() + static_cast<std::ptrdiff_t>(done.firstKid),
+                      scratch_.end());
+    scratch_.resize(done.firstKid);
+    if (!done.anchor.empty()) anchors_[done.anchor] = {done.node, nodes_ - done.nodesBefore};
+    if (done.context == Context::entries) {
+      // Its entries have all been read and given back; the node keeps what was read.
+      r.early = true;
+      r.first = done.list;
+      doc_.lists_[done.list]->finish();
+    }
+    if (inEntries()) entryDone(done.node, done.start);
+  }
+
+  TextSource& source_;
+  // The text read so far: its size, line breaks, '\n' bytes and the bytes after the last one,
+  // and its last two bytes.
+  std::size_t size_ = 0;
+  std::size_t breaks_ = 0;
+  std::size_t newlines_ = 0;
+  std::size_t sinceNewline_ = 0;
+  unsigned char last_ = 0;
+  unsigned char beforeLast_ = 0;
+  bool afterCr_ = false;
+  bool ended_ = false;
+  std::size_t lastLine_ = std::numeric_limits<std::size_t>::max();  // 0-based
+  yaml_parser_t parser_{};
+  Document doc_;
+  std::vector<Open> open_;
+  std::vector<std::uint32_t> scratch_;
+  std::unordered_map<std::string, Anchor> anchors_;
+  std::uint64_t nodes_ = 0;
+  std::uint64_t repeated_ = 0;
+  std::uint64_t anchorsMade_ = 0;
+};
+
 }  // namespace
 
 Scenario parseScenario(std::string_view text) {
-  const Document doc = DocumentBuilder(text).build();
+  StringSource source(text);
+  const Document doc = DocumentBuilder(source).build();
+  return parseRoot(Node(doc, doc.root()));
+}
+
+Scenario parseScenario(std::istream& in, const std::function<std::string()>& reread) {
+  StreamSource source(in, reread);
+  const Document doc = DocumentBuilder(source).build();
   return parseRoot(Node(doc, doc.root()));
 }
 

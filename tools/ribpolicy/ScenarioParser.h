@@ -3,6 +3,8 @@
 // the offending key or value and what was expected.
 #pragma once
 
+#include <functional>
+#include <istream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -27,5 +29,10 @@ class InputError : public std::runtime_error {
 
 // Parses and validates `text`; throws InputError on the first problem.
 Scenario parseScenario(std::string_view text);
+
+// The same for the text that `in` holds, read a piece at a time so that it is never held
+// whole; `reread` returns the whole text again, which is read only to place an error that
+// the YAML parser names by a byte offset (a byte it refuses, an unknown escape).
+Scenario parseScenario(std::istream& in, const std::function<std::string()>& reread);
 
 }  // namespace ribpolicy
