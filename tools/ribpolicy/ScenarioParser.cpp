@@ -1730,12 +1730,13 @@ class DocumentBuilder {
     if (parser_.error == YAML_SCANNER_ERROR &&
         message.starts_with("found unknown escape character")) {
       const std::string_view text = source_.whole();
-      if (m.index + 1 < text.size()) {
-        // The mark is at the backslash; the character after it, whole, is what the writer
-        // has to change.
-        const auto lead = static_cast<unsigned char>(text[m.index + 1]);
+      // The mark is at the backslash and counts characters, not bytes; the character after
+      // the backslash, whole, is what the writer has to change.
+      const std::size_t at = byteOfCharacter(text, m.index) + 1;
+      if (at < text.size()) {
+        const auto lead = static_cast<unsigned char>(text[at]);
         const std::size_t width = lead < 0xc0 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-        message = "unknown escape character: " + std::string(text.substr(m.index + 1, width));
+        message = "unknown escape character: " + std::string(text.substr(at, width));
       }
     }
     const auto [line, column] = where(m);
@@ -1810,6 +1811,18 @@ class DocumentBuilder {
       return {static_cast<int>(newlines_) + 1, static_cast<int>(sinceNewline_) + 1};
     }
     return {static_cast<int>(m.line) + 1, static_cast<int>(m.column) + 1};
+  }
+
+  // The byte offset of the character the parser counts as number `index`: it counts the
+  // characters of UTF-8 text, after a byte-order mark.
+  static std::size_t byteOfCharacter(std::string_view text, std::size_t index) {
+    std::size_t i = text.starts_with("\xef\xbb\xbf") ? 3 : 0;
+    for (; i < text.size(); ++i) {
+      if ((static_cast<unsigned char>(text[i]) & 0xc0) == 0x80) continue;  // a continuation
+      if (index == 0) return i;
+      --index;
+    }
+    return text.size();
   }
 
   // The 1-based line and column of a byte offset into the text.
