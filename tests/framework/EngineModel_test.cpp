@@ -253,6 +253,47 @@ TEST(EngineModelTest, LaterOperationsWaitForNextCommit) {
   EXPECT_EQ(dump(model.committed()), std::vector<std::string>{"256 {18:u32=2}"});
 }
 
+// A long stage (more than one chunk of staged operations, one operation larger than a chunk,
+// a delete of the whole tree among them) applies every operation in execution order.
+TEST(EngineModelTest, LongStageAppliesInOrder) {
+  EngineModel model;
+  Rib::ScopedSink guard(&model);
+  auto execute = [](U32 seq, const std::string& text, bool del) {
+    auto path = Vox::make<Rib::MioTagArray>();
+    path->doPushPath(512);
+    path->doPushString(515, "PL");
+    if (!del) path->doPushU32(516, seq);
+    auto op = Vox::make<Rib::MioOp>("setEntry", del ? Vox::make<Rib::MioTagArray>() : path);
+    op->deleteFlagIs(del);
+    if (!del) op->value()->doPushString(0, text);
+    op->doExecute();
+  };
+  execute(1, "gone", false);
+  execute(0, "", true);
+  const std::string big(3u << 20, 'b');
+  for (U32 seq = 1; seq <= 30000; ++seq) {
+    execute(seq, "first " + std::to_string(seq), false);
+    if (seq == 15000) execute(7, big, false);
+  }
+  execute(9, "last", false);
+  EXPECT_EQ(model.staged(), 30004u);
+  EXPECT_TRUE(dump(model.committed()).empty());
+  Rib::MioCommit::doCommit();
+
+  const Node& list = model.committed().children.begin()->second.children.begin()->second;
+  ASSERT_EQ(list.children.size(), 30000u);
+  auto valueAt = [&](U32 seq) {
+    auto it = list.children.find(at(516, seq));
+    return it == list.children.end() ? std::string("absent")
+                                     : std::get<std::string>((*it->second.values.begin()).data);
+  };
+  EXPECT_EQ(valueAt(1), "first 1");
+  EXPECT_EQ(valueAt(7), big);
+  EXPECT_EQ(valueAt(9), "last");
+  EXPECT_EQ(valueAt(29999), "first 29999");
+  EXPECT_EQ(valueAt(30001), "absent");
+}
+
 // A node is meaningful when it or any node below it holds a value.
 TEST(EngineModelTest, MeaningfulLooksBelow) {
   Node empty = treeOf({set("routeMapSeq", kSeq)});

@@ -78,19 +78,19 @@ Json stateJson(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::Pol
 
 Rib::EngineModel::Node sampleEngine() {
   Rib::EngineModel::Node root;
-  root.values[16] = U32{1};
+  root.values.set(16, U32{1});
   Rib::EngineModel::Node& policy = root.children[PathEntry{512, PathEntry::Kind::none, 0, {}}];
   // Names with a quote, a backslash, control bytes and bytes past ASCII.
   Rib::EngineModel::Node& list =
       policy.children[PathEntry{515, PathEntry::Kind::string, 0, "P\"L\\\x01\n\x7f\xff"}];
-  list.values[0] = std::string("P\"L\\\x01\n\x7f\xff\t\r\b\f");
+  list.values.set(0, std::string("P\"L\\\x01\n\x7f\xff\t\r\b\f"));
   Rib::EngineModel::Node& entry = list.children[PathEntry{516, PathEntry::Kind::u32, 10, {}}];
-  entry.values[0] = *Vela::IpAddr::parse("10.0.0.0");
-  entry.values[2] = U8{24};
-  entry.values[3] = true;
-  entry.values[4] = std::vector<U32>{65001, 4294967295u};
-  entry.values[5] = std::vector<U32>{};
-  entry.values[6] = *Vela::Ip6Addr::parse("2001:db8::1");
+  entry.values.set(0, *Vela::IpAddr::parse("10.0.0.0"));
+  entry.values.set(2, U8{24});
+  entry.values.set(3, true);
+  entry.values.set(4, std::vector<U32>{65001, 4294967295u});
+  entry.values.set(5, std::vector<U32>{});
+  entry.values.set(6, *Vela::Ip6Addr::parse("2001:db8::1"));
   // A node with nothing under it is left out; one that holds only an empty child is too.
   list.children[PathEntry{516, PathEntry::Kind::u32, 20, {}}];
   policy.children[PathEntry{600, PathEntry::Kind::none, 0, {}}]
