@@ -95,21 +95,43 @@ Rib::EngineModel::Node sampleEngine() {
   list.children[PathEntry{516, PathEntry::Kind::u32, 20, {}}];
   policy.children[PathEntry{600, PathEntry::Kind::none, 0, {}}]
       .children[PathEntry{601, PathEntry::Kind::none, 0, {}}];
+  // A chain of nodes without values shows for the one value at its end, after an empty
+  // sibling at each level.
+  Rib::EngineModel::Node* chain = &root;
+  for (const U32 tag : {700u, 701u, 702u}) {
+    chain->children[PathEntry{tag - 50, PathEntry::Kind::none, 0, {}}];
+    chain = &chain->children[PathEntry{tag, PathEntry::Kind::none, 0, {}}];
+  }
+  chain->values.set(1, U32{7});
   return root;
 }
 
-// Every kind of value, awkward names, left-out nodes and requesters print the same both ways.
+// Many entries: a state longer than the pieces it is written in.
+Rib::EngineModel::Node longEngine() {
+  Rib::EngineModel::Node root;
+  Rib::EngineModel::Node& list = root.children[PathEntry{512, PathEntry::Kind::none, 0, {}}];
+  for (U32 seq = 1; seq <= 3000; ++seq) {
+    Rib::EngineModel::Node& entry = list.children[PathEntry{516, PathEntry::Kind::u32, seq, {}}];
+    entry.values.set(9, seq);
+    if (seq % 3 != 0) entry.values.set(0, std::string("entry"));
+  }
+  return root;
+}
+
+// Every kind of value, awkward names, left-out nodes and requesters print the same both ways,
+// and so does a long state.
 TEST(StateTextTest, SameTextAsTheStateMadeAsJson) {
-  const Rib::EngineModel::Node engine = sampleEngine();
-  auto map = Vox::make<RoutingPolicyMap::PolicyMap>();
-  map->routeMapIs("RM\x02")->reasonIs({1, 2, "route-map RM\x02", "k\xe9"}, true);
-  map->routeMapIs("RM\x02")->reasonIs({0, 0, "", ""}, true);
-  map->routeMapIs("SOLO");
-  map->dynamicPrefixListIs("D")->reasonIs({3, 1, "cli", "key"}, true);
-  for (const bool indented : {true, false}) {
-    EXPECT_EQ(ribpolicy::stateText(engine, *map, indented),
-              ribpolicy::jsonText(stateJson(engine, *map), indented))
-        << (indented ? "indented" : "compact");
+  for (const Rib::EngineModel::Node& engine : {sampleEngine(), longEngine()}) {
+    auto map = Vox::make<RoutingPolicyMap::PolicyMap>();
+    map->routeMapIs("RM\x02")->reasonIs({1, 2, "route-map RM\x02", "k\xe9"}, true);
+    map->routeMapIs("RM\x02")->reasonIs({0, 0, "", ""}, true);
+    map->routeMapIs("SOLO");
+    map->dynamicPrefixListIs("D")->reasonIs({3, 1, "cli", "key"}, true);
+    for (const bool indented : {true, false}) {
+      EXPECT_EQ(ribpolicy::stateText(engine, *map, indented),
+                ribpolicy::jsonText(stateJson(engine, *map), indented))
+          << (indented ? "indented" : "compact");
+    }
   }
 }
 
