@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -22,28 +21,25 @@ bool replacesValues(std::string_view opName) {
   return opName.starts_with("add") || opName.starts_with("doAdd");
 }
 
-// A staged operation:
-//   flags (1 byte: 1 delete, 2 replaces values), path length (4 bytes),
-//   each entry: tag (4), kind (1), then its key: a number (4) or a string (length 4, bytes),
-//   value count (4), the values and then the scalars (as u32 values) in ValueSet's encoding.
+// A staged operation: flags (1 byte: 1 delete, 2 replaces values), the path's length, each
+// entry as its tag, kind (1 byte) and key (a number, or a string's length and bytes), the
+// value count, then the values and the scalars (as u32 values) in ValueSet's encoding.
+// Numbers are written as ValueSet writes them.
 enum : char { kDelete = 1, kReplace = 2 };
 
-void appendU32(std::string& out, U32 v) {
-  out.append(reinterpret_cast<const char*>(&v), sizeof v);
+void appendU32(std::string& out, std::size_t v) {
+  ValueSet::appendNumber(out, v);
 }
 
 U32 readU32(const char*& at) {
-  U32 v;
-  std::memcpy(&v, at, sizeof v);
-  at += sizeof v;
-  return v;
+  return static_cast<U32>(ValueSet::readNumber(at));
 }
 
 template <class Path, class Values, class Scalars>
 void encodeOp(std::string& out, std::string_view name, const Path& path, const Values& values,
               const Scalars& scalars, bool del) {
   out += static_cast<char>(del ? kDelete : replacesValues(name) ? kReplace : 0);
-  appendU32(out, static_cast<U32>(path.size()));
+  appendU32(out, path.size());
   for (const PathEntry& e : path) {
     appendU32(out, e.tag);
     out += static_cast<char>(e.kind);
@@ -54,7 +50,7 @@ void encodeOp(std::string& out, std::string_view name, const Path& path, const V
         appendU32(out, e.u32);
         break;
       case PathEntry::Kind::string:
-        appendU32(out, static_cast<U32>(e.str.size()));
+        appendU32(out, e.str.size());
         out += e.str;
         break;
     }
@@ -64,7 +60,7 @@ void encodeOp(std::string& out, std::string_view name, const Path& path, const V
     appendU32(out, 0);
     return;
   }
-  appendU32(out, static_cast<U32>(values.size() + scalars.size()));
+  appendU32(out, values.size() + scalars.size());
   for (const TaggedValue& v : values) ValueSet::encode(out, v.tag, v.data);
   for (const OpScalar& s : scalars) {
     ValueSet::encode(out, s.tag, ValueData(std::in_place_type<U32>, s.value));
@@ -96,7 +92,8 @@ const char* applyEncoded(Node& root, const char* at) {
   if (flags & kDelete) {
     if (depth == 0) {
       root = Node{};
-      return at + sizeof(U32);
+      readU32(at);
+      return at;
     }
     Node* parent = &root;
     for (U32 i = 0; i + 1 < depth; ++i) {
@@ -108,7 +105,8 @@ const char* applyEncoded(Node& root, const char* at) {
     }
     const PathEntryView last = readEntry(at);
     if (parent) parent->children.erase(last);
-    return at + sizeof(U32);
+    readU32(at);
+    return at;
   }
   Node* node = &root;
   for (U32 i = 0; i < depth; ++i) node = &node->children[readEntry(at)];
@@ -269,10 +267,13 @@ void EngineModel::execute(const MioOp& op) {
 // Both kinds of commit take everything executed so far: the sync commit differs only in how
 // it reaches the engine.
 void EngineModel::commit(CommitKind /*kind*/) {
-  for (const std::string& chunk : chunks_) {
+  // Each chunk goes as soon as it is applied, so that the tree grows into the memory the stage
+  // gives back.
+  for (std::string& chunk : chunks_) {
     for (const char *at = chunk.data(), *last = at + chunk.size(); at != last;) {
       at = applyEncoded(root_, at);
     }
+    std::string().swap(chunk);
   }
   chunks_.clear();
   staged_ = 0;

@@ -2,15 +2,17 @@
 //
 // A model of a million entries holds a few million values, most of them a 32-bit number or a
 // flag. A tree of variants costs about a hundred bytes a value; here a node's values sit in
-// one heap block, sorted by tag, each as its tag, its type and its payload (a string or a word
-// list with its length in front), so that the values of a prefix-list entry take about sixty
-// bytes. Values are read by decoding them: iteration yields TaggedValue copies in tag order.
+// one heap block, sorted by tag, each as its tag and type, then its payload (a string or a
+// word list with its length in front), numbers in as few bytes as they need, so that the
+// values of a prefix-list entry take about twenty bytes. Values are read by decoding them:
+// iteration yields TaggedValue copies in tag order.
 //
 // The same encoding carries the values of staged operations (`encode`, `applyEncoded`), so a
 // commit moves bytes from the staged operation to the node without making a variant.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -80,14 +82,18 @@ class ValueSet {
   void applyEncoded(std::string_view encoded, std::size_t count, bool replace);
   // The number of bytes of the encoded value at the front of `encoded`.
   static std::size_t encodedSize(const char* encoded);
+  // Numbers as the encoding writes them: seven bits a byte, low bits first, the high bit set
+  // on every byte but the last. `readNumber` moves `at` past the number.
+  static void appendNumber(std::string& out, std::uint64_t v);
+  static std::uint64_t readNumber(const char*& at);
 
   // Equal sets hold the same tags with the same values; the encoding is canonical, so the
   // blocks are compared byte by byte.
   friend bool operator==(const ValueSet& a, const ValueSet& b);
 
  private:
-  std::size_t bytes() const;
-  // Null when empty; otherwise the number of encoded bytes (four bytes) and the values.
+  // Null when empty; otherwise the number of bytes of the values (as appendNumber writes it)
+  // and the values.
   std::unique_ptr<char[]> block_;
 };
 

@@ -91,6 +91,16 @@ INSTANTIATE_TEST_SUITE_P(
              {{4, U32{4}}, {5, U32{5}}, {4, Rib::Reset{}}, {5, std::nullopt}},
              {},
              {4, 5}},
+        // Tags and numbers of every width keep their value and their order.
+        Case{"NumbersOfEveryWidth",
+             {{4294967295u, U32{128}},
+              {16, U32{16383}},
+              {15, U32{127}},
+              {128, U32{4294967295u}},
+              {16384, std::vector<U32>{0, 127, 128, 16384, 2097152, 268435456}}},
+             {"15:u32=127", "16:u32=16383", "128:u32=4294967295",
+              "16384:words=[0,127,128,16384,2097152,268435456]", "4294967295:u32=128"},
+             {0, 14, 17, 127, 129, 16383, 4294967294u}},
         // Every type comes back as it went in, strings with any byte and of any length.
         Case{"EveryTypeRoundTrips",
              {{0, U32{4294967295u}},
