@@ -254,7 +254,8 @@ bool EngineModel::Node::meaningful() const {
 
 void EngineModel::execute(const MioOp& op) {
   static const MioTagArray::Entries kNoPath{};
-  std::string encoded;
+  std::string& encoded = scratch_;
+  encoded.clear();
   encodeOp(encoded, op.name(), op.path() ? op.path()->entries() : kNoPath, op.values(),
            op.scalars(), op.deleteFlag());
   if (chunks_.empty() || chunks_.back().size() + encoded.size() > chunks_.back().capacity()) {

@@ -224,6 +224,7 @@ class EngineModel : public MioSink {
   // Encoded operations in execution order, each whole within one chunk.
   std::vector<std::string> chunks_;
   std::size_t staged_ = 0;
+  std::string scratch_;  // the operation being encoded
 };
 
 }  // namespace Rib

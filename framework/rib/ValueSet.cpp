@@ -119,11 +119,14 @@ std::size_t blockBytes(const char* block, const char*& values) {
 }  // namespace
 
 void ValueSet::appendNumber(std::string& out, std::uint64_t v) {
+  char bytes[10];
+  std::size_t n = 0;
   while (v >= 0x80) {
-    out += static_cast<char>(0x80 | (v & 0x7f));
+    bytes[n++] = static_cast<char>(0x80 | (v & 0x7f));
     v >>= 7;
   }
-  out += static_cast<char>(v);
+  bytes[n++] = static_cast<char>(v);
+  out.append(bytes, n);
 }
 
 std::uint64_t ValueSet::readNumber(const char*& at) {

@@ -160,7 +160,15 @@ class TextWriter {
     for (std::size_t i = 0; i < s.size();) {
       const auto c = static_cast<unsigned char>(s[i]);
       if (c >= 0x20 && c < 0x7f) {
-        if (c == '"' || c == '\\') out_ += '\\';
+        // A run of printable characters that need no backslash goes in at once.
+        std::size_t end = i;
+        while (end < s.size() && plain(static_cast<unsigned char>(s[end]))) ++end;
+        if (end > i) {
+          out_.append(s, i, end - i);
+          i = end;
+          continue;
+        }
+        out_ += '\\';
         out_ += static_cast<char>(c);
         ++i;
         continue;
@@ -218,6 +226,8 @@ class TextWriter {
 
  private:
   static constexpr std::size_t kSpillBytes = std::size_t{1} << 16;
+
+  static bool plain(unsigned char c) { return c >= 0x20 && c < 0x7f && c != '"' && c != '\\'; }
 
   void spill(std::size_t atLeast) {
     if (!sink_ || out_.size() < atLeast || out_.empty()) return;
