@@ -1,5 +1,7 @@
 #include "tools/ribpolicy/StateJson.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <ostream>
@@ -12,6 +14,8 @@
 namespace ribpolicy {
 
 std::string jsonBytes(std::string_view bytes) {
+  const auto ascii = [](char ch) { return static_cast<unsigned char>(ch) < 0x80; };
+  if (std::all_of(bytes.begin(), bytes.end(), ascii)) return std::string(bytes);
   std::string out;
   out.reserve(bytes.size());
   for (char ch : bytes) {
@@ -142,6 +146,22 @@ class TextWriter {
   }
   // Text written as it is: a number, true or false.
   void raw(std::string_view text) { out_ += text; }
+  // An IPv4 address as "A.B.C.D", as IpAddr::toString writes it: a million of them go
+  // through here, where formatting each through the C library would cost more than the rest
+  // of the value.
+  void ipv4(std::uint32_t a) {
+    out_ += '"';
+    for (int shift = 24; shift >= 0; shift -= 8) {
+      number((a >> shift) & 0xff);
+      if (shift > 0) out_ += '.';
+    }
+    out_ += '"';
+  }
+  void number(std::uint64_t n) {
+    char digits[20];
+    const auto end = std::to_chars(digits, digits + sizeof digits, n).ptr;
+    out_.append(digits, end);
+  }
   void member(std::string_view name) {
     item();
     string(name);
@@ -236,8 +256,15 @@ class TextWriter {
   }
   void newline(std::size_t level) {
     if (!indented_) return;
-    out_ += '\n';
-    out_.append(2 * level, ' ');
+    // A newline and the indentation, taken from one line of spaces while it is deep enough.
+    static constexpr std::string_view kIndent =
+        "\n                                                                ";
+    if (2 * level < kIndent.size()) {
+      out_.append(kIndent.data(), 1 + 2 * level);
+    } else {
+      out_ += '\n';
+      out_.append(2 * level, ' ');
+    }
   }
   void escape(std::uint32_t cp) {
     char buf[8];
@@ -261,17 +288,20 @@ void writeValue(TextWriter& w, const Rib::ValueData& value) {
         using T = std::decay_t<decltype(x)>;
         if constexpr (std::is_same_v<T, U32>) {
           w.item();
-          w.raw(std::to_string(x));
+          w.number(x);
         } else if constexpr (std::is_same_v<T, U8>) {
           w.item();
-          w.raw(std::to_string(static_cast<unsigned>(x)));
+          w.number(x);
         } else if constexpr (std::is_same_v<T, std::string>) {
           w.item();
           w.string(jsonBytes(x));
         } else if constexpr (std::is_same_v<T, bool>) {
           w.item();
           w.raw(x ? "true" : "false");
-        } else if constexpr (std::is_same_v<T, Vela::IpAddr> || std::is_same_v<T, Vela::Ip6Addr>) {
+        } else if constexpr (std::is_same_v<T, Vela::IpAddr>) {
+          w.item();
+          w.ipv4(x.value());
+        } else if constexpr (std::is_same_v<T, Vela::Ip6Addr>) {
           w.item();
           w.string(x.toString());
         } else if constexpr (std::is_same_v<T, std::vector<U32>>) {
@@ -279,7 +309,7 @@ void writeValue(TextWriter& w, const Rib::ValueData& value) {
           w.open('[');
           for (const U32 word : x) {
             w.item();
-            w.raw(std::to_string(word));
+            w.number(word);
           }
           w.close(']');
         } else {
@@ -311,7 +341,8 @@ void writeEngine(TextWriter& w, const Rib::EngineModel::Node& node, Pending& pen
     w.member("=");
     w.open('{');
     for (const auto& [tag, value] : node.values) {
-      w.member(std::to_string(tag));
+      char digits[10];
+      w.member(std::string_view(digits, std::to_chars(digits, digits + sizeof digits, tag).ptr));
       writeValue(w, value);
     }
     w.close('}');
