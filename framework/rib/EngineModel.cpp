@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -187,7 +188,81 @@ void collectDifferences(const Node& left, const Node& right, std::vector<PathEnt
 }  // namespace
 
 bool operator<(const PathEntryView& a, const PathEntryView& b) {
-  return std::tie(a.tag, a.kind, a.u32, a.str) < std::tie(b.tag, b.kind, b.u32, b.str);
+  if (a.tag != b.tag) return a.tag < b.tag;
+  if (a.kind != b.kind) return a.kind < b.kind;
+  switch (a.kind) {
+    case PathEntry::Kind::none:
+      return false;
+    case PathEntry::Kind::u32:
+      return a.u32 < b.u32;
+    case PathEntry::Kind::string:
+      return a.str < b.str;
+  }
+  return false;
+}
+
+NodeKey::NodeKey(const PathEntryView& e) : tag_(e.tag), kind_(e.kind), u32_(0) {
+  switch (kind_) {
+    case PathEntry::Kind::none:
+      break;
+    case PathEntry::Kind::u32:
+      u32_ = e.u32;
+      break;
+    case PathEntry::Kind::string: {
+      const auto size = static_cast<U32>(e.str.size());
+      str_ = new char[sizeof size + size];
+      std::memcpy(str_, &size, sizeof size);
+      std::memcpy(str_ + sizeof size, e.str.data(), size);
+      break;
+    }
+  }
+}
+
+NodeKey& NodeKey::operator=(const NodeKey& other) {
+  if (this != &other) *this = NodeKey(other);
+  return *this;
+}
+
+NodeKey::NodeKey(NodeKey&& other) noexcept : tag_(other.tag_), kind_(other.kind_), u32_(0) {
+  if (kind_ == PathEntry::Kind::string) {
+    str_ = other.str_;
+    other.kind_ = PathEntry::Kind::none;
+  } else {
+    u32_ = other.u32_;
+  }
+}
+
+NodeKey& NodeKey::operator=(NodeKey&& other) noexcept {
+  if (this == &other) return *this;
+  if (kind_ == PathEntry::Kind::string) delete[] str_;
+  tag_ = other.tag_;
+  kind_ = other.kind_;
+  if (kind_ == PathEntry::Kind::string) {
+    str_ = other.str_;
+    other.kind_ = PathEntry::Kind::none;
+  } else {
+    u32_ = other.u32_;
+  }
+  return *this;
+}
+
+NodeKey::~NodeKey() {
+  if (kind_ == PathEntry::Kind::string) delete[] str_;
+}
+
+PathEntryView NodeKey::view() const {
+  switch (kind_) {
+    case PathEntry::Kind::none:
+      break;
+    case PathEntry::Kind::u32:
+      return {tag_, kind_, u32_, {}};
+    case PathEntry::Kind::string: {
+      U32 size;
+      std::memcpy(&size, str_, sizeof size);
+      return {tag_, kind_, 0, std::string_view(str_ + sizeof size, size)};
+    }
+  }
+  return {tag_, kind_, 0, {}};
 }
 
 EngineModel::Children::Children(const Children& other)
@@ -231,7 +306,10 @@ EngineModel::Children::const_iterator EngineModel::Children::find(const PathEntr
 EngineModel::Node& EngineModel::Children::operator[](const PathEntryView& key) {
   if (!map_) map_ = std::make_unique<Map>();
   auto it = map_->lower_bound(key);
-  if (it == map_->end() || key < it->first) it = map_->emplace_hint(it, key.entry(), Node{});
+  if (it == map_->end() || key < it->first) {
+    it = map_->emplace_hint(it, std::piecewise_construct, std::forward_as_tuple(key),
+                            std::forward_as_tuple());
+  }
   return it->second;
 }
 

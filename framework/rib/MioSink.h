@@ -128,7 +128,8 @@ class TeeSink : public MioSink {
 };
 
 // A path entry whose string key is a view, to look a node up without making a string. It
-// orders with PathEntry as PathEntry orders with itself.
+// orders as PathEntry does (tag, kind, then the key of its kind; the library leaves the key of
+// the other kind empty).
 struct PathEntryView {
   U32 tag = 0;
   PathEntry::Kind kind = PathEntry::Kind::none;
@@ -143,8 +144,39 @@ struct PathEntryView {
   PathEntry entry() const { return {tag, kind, u32, std::string(str)}; }
 
   friend bool operator<(const PathEntryView& a, const PathEntryView& b);
-  friend bool operator<(const PathEntry& a, const PathEntryView& b) { return PathEntryView(a) < b; }
-  friend bool operator<(const PathEntryView& a, const PathEntry& b) { return a < PathEntryView(b); }
+};
+
+// The key of a node among its parent's children: a path entry in sixteen bytes, a string key
+// in a heap block of its own (a million entries of one list have number keys).
+class NodeKey {
+ public:
+  explicit NodeKey(const PathEntryView& e);
+  NodeKey(const NodeKey& other) : NodeKey(other.view()) {}
+  NodeKey& operator=(const NodeKey& other);
+  NodeKey(NodeKey&& other) noexcept;
+  NodeKey& operator=(NodeKey&& other) noexcept;
+  ~NodeKey();
+
+  U32 tag() const { return tag_; }
+  PathEntry::Kind kind() const { return kind_; }
+  PathEntryView view() const;
+  // NOLINTBEGIN(google-explicit-constructor): a key is a path entry, kept small
+  operator PathEntry() const { return view().entry(); }
+  operator PathEntryView() const { return view(); }
+  // NOLINTEND(google-explicit-constructor)
+
+  friend bool operator<(const NodeKey& a, const NodeKey& b) { return a.view() < b.view(); }
+  friend bool operator<(const NodeKey& a, const PathEntryView& b) { return a.view() < b; }
+  friend bool operator<(const PathEntryView& a, const NodeKey& b) { return a < b.view(); }
+  friend bool operator==(const NodeKey& a, const NodeKey& b) { return !(a < b) && !(b < a); }
+
+ private:
+  U32 tag_;
+  PathEntry::Kind kind_;
+  union {
+    U32 u32_;
+    char* str_;  // the length (4 bytes), then the bytes
+  };
 };
 
 // A model of the engine's policy tree. Executed operations are staged; a commit applies the
@@ -168,7 +200,7 @@ class EngineModel : public MioSink {
   // while there is a child.
   class Children {
    public:
-    using Map = std::map<PathEntry, Node, std::less<>>;
+    using Map = std::map<NodeKey, Node, std::less<>>;
     using iterator = Map::iterator;
     using const_iterator = Map::const_iterator;
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -292,6 +293,38 @@ TEST(EngineModelTest, LongStageAppliesInOrder) {
   EXPECT_EQ(valueAt(9), "last");
   EXPECT_EQ(valueAt(29999), "first 29999");
   EXPECT_EQ(valueAt(30001), "absent");
+}
+
+// Children come out in key order (tag, then no key, string keys byte-wise, number keys
+// numerically) whatever order they came in; a missing key is not found and erases nothing;
+// a copy is a tree of its own.
+TEST(EngineModelTest, ChildrenOrderedAndCopied) {
+  const std::vector<PathEntry> ordered = {
+      at(5),         at(5, ""), at(5, "Z"), at(5, "a"), at(5, "a\x01"),     at(5, "\x80"),
+      at(5, "\xff"), at(5, 0u), at(5, 9u),  at(5, 10u), at(5, 4294967295u), at(6),
+      at(6, "a")};
+  std::vector<PathEntry> shuffled = ordered;
+  std::reverse(shuffled.begin(), shuffled.end());
+  std::rotate(shuffled.begin(), shuffled.begin() + 5, shuffled.end());
+  Node root;
+  for (const PathEntry& e : shuffled) root.children[e].values.set(1, U32{e.u32});
+  std::vector<PathEntry> seen;
+  for (const auto& [key, child] : root.children) seen.push_back(key);
+  EXPECT_EQ(seen, ordered);
+
+  EXPECT_EQ(root.children.find(at(5, "b")), root.children.end());
+  EXPECT_EQ(root.children.find(at(5, 11u)), root.children.end());
+  EXPECT_EQ(root.children.erase(at(7)), 0u);
+  Node copy = root;
+  EXPECT_EQ(copy.children.erase(at(5, "a")), 1u);
+  copy.children[at(6)].values.set(1, U32{2});
+  EXPECT_EQ(root.children.size(), ordered.size());
+  EXPECT_NE(root.children.find(at(5, "a")), root.children.end());
+  EXPECT_EQ(Rib::valueText(*root.children.find(at(6))->second.values.begin()), "1:u32=0");
+  EXPECT_EQ(Rib::valueText(*copy.children.find(at(6))->second.values.begin()), "1:u32=2");
+  for (const PathEntry& e : ordered) EXPECT_EQ(copy.children.erase(e), e == at(5, "a") ? 0u : 1u);
+  EXPECT_TRUE(copy.children.empty());
+  EXPECT_EQ(copy.children.begin(), copy.children.end());
 }
 
 // A node is meaningful when it or any node below it holds a value.

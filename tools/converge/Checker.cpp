@@ -171,7 +171,7 @@ std::set<std::vector<PathEntry>> objectPaths(const Node& engine) {
   auto root = engine.children.find(tag(512));
   if (root == engine.children.end()) return out;
   for (const auto& [collection, objects] : root->second.children) {
-    if (collection.kind != PathEntry::Kind::none) {
+    if (collection.kind() != PathEntry::Kind::none) {
       if (objects.meaningful()) out.insert({tag(512), collection});
       continue;
     }
