@@ -28,11 +28,11 @@ bool replacesValues(std::string_view opName) {
 // Numbers are written as ValueSet writes them.
 enum : char { kDelete = 1, kReplace = 2 };
 
-void appendU32(std::string& out, std::size_t v) {
+void appendNumber(std::string& out, std::size_t v) {
   ValueSet::appendNumber(out, v);
 }
 
-U32 readU32(const char*& at) {
+U32 readNumber(const char*& at) {
   return static_cast<U32>(ValueSet::readNumber(at));
 }
 
@@ -40,28 +40,28 @@ template <class Path, class Values, class Scalars>
 void encodeOp(std::string& out, std::string_view name, const Path& path, const Values& values,
               const Scalars& scalars, bool del) {
   out += static_cast<char>(del ? kDelete : replacesValues(name) ? kReplace : 0);
-  appendU32(out, path.size());
+  appendNumber(out, path.size());
   for (const PathEntry& e : path) {
-    appendU32(out, e.tag);
+    appendNumber(out, e.tag);
     out += static_cast<char>(e.kind);
     switch (e.kind) {
       case PathEntry::Kind::none:
         break;
       case PathEntry::Kind::u32:
-        appendU32(out, e.u32);
+        appendNumber(out, e.u32);
         break;
       case PathEntry::Kind::string:
-        appendU32(out, e.str.size());
+        appendNumber(out, e.str.size());
         out += e.str;
         break;
     }
   }
   // A delete's values change nothing.
   if (del) {
-    appendU32(out, 0);
+    appendNumber(out, 0);
     return;
   }
-  appendU32(out, values.size() + scalars.size());
+  appendNumber(out, values.size() + scalars.size());
   for (const TaggedValue& v : values) ValueSet::encode(out, v.tag, v.data);
   for (const OpScalar& s : scalars) {
     ValueSet::encode(out, s.tag, ValueData(std::in_place_type<U32>, s.value));
@@ -69,15 +69,15 @@ void encodeOp(std::string& out, std::string_view name, const Path& path, const V
 }
 
 PathEntryView readEntry(const char*& at) {
-  const U32 tag = readU32(at);
+  const U32 tag = readNumber(at);
   const auto kind = static_cast<PathEntry::Kind>(*at++);
   switch (kind) {
     case PathEntry::Kind::none:
       break;
     case PathEntry::Kind::u32:
-      return {tag, kind, readU32(at), {}};
+      return {tag, kind, readNumber(at), {}};
     case PathEntry::Kind::string: {
-      const U32 size = readU32(at);
+      const U32 size = readNumber(at);
       const std::string_view key(at, size);
       at += size;
       return {tag, kind, 0, key};
@@ -89,11 +89,11 @@ PathEntryView readEntry(const char*& at) {
 // Applies the encoded operation at `at` and returns the position after it.
 const char* applyEncoded(Node& root, const char* at) {
   const char flags = *at++;
-  const U32 depth = readU32(at);
+  const U32 depth = readNumber(at);
   if (flags & kDelete) {
     if (depth == 0) {
       root = Node{};
-      readU32(at);
+      readNumber(at);
       return at;
     }
     Node* parent = &root;
@@ -106,12 +106,12 @@ const char* applyEncoded(Node& root, const char* at) {
     }
     const PathEntryView last = readEntry(at);
     if (parent) parent->children.erase(last);
-    readU32(at);
+    readNumber(at);
     return at;
   }
   Node* node = &root;
   for (U32 i = 0; i < depth; ++i) node = &node->children[readEntry(at)];
-  const U32 count = readU32(at);
+  const U32 count = readNumber(at);
   const char* values = at;
   for (U32 i = 0; i < count; ++i) at += ValueSet::encodedSize(at);
   node->values.applyEncoded(std::string_view(values, static_cast<std::size_t>(at - values)), count,
