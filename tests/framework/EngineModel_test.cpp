@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -251,6 +252,79 @@ TEST(EngineModelTest, LaterOperationsWaitForNextCommit) {
   EXPECT_EQ(dump(model.committed()), std::vector<std::string>{"256 {18:u32=1}"});
   Rib::MioCommit::doCommit();
   EXPECT_EQ(dump(model.committed()), std::vector<std::string>{"256 {18:u32=2}"});
+}
+
+// A long stage (more than one chunk of staged operations, one operation larger than a chunk,
+// a delete of the whole tree among them) applies every operation in execution order.
+TEST(EngineModelTest, LongStageAppliesInOrder) {
+  EngineModel model;
+  Rib::ScopedSink guard(&model);
+  auto execute = [](U32 seq, const std::string& text, bool del) {
+    auto path = Vox::make<Rib::MioTagArray>();
+    path->doPushPath(512);
+    path->doPushString(515, "PL");
+    if (!del) path->doPushU32(516, seq);
+    auto op = Vox::make<Rib::MioOp>("setEntry", del ? Vox::make<Rib::MioTagArray>() : path);
+    op->deleteFlagIs(del);
+    if (!del) op->value()->doPushString(0, text);
+    op->doExecute();
+  };
+  execute(1, "gone", false);
+  execute(0, "", true);
+  const std::string big(3u << 20, 'b');
+  for (U32 seq = 1; seq <= 30000; ++seq) {
+    execute(seq, "first " + std::to_string(seq), false);
+    if (seq == 15000) execute(7, big, false);
+  }
+  execute(9, "last", false);
+  EXPECT_EQ(model.staged(), 30004u);
+  EXPECT_TRUE(dump(model.committed()).empty());
+  Rib::MioCommit::doCommit();
+
+  const Node& list = model.committed().children.begin()->second.children.begin()->second;
+  ASSERT_EQ(list.children.size(), 30000u);
+  auto valueAt = [&](U32 seq) {
+    auto it = list.children.find(at(516, seq));
+    return it == list.children.end() ? std::string("absent")
+                                     : std::get<std::string>((*it->second.values.begin()).data);
+  };
+  EXPECT_EQ(valueAt(1), "first 1");
+  EXPECT_EQ(valueAt(7), big);
+  EXPECT_EQ(valueAt(9), "last");
+  EXPECT_EQ(valueAt(29999), "first 29999");
+  EXPECT_EQ(valueAt(30001), "absent");
+}
+
+// Children come out in key order (tag, then no key, string keys byte-wise, number keys
+// numerically) whatever order they came in; a missing key is not found and erases nothing;
+// a copy is a tree of its own.
+TEST(EngineModelTest, ChildrenOrderedAndCopied) {
+  const std::vector<PathEntry> ordered = {
+      at(5),         at(5, ""), at(5, "Z"), at(5, "a"), at(5, "a\x01"),     at(5, "\x80"),
+      at(5, "\xff"), at(5, 0u), at(5, 9u),  at(5, 10u), at(5, 4294967295u), at(6),
+      at(6, "a")};
+  std::vector<PathEntry> shuffled = ordered;
+  std::reverse(shuffled.begin(), shuffled.end());
+  std::rotate(shuffled.begin(), shuffled.begin() + 5, shuffled.end());
+  Node root;
+  for (const PathEntry& e : shuffled) root.children[e].values.set(1, U32{e.u32});
+  std::vector<PathEntry> seen;
+  for (const auto& [key, child] : root.children) seen.push_back(key);
+  EXPECT_EQ(seen, ordered);
+
+  EXPECT_EQ(root.children.find(at(5, "b")), root.children.end());
+  EXPECT_EQ(root.children.find(at(5, 11u)), root.children.end());
+  EXPECT_EQ(root.children.erase(at(7)), 0u);
+  Node copy = root;
+  EXPECT_EQ(copy.children.erase(at(5, "a")), 1u);
+  copy.children[at(6)].values.set(1, U32{2});
+  EXPECT_EQ(root.children.size(), ordered.size());
+  EXPECT_NE(root.children.find(at(5, "a")), root.children.end());
+  EXPECT_EQ(Rib::valueText(*root.children.find(at(6))->second.values.begin()), "1:u32=0");
+  EXPECT_EQ(Rib::valueText(*copy.children.find(at(6))->second.values.begin()), "1:u32=2");
+  for (const PathEntry& e : ordered) EXPECT_EQ(copy.children.erase(e), e == at(5, "a") ? 0u : 1u);
+  EXPECT_TRUE(copy.children.empty());
+  EXPECT_EQ(copy.children.begin(), copy.children.end());
 }
 
 // A node is meaningful when it or any node below it holds a value.

@@ -78,38 +78,60 @@ Json stateJson(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::Pol
 
 Rib::EngineModel::Node sampleEngine() {
   Rib::EngineModel::Node root;
-  root.values[16] = U32{1};
+  root.values.set(16, U32{1});
   Rib::EngineModel::Node& policy = root.children[PathEntry{512, PathEntry::Kind::none, 0, {}}];
   // Names with a quote, a backslash, control bytes and bytes past ASCII.
   Rib::EngineModel::Node& list =
       policy.children[PathEntry{515, PathEntry::Kind::string, 0, "P\"L\\\x01\n\x7f\xff"}];
-  list.values[0] = std::string("P\"L\\\x01\n\x7f\xff\t\r\b\f");
+  list.values.set(0, std::string("P\"L\\\x01\n\x7f\xff\t\r\b\f"));
   Rib::EngineModel::Node& entry = list.children[PathEntry{516, PathEntry::Kind::u32, 10, {}}];
-  entry.values[0] = *Vela::IpAddr::parse("10.0.0.0");
-  entry.values[2] = U8{24};
-  entry.values[3] = true;
-  entry.values[4] = std::vector<U32>{65001, 4294967295u};
-  entry.values[5] = std::vector<U32>{};
-  entry.values[6] = *Vela::Ip6Addr::parse("2001:db8::1");
+  entry.values.set(0, *Vela::IpAddr::parse("10.0.0.0"));
+  entry.values.set(2, U8{24});
+  entry.values.set(3, true);
+  entry.values.set(4, std::vector<U32>{65001, 4294967295u});
+  entry.values.set(5, std::vector<U32>{});
+  entry.values.set(6, *Vela::Ip6Addr::parse("2001:db8::1"));
   // A node with nothing under it is left out; one that holds only an empty child is too.
   list.children[PathEntry{516, PathEntry::Kind::u32, 20, {}}];
   policy.children[PathEntry{600, PathEntry::Kind::none, 0, {}}]
       .children[PathEntry{601, PathEntry::Kind::none, 0, {}}];
+  // A chain of nodes without values shows for the one value at its end, after an empty
+  // sibling at each level.
+  Rib::EngineModel::Node* chain = &root;
+  for (const U32 tag : {700u, 701u, 702u}) {
+    chain->children[PathEntry{tag - 50, PathEntry::Kind::none, 0, {}}];
+    chain = &chain->children[PathEntry{tag, PathEntry::Kind::none, 0, {}}];
+  }
+  chain->values.set(1, U32{7});
   return root;
 }
 
-// Every kind of value, awkward names, left-out nodes and requesters print the same both ways.
+// Many entries: a state longer than the pieces it is written in.
+Rib::EngineModel::Node longEngine() {
+  Rib::EngineModel::Node root;
+  Rib::EngineModel::Node& list = root.children[PathEntry{512, PathEntry::Kind::none, 0, {}}];
+  for (U32 seq = 1; seq <= 3000; ++seq) {
+    Rib::EngineModel::Node& entry = list.children[PathEntry{516, PathEntry::Kind::u32, seq, {}}];
+    entry.values.set(9, seq);
+    if (seq % 3 != 0) entry.values.set(0, std::string("entry"));
+  }
+  return root;
+}
+
+// Every kind of value, awkward names, left-out nodes and requesters print the same both ways,
+// and so does a long state.
 TEST(StateTextTest, SameTextAsTheStateMadeAsJson) {
-  const Rib::EngineModel::Node engine = sampleEngine();
-  auto map = Vox::make<RoutingPolicyMap::PolicyMap>();
-  map->routeMapIs("RM\x02")->reasonIs({1, 2, "route-map RM\x02", "k\xe9"}, true);
-  map->routeMapIs("RM\x02")->reasonIs({0, 0, "", ""}, true);
-  map->routeMapIs("SOLO");
-  map->dynamicPrefixListIs("D")->reasonIs({3, 1, "cli", "key"}, true);
-  for (const bool indented : {true, false}) {
-    EXPECT_EQ(ribpolicy::stateText(engine, *map, indented),
-              ribpolicy::jsonText(stateJson(engine, *map), indented))
-        << (indented ? "indented" : "compact");
+  for (const Rib::EngineModel::Node& engine : {sampleEngine(), longEngine()}) {
+    auto map = Vox::make<RoutingPolicyMap::PolicyMap>();
+    map->routeMapIs("RM\x02")->reasonIs({1, 2, "route-map RM\x02", "k\xe9"}, true);
+    map->routeMapIs("RM\x02")->reasonIs({0, 0, "", ""}, true);
+    map->routeMapIs("SOLO");
+    map->dynamicPrefixListIs("D")->reasonIs({3, 1, "cli", "key"}, true);
+    for (const bool indented : {true, false}) {
+      EXPECT_EQ(ribpolicy::stateText(engine, *map, indented),
+                ribpolicy::jsonText(stateJson(engine, *map), indented))
+          << (indented ? "indented" : "compact");
+    }
   }
 }
 

@@ -94,15 +94,17 @@ void erase(Node& root, const std::vector<PathEntry>& path) {
 // that one of the snapshots (the engine when an input went) holds there unchanged: what the
 // library left behind when it lost its state.
 void pruneLeftovers(Node& engine, const Node* fresh, const std::vector<const Node*>& snapshots) {
-  for (auto it = engine.values.begin(); it != engine.values.end();) {
-    const bool expected = fresh && fresh->values.contains(it->first);
+  std::vector<U32> stale;
+  for (const auto& [tag, data] : engine.values) {
+    const bool expected = fresh && fresh->values.contains(tag);
     bool leftOver = false;
     for (const Node* s : snapshots) {
-      auto v = s->values.find(it->first);
-      leftOver = leftOver || (v != s->values.end() && v->second == it->second);
+      auto v = s->values.find(tag);
+      leftOver = leftOver || (v != s->values.end() && (*v).data == data);
     }
-    it = !expected && leftOver ? engine.values.erase(it) : std::next(it);
+    if (!expected && leftOver) stale.push_back(tag);
   }
+  for (const U32 tag : stale) engine.values.erase(tag);
   for (auto& [entry, child] : engine.children) {
     std::vector<const Node*> below;
     for (const Node* s : snapshots) {
@@ -169,7 +171,7 @@ std::set<std::vector<PathEntry>> objectPaths(const Node& engine) {
   auto root = engine.children.find(tag(512));
   if (root == engine.children.end()) return out;
   for (const auto& [collection, objects] : root->second.children) {
-    if (collection.kind != PathEntry::Kind::none) {
+    if (collection.kind() != PathEntry::Kind::none) {
       if (objects.meaningful()) out.insert({tag(512), collection});
       continue;
     }

@@ -242,10 +242,13 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
   if (options.withState) {
     switch (options.format) {
       case Format::text:
-        out << "\nstate\n" << stateText(model.committed(), *agent.policyMap(), true) << '\n';
+        out << "\nstate\n";
+        writeState(out, model.committed(), *agent.policyMap(), true);
+        out << '\n';
         break;
       case Format::jsonl:
-        out << stateText(model.committed(), *agent.policyMap(), false) << '\n';
+        writeState(out, model.committed(), *agent.policyMap(), false);
+        out << '\n';
         break;
     }
   }
@@ -266,7 +269,8 @@ int printState(const Scenario& scenario, std::size_t steps, std::ostream& out) {
       agent.applyStep(scenario.steps[i].config, scenario.steps[i].inputs);
     }
   }
-  out << stateText(model.committed(), *agent.policyMap(), true) << '\n';
+  writeState(out, model.committed(), *agent.policyMap(), true);
+  out << '\n';
   Rib::ScopedSink quiet(nullptr);
   agent.teardown();
   return kExitOk;

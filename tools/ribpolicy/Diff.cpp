@@ -24,7 +24,7 @@ void added(const Node& node, Path& path, std::vector<NodeChange>& out) {
     NodeChange c;
     c.kind = NodeChange::Kind::added;
     c.path = path;
-    c.after = node.values;
+    for (const auto& [tag, value] : node.values) c.after.emplace(tag, value);
     out.push_back(std::move(c));
   }
   for (const auto& [entry, child] : node.children) {
@@ -50,11 +50,11 @@ void changedValues(const Node& before, const Node& after, const Path& path,
   c.path = path;
   for (const auto& [tag, value] : before.values) {
     const auto it = after.values.find(tag);
-    if (it == after.values.end() || !(it->second == value)) c.before.emplace(tag, value);
+    if (it == after.values.end() || !((*it).data == value)) c.before.emplace(tag, value);
   }
   for (const auto& [tag, value] : after.values) {
     const auto it = before.values.find(tag);
-    if (it == before.values.end() || !(it->second == value)) c.after.emplace(tag, value);
+    if (it == before.values.end() || !((*it).data == value)) c.after.emplace(tag, value);
   }
   if (!c.before.empty() || !c.after.empty()) out.push_back(std::move(c));
 }

@@ -1,7 +1,11 @@
 #include "tools/ribpolicy/StateJson.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
+#include <ostream>
+#include <sstream>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -10,6 +14,8 @@
 namespace ribpolicy {
 
 std::string jsonBytes(std::string_view bytes) {
+  const auto ascii = [](char ch) { return static_cast<unsigned char>(ch) < 0x80; };
+  if (std::all_of(bytes.begin(), bytes.end(), ascii)) return std::string(bytes);
   std::string out;
   out.reserve(bytes.size());
   for (char ch : bytes) {
@@ -118,7 +124,14 @@ namespace {
 // of them past the first plane).
 class TextWriter {
  public:
-  TextWriter(std::string& out, bool indented) : out_(out), indented_(indented) {}
+  // With a `sink`, the text goes there in pieces of about kSpillBytes as it is made (the
+  // state of a million entries is several hundred megabytes of text); without one, it all
+  // stays in `out`.
+  TextWriter(std::string& out, bool indented, std::ostream* sink = nullptr)
+      : out_(out), indented_(indented), sink_(sink) {}
+  ~TextWriter() { spill(0); }
+  TextWriter(const TextWriter&) = delete;
+  TextWriter& operator=(const TextWriter&) = delete;
 
   // A container opens with its bracket; each item or member begins with item(), and the
   // container closes with close(), which writes "{}" or "[]" when nothing was in it.
@@ -127,8 +140,27 @@ class TextWriter {
     counts_.push_back(0);
   }
   void item() {
+    spill(kSpillBytes);
     if (counts_.back()++ > 0) out_ += ',';
     newline(counts_.size());
+  }
+  // Text written as it is: a number, true or false.
+  void raw(std::string_view text) { out_ += text; }
+  // An IPv4 address as "A.B.C.D", as IpAddr::toString writes it: a million of them go
+  // through here, where formatting each through the C library would cost more than the rest
+  // of the value.
+  void ipv4(std::uint32_t a) {
+    out_ += '"';
+    for (int shift = 24; shift >= 0; shift -= 8) {
+      number((a >> shift) & 0xff);
+      if (shift > 0) out_ += '.';
+    }
+    out_ += '"';
+  }
+  void number(std::uint64_t n) {
+    char digits[20];
+    const auto end = std::to_chars(digits, digits + sizeof digits, n).ptr;
+    out_.append(digits, end);
   }
   void member(std::string_view name) {
     item();
@@ -148,7 +180,15 @@ class TextWriter {
     for (std::size_t i = 0; i < s.size();) {
       const auto c = static_cast<unsigned char>(s[i]);
       if (c >= 0x20 && c < 0x7f) {
-        if (c == '"' || c == '\\') out_ += '\\';
+        // A run of printable characters that need no backslash goes in at once.
+        std::size_t end = i;
+        while (end < s.size() && plain(static_cast<unsigned char>(s[end]))) ++end;
+        if (end > i) {
+          out_.append(s, i, end - i);
+          i = end;
+          continue;
+        }
+        out_ += '\\';
         out_ += static_cast<char>(c);
         ++i;
         continue;
@@ -205,10 +245,26 @@ class TextWriter {
   }
 
  private:
+  static constexpr std::size_t kSpillBytes = std::size_t{1} << 16;
+
+  static bool plain(unsigned char c) { return c >= 0x20 && c < 0x7f && c != '"' && c != '\\'; }
+
+  void spill(std::size_t atLeast) {
+    if (!sink_ || out_.size() < atLeast || out_.empty()) return;
+    sink_->write(out_.data(), static_cast<std::streamsize>(out_.size()));
+    out_.clear();
+  }
   void newline(std::size_t level) {
     if (!indented_) return;
-    out_ += '\n';
-    out_.append(2 * level, ' ');
+    // A newline and the indentation, taken from one line of spaces while it is deep enough.
+    static constexpr std::string_view kIndent =
+        "\n                                                                ";
+    if (2 * level < kIndent.size()) {
+      out_.append(kIndent.data(), 1 + 2 * level);
+    } else {
+      out_ += '\n';
+      out_.append(2 * level, ' ');
+    }
   }
   void escape(std::uint32_t cp) {
     char buf[8];
@@ -218,26 +274,88 @@ class TextWriter {
 
   std::string& out_;
   bool indented_;
+  std::ostream* sink_;
   std::vector<std::size_t> counts_;
 };
 
-void writeEngine(TextWriter& w, const Rib::EngineModel::Node& node) {
-  w.open('{');
+// [TYPE, VALUE], as valueJson makes it and TextWriter::json writes it.
+void writeValue(TextWriter& w, const Rib::ValueData& value) {
+  w.open('[');
+  w.item();
+  w.string(Rib::typeName(Rib::typeOf(value)));
+  std::visit(
+      [&](const auto& x) {
+        using T = std::decay_t<decltype(x)>;
+        if constexpr (std::is_same_v<T, U32>) {
+          w.item();
+          w.number(x);
+        } else if constexpr (std::is_same_v<T, U8>) {
+          w.item();
+          w.number(x);
+        } else if constexpr (std::is_same_v<T, std::string>) {
+          w.item();
+          w.string(jsonBytes(x));
+        } else if constexpr (std::is_same_v<T, bool>) {
+          w.item();
+          w.raw(x ? "true" : "false");
+        } else if constexpr (std::is_same_v<T, Vela::IpAddr>) {
+          w.item();
+          w.ipv4(x.value());
+        } else if constexpr (std::is_same_v<T, Vela::Ip6Addr>) {
+          w.item();
+          w.string(x.toString());
+        } else if constexpr (std::is_same_v<T, std::vector<U32>>) {
+          w.item();
+          w.open('[');
+          for (const U32 word : x) {
+            w.item();
+            w.number(word);
+          }
+          w.close(']');
+        } else {
+          static_assert(std::is_same_v<T, Rib::Reset>);
+        }
+      },
+      value);
+  w.close(']');
+}
+
+// The names of the nodes on the way down whose objects are not written yet: a node is written
+// only once something below it holds a value, so that whether a subtree means anything is
+// found out by the one walk that writes it.
+struct Pending {
+  std::vector<std::string> names;
+  std::size_t open = 0;  // how many of them are written
+
+  void writeOut(TextWriter& w) {
+    for (; open < names.size(); ++open) {
+      w.member(names[open]);
+      w.open('{');
+    }
+  }
+};
+
+void writeEngine(TextWriter& w, const Rib::EngineModel::Node& node, Pending& pending) {
   if (!node.values.empty()) {
+    pending.writeOut(w);
     w.member("=");
     w.open('{');
     for (const auto& [tag, value] : node.values) {
-      w.member(std::to_string(tag));
-      w.json(valueJson(value));
+      char digits[10];
+      w.member(std::string_view(digits, std::to_chars(digits, digits + sizeof digits, tag).ptr));
+      writeValue(w, value);
     }
     w.close('}');
   }
   for (const auto& [entry, child] : node.children) {
-    if (!child.meaningful()) continue;
-    w.member(nodeName(entry));
-    writeEngine(w, child);
+    pending.names.push_back(nodeName(entry));
+    writeEngine(w, child, pending);
+    if (pending.open == pending.names.size()) {
+      w.close('}');
+      --pending.open;
+    }
+    pending.names.pop_back();
   }
-  w.close('}');
 }
 
 void writeRequesters(TextWriter& w, const RoutingPolicyMap::PolicyMap::Coll& coll) {
@@ -256,13 +374,16 @@ void writeRequesters(TextWriter& w, const RoutingPolicyMap::PolicyMap::Coll& col
 
 }  // namespace
 
-std::string stateText(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map,
-                      bool indented) {
-  std::string out;
-  TextWriter w(out, indented);
+void writeState(std::ostream& out, const Rib::EngineModel::Node& engine,
+                const RoutingPolicyMap::PolicyMap& map, bool indented) {
+  std::string buffer;
+  TextWriter w(buffer, indented, &out);
   w.open('{');
   w.member("engine");
-  writeEngine(w, engine);
+  w.open('{');
+  Pending pending;
+  writeEngine(w, engine, pending);
+  w.close('}');
   w.member("policy-map");
   w.open('{');
   w.member("route-maps");
@@ -273,7 +394,13 @@ std::string stateText(const Rib::EngineModel::Node& engine, const RoutingPolicyM
   writeRequesters(w, map.redistributedDynPfx());
   w.close('}');
   w.close('}');
-  return out;
+}
+
+std::string stateText(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map,
+                      bool indented) {
+  std::ostringstream out;
+  writeState(out, engine, map, indented);
+  return std::move(out).str();
 }
 
 }  // namespace ribpolicy

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -36,5 +37,8 @@ std::string jsonText(const Json& json, bool indented);
 // itself, which a state of a million entries cannot afford.
 std::string stateText(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map,
                       bool indented);
+// The same text, written to `out` as it is made rather than held whole.
+void writeState(std::ostream& out, const Rib::EngineModel::Node& engine,
+                const RoutingPolicyMap::PolicyMap& map, bool indented);
 
 }  // namespace ribpolicy
