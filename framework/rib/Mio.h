@@ -50,11 +50,13 @@ class MioTagArray : public Vox::PtrInterface, public Vox::Recycled<MioTagArray> 
   // Provided, so that making one (value-initialization) does not zero the inline storage.
   MioTagArray() {}  // NOLINT(modernize-use-equals-default)
 
-  void doPushPath(U32 tag) { entries_.push_back({tag, PathEntry::Kind::none, 0, {}}); }
+  void doPushPath(U32 tag) { entries_.emplace_back(tag, PathEntry::Kind::none, 0u, std::string()); }
   void doPushString(U32 tag, std::string_view key) {
-    entries_.push_back({tag, PathEntry::Kind::string, 0, std::string(key)});
+    entries_.emplace_back(tag, PathEntry::Kind::string, 0u, std::string(key));
   }
-  void doPushU32(U32 tag, U32 key) { entries_.push_back({tag, PathEntry::Kind::u32, key, {}}); }
+  void doPushU32(U32 tag, U32 key) {
+    entries_.emplace_back(tag, PathEntry::Kind::u32, key, std::string());
+  }
   // Drops the last entry, so that one prefix serves the paths of a batch of siblings.
   void doPopPath() { entries_.pop_back(); }
   const Entries& entries() const { return entries_; }
@@ -92,16 +94,16 @@ class MioValueTagArray : public Vox::PtrInterface, public Vox::Recycled<MioValue
   // Provided, so that making one (value-initialization) does not zero the inline storage.
   MioValueTagArray() {}  // NOLINT(modernize-use-equals-default)
 
-  void doPushU32(U32 tag, U32 v) { values_.push_back({tag, v}); }
-  void doPushU8(U32 tag, U8 v) { values_.push_back({tag, v}); }
-  void doPushString(U32 tag, std::string_view v) { values_.push_back({tag, std::string(v)}); }
-  void doPushFlag(U32 tag, bool v) { values_.push_back({tag, v}); }
-  void doPushIpAddr(U32 tag, Vela::IpAddr v) { values_.push_back({tag, v}); }
-  void doPushIp6Addr(U32 tag, const Vela::Ip6Addr& v) { values_.push_back({tag, v}); }
+  void doPushU32(U32 tag, U32 v) { values_.emplace_back(tag, v); }
+  void doPushU8(U32 tag, U8 v) { values_.emplace_back(tag, v); }
+  void doPushString(U32 tag, std::string_view v) { values_.emplace_back(tag, std::string(v)); }
+  void doPushFlag(U32 tag, bool v) { values_.emplace_back(tag, v); }
+  void doPushIpAddr(U32 tag, Vela::IpAddr v) { values_.emplace_back(tag, v); }
+  void doPushIp6Addr(U32 tag, const Vela::Ip6Addr& v) { values_.emplace_back(tag, v); }
   void doPushScalar(U32 tag, U32 count, const U32* words) {
-    values_.push_back({tag, std::vector<U32>(words, words + count)});
+    values_.emplace_back(tag, std::vector<U32>(words, words + count));
   }
-  void doPushReset(U32 tag) { values_.push_back({tag, Reset{}}); }
+  void doPushReset(U32 tag) { values_.emplace_back(tag, Reset{}); }
   const Values& values() const { return values_; }
   bool empty() const { return values_.empty(); }
 

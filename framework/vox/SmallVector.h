@@ -13,6 +13,7 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 #include "framework/vox/Fatal.h"
@@ -86,15 +87,17 @@ class SmallVector {
   void reserve(size_type n) {
     if (n > capacity_) moveTo(n);
   }
+  // An aggregate T is built from its members' values in place, so that a member of variant
+  // type is made directly as the alternative given rather than moved from a temporary.
   template <class... Args>
   T& emplace_back(Args&&... args) {
     if (size_ == capacity_) {
       // The argument may refer to an element of this vector: build it before moving house.
-      T value(std::forward<Args>(args)...);
+      T value = make(std::forward<Args>(args)...);
       moveTo(capacity_ * 2);
       return *::new (static_cast<void*>(data_ + size_++)) T(std::move(value));
     }
-    return *::new (static_cast<void*>(data_ + size_++)) T(std::forward<Args>(args)...);
+    return *construct(data_ + size_++, std::forward<Args>(args)...);
   }
   void push_back(const T& v) { emplace_back(v); }
   void push_back(T&& v) { emplace_back(std::move(v)); }
@@ -112,6 +115,23 @@ class SmallVector {
   }
 
  private:
+  template <class... Args>
+  static T make(Args&&... args) {
+    if constexpr (std::is_constructible_v<T, Args...>) {
+      return T(std::forward<Args>(args)...);
+    } else {
+      return T{std::forward<Args>(args)...};
+    }
+  }
+  template <class... Args>
+  static T* construct(T* at, Args&&... args) {
+    if constexpr (std::is_constructible_v<T, Args...>) {
+      return ::new (static_cast<void*>(at)) T(std::forward<Args>(args)...);
+    } else {
+      return ::new (static_cast<void*>(at)) T{std::forward<Args>(args)...};
+    }
+  }
+
   T* inlineData() { return std::launder(reinterpret_cast<T*>(inline_)); }
   const T* inlineData() const { return std::launder(reinterpret_cast<const T*>(inline_)); }
 
