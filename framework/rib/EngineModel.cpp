@@ -13,8 +13,11 @@ namespace {
 
 using Node = EngineModel::Node;
 
-// Staged operations are kept in chunks of this many bytes (an operation larger than that
-// gets a chunk of its own), so that a million of them never need one block of their size.
+// Staged operations are kept in chunks that double from the first size up to the largest (an
+// operation larger than that gets a chunk of its own), so that a million of them never need
+// one block of their size, and the few operations of an ordinary commit need one small block,
+// which the model keeps from one commit to the next.
+constexpr std::size_t kFirstChunkBytes = std::size_t{4} << 10;
 constexpr std::size_t kChunkBytes = std::size_t{1} << 20;
 
 // An add overwrites whatever the engine held for its node; any other set merges into it.
@@ -336,8 +339,13 @@ void EngineModel::execute(const MioOp& op) {
   encoded.clear();
   encodeOp(encoded, op.name(), op.path() ? op.path()->entries() : kNoPath, op.values(),
            op.scalars(), op.deleteFlag());
-  if (chunks_.empty() || chunks_.back().size() + encoded.size() > chunks_.back().capacity()) {
-    chunks_.emplace_back().reserve(std::max(kChunkBytes, encoded.size()));
+  if (chunks_.empty()) chunks_.emplace_back();
+  if (chunks_.back().size() + encoded.size() > chunks_.back().capacity()) {
+    const bool fresh = chunks_.back().empty();
+    const std::size_t grown =
+        fresh ? kFirstChunkBytes : std::min(kChunkBytes, 2 * chunks_.back().capacity());
+    const std::size_t bytes = std::max(grown, encoded.size());
+    (fresh ? chunks_.back() : chunks_.emplace_back()).reserve(bytes);
   }
   chunks_.back() += encoded;
   ++staged_;
@@ -346,15 +354,19 @@ void EngineModel::execute(const MioOp& op) {
 // Both kinds of commit take everything executed so far: the sync commit differs only in how
 // it reaches the engine.
 void EngineModel::commit(CommitKind /*kind*/) {
-  // Each chunk goes as soon as it is applied, so that the tree grows into the memory the stage
-  // gives back.
-  for (std::string& chunk : chunks_) {
+  // Each chunk but the first goes as soon as it is applied, so that the tree grows into the
+  // memory the stage gives back; the first stays for the next commit.
+  for (std::size_t i = 0; i < chunks_.size(); ++i) {
+    const std::string& chunk = chunks_[i];
     for (const char *at = chunk.data(), *last = at + chunk.size(); at != last;) {
       at = applyEncoded(root_, at);
     }
-    std::string().swap(chunk);
+    if (i > 0) std::string().swap(chunks_[i]);
   }
-  chunks_.clear();
+  if (!chunks_.empty()) {
+    chunks_.resize(1);
+    chunks_.front().clear();
+  }
   staged_ = 0;
 }
 
