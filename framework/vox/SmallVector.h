@@ -97,7 +97,8 @@ class SmallVector {
       moveTo(capacity_ * 2);
       return *::new (static_cast<void*>(data_ + size_++)) T(std::move(value));
     }
-    return *construct(data_ + size_++, std::forward<Args>(args)...);
+    // The returned value initializes the element directly: no temporary, no move.
+    return *::new (static_cast<void*>(data_ + size_++)) T(make(std::forward<Args>(args)...));
   }
   void push_back(const T& v) { emplace_back(v); }
   void push_back(T&& v) { emplace_back(std::move(v)); }
@@ -123,15 +124,6 @@ class SmallVector {
       return T{std::forward<Args>(args)...};
     }
   }
-  template <class... Args>
-  static T* construct(T* at, Args&&... args) {
-    if constexpr (std::is_constructible_v<T, Args...>) {
-      return ::new (static_cast<void*>(at)) T(std::forward<Args>(args)...);
-    } else {
-      return ::new (static_cast<void*>(at)) T{std::forward<Args>(args)...};
-    }
-  }
-
   T* inlineData() { return std::launder(reinterpret_cast<T*>(inline_)); }
   const T* inlineData() const { return std::launder(reinterpret_cast<const T*>(inline_)); }
 
