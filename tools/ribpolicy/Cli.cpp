@@ -15,6 +15,7 @@
 #include "RibRouteMap/mio/Trace.h"
 #include "framework/rib/MioSink.h"
 #include "framework/vox/Trace.h"
+#include "tools/frr/Commands.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
 #include "tools/ribpolicy/Diff.h"
@@ -393,6 +394,27 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
                 "print each step's net change of the engine state, not its operations");
   run->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
 
+  // A live bgpd behind the channel (run and verify): which one, and how.
+  std::string engine = "model";
+  std::string frrApply = "commit";
+  double frrTimeout = 60;
+  frr::DaemonOptions daemon;
+  auto engineOptions = [&](CLI::App* cmd) {
+    cmd->add_option("--engine", engine,
+                    "model (the engine model) or frr (a running bgpd of FRR, through vtysh)")
+        ->check(CLI::IsMember({"model", "frr"}));
+    cmd->add_option("--frr-pathspace", daemon.pathspace,
+                    "the bgpd of this path space (vtysh -N NAME; default: the default one)");
+    cmd->add_flag("--frr-replace", daemon.replace,
+                  "remove the policy the bgpd holds before the run (otherwise refused)");
+    cmd->add_option("--frr-timeout", frrTimeout, "seconds any one call of vtysh may take (60)")
+        ->check(CLI::PositiveNumber);
+    cmd->add_option("--frr-apply", frrApply,
+                    "commit (send each commit's change, the default) or step (each step's)")
+        ->check(CLI::IsMember({"commit", "step"}));
+  };
+  engineOptions(run);
+
   CLI::App* state = app.add_subcommand("state", "run a scenario silently, print the final state");
   state->add_option("FILE", file, "scenario file, - for standard input")->required();
   state->add_option("--step", stateStep, "the state after step N, from 1 (default: the last)")
@@ -405,6 +427,7 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   verifyCmd->add_option("--format", format, "text (for people) or json (one object)")
       ->check(CLI::IsMember({"text", "json"}));
   verifyCmd->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
+  engineOptions(verifyCmd);
 
   CLI::App* check =
       app.add_subcommand("check", "validate a scenario and warn about its references");
@@ -419,6 +442,17 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   graph->add_option("FILE", file, "scenario file, - for standard input")->required();
   graph->add_option("--step", graphStep, "the step to draw, from 1 (default: the last)")
       ->check(CLI::PositiveNumber);
+
+  std::size_t frrStep = 0;
+  bool everyStep = false;
+  CLI::App* frrCmd =
+      app.add_subcommand("frr", "print the FRR configuration equal to a step's engine state");
+  frrCmd->add_option("FILE", file, "scenario file, - for standard input")->required();
+  frrCmd
+      ->add_option("--step", frrStep, "the configuration after step N, from 1 (default: the last)")
+      ->check(CLI::PositiveNumber);
+  frrCmd->add_flag("--every-step", everyStep, "the configuration after each step, in turn");
+  frrCmd->add_flag("--werror", werror, "report what has no FRR form as errors (exit 2)");
 
   try {
     app.parse(argc, argv);
@@ -444,6 +478,17 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     }
   }
 
+  const bool onFrr = engine == "frr";
+  for (const char* name : {"--frr-pathspace", "--frr-replace", "--frr-timeout", "--frr-apply"}) {
+    const CLI::Option* o = used->get_option_no_throw(name);
+    if (!onFrr && o && o->count() > 0) {
+      err << "ribpolicy: error: " << name << " needs --engine frr (see ribpolicy --help)\n";
+      return kExitBadInput;
+    }
+  }
+  daemon.timeout = std::chrono::milliseconds(static_cast<long long>(frrTimeout * 1000));
+  daemon.perStep = frrApply == "step";
+
   const bool json = format == "json";
   const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
   if (!scenario) return kExitBadInput;
@@ -459,6 +504,15 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     writePolicyGraph(scenario->steps[graphStep == 0 ? steps - 1 : graphStep - 1].config, out);
     return kExitOk;
   }
+  if (used == frrCmd) {
+    const std::size_t steps = scenario->steps.size();
+    if (frrStep > steps) {
+      err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
+          << (steps == 1 ? " step" : " steps") << ", not " << frrStep << '\n';
+      return kExitBadInput;
+    }
+    return frr::translateCommand(*scenario, shownName(file), frrStep, everyStep, werror, out, err);
+  }
   if (used == state) {
     const std::size_t steps = scenario->steps.size();
     if (stateStep > steps) {
@@ -468,8 +522,19 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     }
     return printState(*scenario, stateStep == 0 ? steps : stateStep, out);
   }
+  if (used == verifyCmd && onFrr) {
+    return frr::verifyCommand(*scenario, shownName(file), json, daemon, out, err);
+  }
   if (used == verifyCmd)
     return json ? verifyJson(*scenario, shownName(file), out) : verify(*scenario, out);
+  if (onFrr) {
+    frr::RunOptions frrRun;
+    frrRun.format = format == "jsonl" ? frr::RunFormat::jsonl : frr::RunFormat::text;
+    frrRun.withState = withState;
+    frrRun.numeric = numeric;
+    frrRun.diff = diff;
+    return frr::runCommand(*scenario, shownName(file), frrRun, daemon, out, err);
+  }
   RunOptions options;
   options.format = format == "jsonl" ? Format::jsonl : Format::text;
   options.withState = withState;

@@ -1,0 +1,128 @@
+#include "tools/frr/Delta.h"
+
+#include <algorithm>
+
+namespace frr {
+
+namespace {
+
+bool isCall(const std::string& line) {
+  return line.starts_with("call ");
+}
+
+// The line that removes a route-map line: "no" and the line, but a prepend of several AS
+// numbers is removed without them (FRR takes `no set as-path prepend` alone there).
+std::string removal(const std::string& line) {
+  if (line.starts_with("set as-path prepend ")) return " no set as-path prepend";
+  return " no " + line;
+}
+
+const Entry* entryOf(const Object* o, U32 seq) {
+  if (!o) return nullptr;
+  const auto it = o->entries.find(seq);
+  return it == o->entries.end() ? nullptr : &it->second;
+}
+
+bool has(const Entry* e, const std::string& line) {
+  return e && std::find(e->lines.begin(), e->lines.end(), line) != e->lines.end();
+}
+
+// Whether the object of `to` (null when absent) replaces the object of `from` whole.
+bool replacedWhole(const Object& from, const Object* to) {
+  return !to || to->entries.empty() || to->expanded != from.expanded;
+}
+
+void openEntry(std::vector<std::string>& out, const std::string& map, const Entry& e, U32 seq) {
+  out.push_back(mapEntryLine(map, e.body, seq));
+}
+
+}  // namespace
+
+std::vector<std::string> delta(const Config& from, const Config& to) {
+  std::vector<std::string> out;
+
+  // 1. Calls that go.
+  for (const auto& [key, o] : from.objects) {
+    if (key.first != Kind::routeMap) continue;
+    const Object* target = to.find(key.first, key.second);
+    for (const auto& [seq, e] : o.entries) {
+      const Entry* next = entryOf(target, seq);
+      for (const std::string& line : e.lines) {
+        if (!isCall(line) || has(next, line)) continue;
+        openEntry(out, key.second, e, seq);
+        out.push_back(" no call");
+        out.push_back("exit");
+      }
+    }
+  }
+
+  // 2. Whole objects that go.
+  for (const auto& [key, o] : from.objects) {
+    if (o.entries.empty() || !replacedWhole(o, to.find(key.first, key.second))) continue;
+    out.push_back("no " + objectCommand(key.first, key.second, o.expanded));
+  }
+
+  // 3. Entries that go or change, of objects that stay.
+  for (const auto& [key, o] : from.objects) {
+    const auto& [kind, name] = key;
+    const Object* target = to.find(kind, name);
+    if (o.entries.empty() || replacedWhole(o, target)) continue;
+    for (const auto& [seq, e] : o.entries) {
+      const Entry* next = entryOf(target, seq);
+      if (kind == Kind::routeMap) {
+        if (!next) out.push_back("no " + mapEntryLine(name, e.body, seq));
+        continue;
+      }
+      if (!next || next->body != e.body) {
+        out.push_back("no " + entryLine(kind, name, o.expanded, seq, e.body));
+      }
+    }
+  }
+
+  // 4. Entries and lines that are new or changed.
+  for (const auto& [key, o] : to.objects) {
+    const auto& [kind, name] = key;
+    const Object* before = from.find(kind, name);
+    if (before && replacedWhole(*before, &o)) before = nullptr;
+    for (const auto& [seq, e] : o.entries) {
+      const Entry* old = entryOf(before, seq);
+      if (kind != Kind::routeMap) {
+        if (!old || old->body != e.body) {
+          out.push_back(entryLine(kind, name, o.expanded, seq, e.body));
+        }
+        continue;
+      }
+      std::vector<std::string> lines;
+      if (old) {
+        for (const std::string& line : old->lines) {
+          if (!isCall(line) && !has(&e, line)) lines.push_back(removal(line));
+        }
+      }
+      for (const std::string& line : e.lines) {
+        if (!isCall(line) && !has(old, line)) lines.push_back(' ' + line);
+      }
+      if (old && old->body == e.body && lines.empty()) continue;
+      openEntry(out, name, e, seq);
+      out.insert(out.end(), lines.begin(), lines.end());
+      out.push_back("exit");
+    }
+  }
+
+  // 5. New calls.
+  for (const auto& [key, o] : to.objects) {
+    if (key.first != Kind::routeMap) continue;
+    const Object* before = from.find(key.first, key.second);
+    for (const auto& [seq, e] : o.entries) {
+      const Entry* old = entryOf(before, seq);
+      for (const std::string& line : e.lines) {
+        if (!isCall(line) || has(old, line)) continue;
+        openEntry(out, key.second, e, seq);
+        out.push_back(' ' + line);
+        out.push_back("exit");
+      }
+    }
+  }
+  return out;
+}
+
+}  // namespace frr
