@@ -1,8 +1,9 @@
 #!/bin/bash
 # Rewrites the golden files of the scenarios under tests/scenarios from the current build, after
 # an intended change of behaviour: NAME.stream (and NAME.stderr when `run` writes to standard
-# error) always, NAME.state, NAME.verify, NAME.check (check's warnings) and NAME.dot (the graph)
-# where they exist. A new scenario gets its .stream; to pin its final state, its verify verdict,
+# error) and NAME.frr (the FRR translation of every step, then its standard error as comments)
+# always, NAME.state, NAME.verify, NAME.check (check's warnings) and NAME.dot (the graph) where
+# they exist. A new scenario gets its .stream; to pin its final state, its verify verdict,
 # its warnings or its graph, create an empty NAME.state, NAME.verify, NAME.check or NAME.dot
 # first. NAME.args holds extra arguments of `run`, NAME.state-args those of `state` (e.g.
 # --step 1).
@@ -37,6 +38,12 @@ while IFS= read -r yaml; do
   if [ -f "$base.state" ]; then "$bin" state "${state_args[@]}" "$yaml" > "$base.state"; fi
   if [ -f "$base.check" ]; then "$bin" check "$yaml" 2> "$base.check" > /dev/null; fi
   if [ -f "$base.dot" ]; then "$bin" graph "$yaml" > "$base.dot"; fi
+  # A scenario whose names FRR cannot hold is refused (exit 2); its file holds the refusal.
+  "$bin" frr --every-step "$yaml" > "$base.frr" 2> "$base.frr-err" || true
+  if [ -s "$base.frr-err" ]; then
+    { echo '! standard error:'; sed 's/^/! /' "$base.frr-err"; } >> "$base.frr"
+  fi
+  rm "$base.frr-err"
   if [ -f "$base.verify" ]; then
     status=0
     "$bin" verify "$yaml" > "$base.verify" || status=$?

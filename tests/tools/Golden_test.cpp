@@ -4,7 +4,10 @@
 // `ribpolicy state [ARGS] NAME.yaml`, ARGS from NAME.state-args when present), and with
 // NAME.verify when present; a scenario without NAME.verify must converge (verify exits 0).
 // NAME.check holds the warnings that `ribpolicy check NAME.yaml` writes (and --werror must then
-// fail exactly when there are some); NAME.dot the output of `ribpolicy graph NAME.yaml`. The
+// fail exactly when there are some); NAME.dot the output of `ribpolicy graph NAME.yaml`.
+// NAME.frr holds the FRR translation of every step, `ribpolicy frr --every-step NAME.yaml`,
+// followed by what it writes on standard error (the warnings about what has no FRR form, or the
+// refusal of a name FRR cannot hold), each line a comment. The
 // file's path is written as tests/scenarios/NAME.yaml, as the update script names it.
 // scripts/update-golden.sh rewrites these files after an intended change.
 #include <gtest/gtest.h>
@@ -27,8 +30,8 @@ using test_support::readFile;
 using test_support::runTool;
 
 const fs::path kScenarios = fs::path(RIBPOLICY_SOURCE_DIR) / "tests" / "scenarios";
-const std::set<std::string> kKinds = {".yaml", ".stream", ".stderr", ".state",     ".verify",
-                                      ".args", ".check",  ".dot",    ".state-args"};
+const std::set<std::string> kKinds = {".yaml",  ".stream", ".stderr",     ".state", ".verify",
+                                      ".args",  ".check",  ".dot",        ".frr",   ".state-args"};
 
 // Every scenario as its path below tests/scenarios without ".yaml", e.g. "routemap/lifecycle".
 std::vector<std::string> scenarioNames() {
@@ -124,6 +127,17 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
     EXPECT_EQ(runTool({"check", "--werror", yaml}).status, c.err.empty() ? 0 : 2);
   }
   if (fs::exists(file(".dot"))) expectGolden(file(".dot"), runTool({"graph", yaml}).out);
+
+  const auto f = runTool({"frr", "--every-step", yaml});
+  std::string translation = f.out;
+  if (!f.err.empty()) {
+    translation += "! standard error:\n";
+    for (const std::string& line : test_support::lines(relativeTo(yaml, f.err))) {
+      translation += "! " + line + '\n';
+    }
+  }
+  expectGolden(file(".frr"), translation);
+  EXPECT_EQ(f.status, f.err.find(": error: ") == std::string::npos ? 0 : 2) << f.err;
 
   const auto v = runTool({"verify", yaml});
   if (fs::exists(file(".verify"))) {

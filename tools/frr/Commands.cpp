@@ -95,7 +95,9 @@ int translateCommand(const ribpolicy::Scenario& scenario, const std::string& sho
       agent.applyStep(s.config, s.inputs);
       if (!everyStep && i + 1 < last) continue;
       const Translation t = translate(model.committed());
-      if (everyStep) text += "! step " + std::to_string(i + 1) + ": " + s.name + '\n';
+      if (everyStep) {
+        text += "! step " + std::to_string(i + 1) + (s.name.empty() ? "" : ": " + s.name) + '\n';
+      }
       text += configText(t.config);
       std::set<std::string> now;
       for (const Gap& g : t.gaps) {

@@ -124,9 +124,15 @@ void Translator::matches(const Node& seq, MapEntry& e) {
     if (tag == T::setActions || tag == T::subRouteMap || !m.meaningful()) continue;
     const Rib::PathEntryView k = key.view();
     const std::string option = matchOptionName(tag, m);
+    // The clause as the scenario names it, with its value: the node's key, or the key of its
+    // one entry (an interface, a gateway, a next hop).
     std::string clause = "match " + option;
-    if (k.kind == Rib::PathEntry::Kind::string) clause += ' ' + std::string(k.str);
-    if (k.kind == Rib::PathEntry::Kind::u32) clause += ' ' + std::to_string(k.u32);
+    Rib::PathEntryView value = k;
+    if (k.kind == Rib::PathEntry::Kind::none && m.children.size() == 1) {
+      value = m.children.begin()->first.view();
+    }
+    if (value.kind == Rib::PathEntry::Kind::string) clause += ' ' + listName(value.str);
+    if (value.kind == Rib::PathEntry::Kind::u32) clause += ' ' + std::to_string(value.u32);
     const std::string where = "match/" + option;
     if (flagOf(m, M::invert)) {
       gapIn(e, where, clause + ", inverted");
@@ -260,7 +266,8 @@ void Translator::sets(const Node& set, MapEntry& e) {
   const auto metric2 = valueOf<U32>(set, A::metricSecond);
   const auto medType = valueOf<U32>(set, A::medType);
   if (medType) {
-    gapIn(e, "set/metric", "set metric applied as engine metric type " + std::to_string(*medType));
+    gapIn(e, "set/metric", "set metric applied by its med-type (engine action 16 = " +
+                               std::to_string(*medType) + ")");
   } else if (metric && (!metric2 || *metric2 == *metric)) {
     e.lines.push_back("set metric " + std::to_string(*metric));
   } else if (metric || metric2) {
