@@ -300,6 +300,29 @@ Comparison compareAsPromised(const std::string& vrf, const ribpolicy::Step& step
 
 namespace {
 
+// A failure of the FRR side, named by its kind alone so that a shrunk scenario can be told to
+// fail the same way.
+Failure frrFailure(std::size_t step, const frr::Failure& f) {
+  const char* what = "";
+  switch (f.kind) {
+    case frr::Failure::Kind::differs:
+      what = "FRR differs from the translation";
+      break;
+    case frr::Failure::Kind::refused:
+      what = "FRR refused lines";
+      break;
+    case frr::Failure::Kind::gone:
+      what = "bgpd cannot be used";
+      break;
+    case frr::Failure::Kind::occupied:
+      what = "bgpd holds policy of its own";
+      break;
+  }
+  std::vector<std::string> details = {f.what};
+  details.insert(details.end(), f.details.begin(), f.details.end());
+  return Failure{step, what, "frr", std::move(details)};
+}
+
 CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options) {
   ribpolicy::LibraryRootGuard keepRoot;
   CheckResult result;
@@ -307,11 +330,21 @@ CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options
   ribpolicy::Agent agent(scenario.vrf);
   PromiseTracker tracker;
   Leftovers leftovers;
+  std::vector<Rib::MioSink*> sinks = {&model};
+  if (options.frr) {
+    if (!options.frr->open(frr::Sink::Held::adopt)) {
+      result.failure = frrFailure(0, *options.frr->failure());
+      return result;
+    }
+    sinks.push_back(&options.frr->sink());
+  }
+  Rib::TeeSink tee(std::move(sinks));
   {
-    Rib::ScopedSink sink(&model);
+    Rib::ScopedSink sink(&tee);
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
       const ribpolicy::Step& step = scenario.steps[i];
       if (options.onStep) options.onStep(i + 1);
+      if (options.frr) options.frr->stepIs(i + 1);
       const StepPromise promise = tracker.step(step);
       // The engine as the library left it when it lost its state, taken as it comes back.
       if (promise.leftovers && agent.started() && !agent.attached().complete() &&
@@ -320,6 +353,19 @@ CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options
       }
       agent.applyStep(step.config, step.inputs);
       ++result.steps;
+      if (options.frr) {
+        const bool exact = promise.attached && !promise.heldBack && promise.exact();
+        std::vector<std::string> differ = options.frr->stepDone(scenario.vrf, step.config, exact);
+        if (options.frr->failure()) {
+          result.failure = frrFailure(i + 1, *options.frr->failure());
+          break;
+        }
+        if (!differ.empty()) {
+          result.failure =
+              Failure{i + 1, "FRR differs from a fresh start on it", "frr", std::move(differ)};
+          break;
+        }
+      }
       if (!promise.attached || promise.heldBack) continue;
       ++result.compared;
       if (promise.leftovers) {

@@ -26,6 +26,7 @@
 #include "framework/config/PolicyMap.h"
 #include "framework/rib/MioSink.h"
 #include "tools/converge/Promises.h"
+#include "tools/frr/Follower.h"
 #include "tools/ribpolicy/Scenario.h"
 
 namespace converge {
@@ -52,6 +53,9 @@ struct CheckResult {
 struct CheckOptions {
   // Called before each step with its 1-based number.
   std::function<void(std::size_t)> onStep;
+  // FRR's bgpd following the run beside the model, from whatever it holds: after every step
+  // it must hold the translation, and after a step compared exactly, equal a fresh start on it.
+  frr::Follower* frr = nullptr;
 };
 
 // What the engine may hold beyond a fresh start after changes while an input was detached.

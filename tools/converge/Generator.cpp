@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/converge/Promises.h"
+#include "tools/frr/Subset.h"
 
 namespace converge {
 
@@ -774,7 +775,8 @@ Scenario Generator::run() {
 }  // namespace
 
 ribpolicy::Scenario generateScenario(std::uint64_t seed, const GeneratorOptions& options) {
-  return Generator(seed, options).run();
+  ribpolicy::Scenario scenario = Generator(seed, options).run();
+  return options.frrSubset ? frr::subsetScenario(scenario) : scenario;
 }
 
 }  // namespace converge

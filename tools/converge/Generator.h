@@ -23,6 +23,7 @@ namespace converge {
 struct GeneratorOptions {
   std::size_t steps = 30;   // steps after the first
   bool unpromised = false;  // also make changes that are not promised to converge
+  bool frrSubset = false;   // keep only what FRR holds with the engine's meaning (frr/Subset.h)
 };
 
 ribpolicy::Scenario generateScenario(std::uint64_t seed, const GeneratorOptions& options);

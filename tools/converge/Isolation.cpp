@@ -28,8 +28,9 @@ void writeAll(int fd, const std::string& text) {
   }
 }
 
-[[noreturn]] void runChild(int fd, const ribpolicy::Scenario& scenario) {
+[[noreturn]] void runChild(int fd, const ribpolicy::Scenario& scenario, frr::Follower* frr) {
   CheckOptions options;
+  options.frr = frr;
   options.onStep = [fd](std::size_t step) { writeAll(fd, "step " + std::to_string(step) + '\n'); };
   const CheckResult r = checkScenario(scenario, options);
   std::string out =
@@ -58,7 +59,7 @@ std::string readAll(int fd) {
 
 }  // namespace
 
-CheckResult checkInChild(const ribpolicy::Scenario& scenario) {
+CheckResult checkInChild(const ribpolicy::Scenario& scenario, frr::Follower* frr) {
   int fds[2];
   if (::pipe(fds) != 0) throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
   std::fflush(nullptr);
@@ -66,7 +67,7 @@ CheckResult checkInChild(const ribpolicy::Scenario& scenario) {
   if (pid < 0) throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
   if (pid == 0) {
     ::close(fds[0]);
-    runChild(fds[1], scenario);
+    runChild(fds[1], scenario, frr);
   }
   ::close(fds[1]);
   const std::string report = readAll(fds[0]);

@@ -9,6 +9,7 @@ namespace converge {
 
 // As checkScenario; a child that dies is a failure "crashed (signal N: NAME)" at the step it
 // was running.
-CheckResult checkInChild(const ribpolicy::Scenario& scenario);
+// With `frr`, FRR's bgpd follows the run (CheckOptions::frr).
+CheckResult checkInChild(const ribpolicy::Scenario& scenario, frr::Follower* frr = nullptr);
 
 }  // namespace converge

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -16,6 +17,7 @@
 #include "tools/converge/Isolation.h"
 #include "tools/converge/ScenarioWriter.h"
 #include "tools/converge/Shrinker.h"
+#include "tools/frr/Follower.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 
 namespace {
@@ -32,6 +34,11 @@ struct Options {
   bool unpromised = false;
   std::string out = ".";
   bool keepGoing = false;
+  // FRR's bgpd behind the channel (--engine frr), in the subset of equal meaning.
+  bool frr = false;
+  std::string frrPathspace;
+  double frrTimeout = 60;
+  bool frrPerCommit = false;
 };
 
 void printFailure(const converge::Failure& f) {
@@ -41,16 +48,16 @@ void printFailure(const converge::Failure& f) {
 
 // Shrinks a failing scenario, writes it to the output folder and says where it went.
 void shrinkAndWrite(const Options& o, std::uint64_t seed, const ribpolicy::Scenario& failing,
-                    const converge::Failure& failure) {
+                    const converge::Failure& failure, frr::Follower* frr) {
   const std::string signature = failure.signature();
   ribpolicy::Scenario start = failing;
   if (failure.step > 0) start.steps.resize(failure.step);
   const ribpolicy::Scenario small =
       converge::shrinkScenario(start, [&](const ribpolicy::Scenario& candidate) {
-        const converge::CheckResult r = converge::checkInChild(candidate);
+        const converge::CheckResult r = converge::checkInChild(candidate, frr);
         return r.failure && r.failure->signature() == signature;
       });
-  const converge::CheckResult again = converge::checkInChild(small);
+  const converge::CheckResult again = converge::checkInChild(small, frr);
 
   const std::string yaml = converge::writeScenario(small);
   try {
@@ -73,6 +80,8 @@ void shrinkAndWrite(const Options& o, std::uint64_t seed, const ribpolicy::Scena
     // A crash: the checks run on a small stack, which the shell's limit reproduces.
     out << "# Replay: (ulimit -s " << converge::checkStackBytes() / 1024
         << "; ribpolicy verify FILE)\n";
+  } else if (o.frr) {
+    out << "# Replay: ribpolicy verify --engine frr FILE (with a bgpd; see the README)\n";
   } else if (o.unpromised) {
     out << "# Replay: ribpolicy verify FILE (steps with changes that are not promised to\n"
         << "# converge differ as well; the lines above are the ones that break a promise)\n";
@@ -89,7 +98,18 @@ int run(const Options& o) {
   const auto start = Clock::now();
   auto elapsed = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
   const std::uint64_t count = o.count == 0 && o.seconds == 0 ? 1000 : o.count;
-  const converge::GeneratorOptions generator{o.steps, o.unpromised};
+  const converge::GeneratorOptions generator{o.steps, o.unpromised, o.frr};
+  const frr::Vtysh vtysh(o.frrPathspace,
+                         std::chrono::milliseconds(static_cast<long long>(o.frrTimeout * 1000)));
+  std::optional<frr::Follower> follower;
+  if (o.frr) {
+    if (auto why = vtysh.unreachable()) {
+      std::cerr << "ribpolicy-converge: error: " << *why << '\n';
+      return kExitUsage;
+    }
+    follower.emplace(vtysh, !o.frrPerCommit);
+  }
+  frr::Follower* const frr = follower ? &*follower : nullptr;
 
   std::uint64_t scenarios = 0;
   std::uint64_t steps = 0;
@@ -100,16 +120,22 @@ int run(const Options& o) {
        ++n) {
     const std::uint64_t seed = o.seed + n;
     const ribpolicy::Scenario scenario = converge::generateScenario(seed, generator);
-    const converge::CheckResult r = converge::checkInChild(scenario);
+    const converge::CheckResult r = converge::checkInChild(scenario, frr);
     ++scenarios;
     steps += r.steps;
     compared += r.compared;
     if (!r.failure) continue;
+    // A daemon that cannot be used fails every scenario after it; the run stops there.
+    if (o.frr && vtysh.unreachable()) {
+      std::cerr << "ribpolicy-converge: error: seed " << seed << ": " << *vtysh.unreachable()
+                << '\n';
+      return kExitUsage;
+    }
     ++failures;
     const bool fresh = seen.insert(r.failure->signature()).second;
     std::cout << "seed " << seed << ": ";
     printFailure(*r.failure);
-    if (fresh) shrinkAndWrite(o, seed, scenario, *r.failure);
+    if (fresh) shrinkAndWrite(o, seed, scenario, *r.failure, frr);
     if (!o.keepGoing) break;
   }
   const double seconds = elapsed();
@@ -140,6 +166,17 @@ int parseAndRun(int argc, char** argv) {
   app.add_option("--out", o.out, "folder for the shrunk failing scenarios (default .)");
   app.add_flag("--keep-going", o.keepGoing,
                "go on after a failure; each new kind of failure is shrunk once");
+  std::string engine = "model";
+  app.add_option("--engine", engine,
+                 "model, or frr: also drive a running bgpd of FRR with the subset of equal "
+                 "meaning and hold it to the translation and to a fresh start on it")
+      ->check(CLI::IsMember({"model", "frr"}));
+  app.add_option("--frr-pathspace", o.frrPathspace, "the bgpd's path space (vtysh -N NAME)");
+  app.add_option("--frr-timeout", o.frrTimeout, "seconds any one call of vtysh may take (60)")
+      ->check(CLI::PositiveNumber);
+  std::string apply = "step";
+  app.add_option("--frr-apply", apply, "step (the default) or commit: when bgpd gets the change")
+      ->check(CLI::IsMember({"commit", "step"}));
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -150,6 +187,8 @@ int parseAndRun(int argc, char** argv) {
     std::cerr << "ribpolicy-converge: error: " << e.what() << " (see --help)\n";
     return kExitUsage;
   }
+  o.frr = engine == "frr";
+  o.frrPerCommit = apply == "commit";
   return run(o);
 }
 

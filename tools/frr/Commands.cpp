@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "framework/rib/MioSink.h"
+#include "tools/frr/Follower.h"
 #include "tools/frr/Names.h"
 #include "tools/frr/Sink.h"
 #include "tools/frr/Translate.h"
@@ -50,28 +51,6 @@ int report(const Failure& f, const std::string& shown, std::ostream& err) {
   err << ": " << f.what << '\n';
   for (const std::string& d : f.details) err << "  " << d << '\n';
   return f.kind == Failure::Kind::differs ? ribpolicy::kExitDifferent : ribpolicy::kExitBadInput;
-}
-
-// What bgpd holds after a fresh start of the step on it, wiped in between, against what it
-// reached incrementally (the lines on which they differ); bgpd then goes back to what it had
-// reached, so that the incremental run goes on from there.
-std::vector<std::string> freshDifferences(Sink& frr, const std::string& vrf,
-                                          const ribpolicy::ScenarioConfig& config,
-                                          std::size_t step) {
-  Config fresh;
-  ribpolicy::withFreshStart(
-      vrf, config, [&](const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap&) {
-        fresh = translate(engine).config;
-      });
-  const std::string n = std::to_string(step);
-  const Config incremental = frr.holds();
-  if (!frr.bringTo(Config{}, "the wipe before the fresh start of step " + n) ||
-      !frr.bringTo(fresh, "the fresh start of step " + n)) {
-    return {};
-  }
-  std::vector<std::string> out = differences(incremental, fresh, "incremental", "fresh");
-  frr.bringTo(incremental, "the return to the incremental state after step " + n);
-  return out;
 }
 
 }  // namespace
@@ -123,7 +102,8 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   if (!acceptable(scenario, shown, err)) return ribpolicy::kExitBadInput;
   const Vtysh vtysh(daemon.pathspace, daemon.timeout);
   Sink frr(vtysh, daemon.perStep);
-  if (!frr.open(daemon.replace)) return report(*frr.failure(), shown, err);
+  if (!frr.open(daemon.replace ? Sink::Held::replace : Sink::Held::refuse))
+    return report(*frr.failure(), shown, err);
 
   ribpolicy::LibraryRootGuard keepRoot;
   Rib::EngineModel model;
@@ -180,24 +160,22 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
                   const DaemonOptions& daemon, std::ostream& out, std::ostream& err) {
   if (!acceptable(scenario, shown, err)) return ribpolicy::kExitBadInput;
   const Vtysh vtysh(daemon.pathspace, daemon.timeout);
-  Sink frr(vtysh, daemon.perStep);
-  if (!frr.open(daemon.replace)) return report(*frr.failure(), shown, err);
+  Follower frr(vtysh, daemon.perStep);
+  if (!frr.open(daemon.replace ? Sink::Held::replace : Sink::Held::refuse))
+    return report(*frr.failure(), shown, err);
 
   int status = ribpolicy::kExitOk;
   ribpolicy::Json steps = ribpolicy::Json::array();
   ribpolicy::LibraryRootGuard keepRoot;
   ribpolicy::Agent agent(scenario.vrf);
   {
-    Rib::ScopedSink sink(&frr);
+    Rib::ScopedSink sink(&frr.sink());
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
       const ribpolicy::Step& step = scenario.steps[i];
       frr.stepIs(i + 1);
       agent.applyStep(step.config, step.inputs);
-      frr.stepDone();
-      if (frr.failure()) break;
-      std::vector<std::string> differ;
       const bool skipped = !agent.attached().complete();
-      if (!skipped) differ = freshDifferences(frr, scenario.vrf, step.config, i + 1);
+      const std::vector<std::string> differ = frr.stepDone(scenario.vrf, step.config, !skipped);
       if (frr.failure()) break;
       if (!differ.empty()) status = ribpolicy::kExitDifferent;
       if (json) {

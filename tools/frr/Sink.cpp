@@ -26,20 +26,20 @@ void Sink::fail(Failure::Kind kind, std::string what, std::vector<std::string> d
   if (!failure_) failure_ = Failure{kind, step_, std::move(what), std::move(details)};
 }
 
-bool Sink::open(bool replace) {
-  if (auto why = vtysh_.unreachable()) {
-    fail(Failure::Kind::gone, *why);
-    return false;
-  }
+bool Sink::open(Held held) {
   const Vtysh::Reply r = vtysh_.show();
   if (r.trouble != Vtysh::Trouble::none) {
-    fail(Failure::Kind::gone, r.text);
+    fail(Failure::Kind::gone, vtysh_.unreachable().value_or(r.text));
     return false;
   }
   Config there = parseRunningConfig(r.text);
   std::vector<std::string> lines = policyLines(there);
   if (lines.empty()) return true;
-  if (!replace) {
+  if (held == Held::adopt) {
+    holds_ = std::move(there);
+    return true;
+  }
+  if (held == Held::refuse) {
     const std::size_t count = lines.size();
     if (lines.size() > kShownLines) lines.resize(kShownLines);
     fail(Failure::Kind::occupied,
@@ -78,9 +78,13 @@ void Sink::sync() {
                    : "commit " + std::to_string(commits_) + " of step " + std::to_string(step_));
 }
 
-bool Sink::bringTo(const Config& target, const std::string& what) {
+bool Sink::bringTo(const Config& target, const std::string& what, bool wiped) {
   if (failure_) return false;
-  const std::vector<std::string> lines = delta(holds_, target);
+  std::vector<std::string> lines = delta(holds_, wiped ? Config{} : target);
+  if (wiped) {
+    const std::vector<std::string> fresh = delta(Config{}, target);
+    lines.insert(lines.end(), fresh.begin(), fresh.end());
+  }
   if (lines.empty()) return true;
   sent_.push_back("! " + what);
   sent_.insert(sent_.end(), lines.begin(), lines.end());
@@ -97,12 +101,7 @@ bool Sink::bringTo(const Config& target, const std::string& what) {
     fail(Failure::Kind::refused, "FRR refused lines of " + what, std::move(details));
     return false;
   }
-  const Vtysh::Reply shown = vtysh_.show();
-  if (shown.trouble != Vtysh::Trouble::none) {
-    fail(Failure::Kind::gone, shown.text + " (after " + what + ")");
-    return false;
-  }
-  Config there = parseRunningConfig(shown.text);
+  Config there = parseRunningConfig(applied.text);
   std::vector<std::string> differ = differences(target, there, "the translation", "FRR");
   if (!differ.empty()) {
     holds_ = std::move(there);

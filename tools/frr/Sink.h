@@ -38,9 +38,14 @@ class Sink : public Rib::MioSink {
  public:
   Sink(const Vtysh& vtysh, bool perStep) : vtysh_(vtysh), perStep_(perStep) {}
 
-  // Reads the policy bgpd holds. A daemon that holds policy this run did not make is refused,
-  // unless `replace`, which removes that policy first.
-  bool open(bool replace);
+  // What to do with policy that bgpd holds when the sink opens.
+  enum class Held : std::uint8_t {
+    refuse,   // a daemon holding policy the run did not make is refused
+    replace,  // that policy is removed first
+    adopt,    // the first delta goes from it (runs that follow each other on one daemon)
+  };
+  // Reads the policy bgpd holds. False, with the failure, when bgpd cannot be used.
+  bool open(Held held);
 
   void execute(const Rib::MioOp& op) override { model_.execute(op); }
   void commit(Rib::CommitKind kind) override;
@@ -51,9 +56,11 @@ class Sink : public Rib::MioSink {
   void stepDone();
 
   // Brings bgpd to `target` (the delta, read back, compared); `what` names the change in a
-  // failure. False after a failure.
-  bool bringTo(const Config& target, const std::string& what);
+  // failure. With `wiped`, the delta removes all policy first, in the same batch. False after
+  // a failure.
+  bool bringTo(const Config& target, const std::string& what, bool wiped = false);
 
+  std::size_t step() const { return step_; }
   const Config& holds() const { return holds_; }
   const Rib::EngineModel& model() const { return model_; }
   const std::optional<Failure>& failure() const { return failure_; }

@@ -266,8 +266,9 @@ void Translator::sets(const Node& set, MapEntry& e) {
   const auto metric2 = valueOf<U32>(set, A::metricSecond);
   const auto medType = valueOf<U32>(set, A::medType);
   if (medType) {
-    gapIn(e, "set/metric", "set metric applied by its med-type (engine action 16 = " +
-                               std::to_string(*medType) + ")");
+    gapIn(
+        e, "set/metric",
+        "set metric applied by its med-type (engine action 16 = " + std::to_string(*medType) + ")");
   } else if (metric && (!metric2 || *metric2 == *metric)) {
     e.lines.push_back("set metric " + std::to_string(*metric));
   } else if (metric || metric2) {

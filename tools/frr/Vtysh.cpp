@@ -28,6 +28,10 @@ constexpr std::string_view kConfNotice = "% Can't open configuration file ";
 
 using Clock = std::chrono::steady_clock;
 
+// The largest batch sent as arguments; a larger one goes as a file.
+constexpr std::size_t kLargestArgumentBatch = 5000;
+constexpr std::size_t kLargestArgumentBytes = 512 * 1024;
+
 // `text` without vtysh's notes about its own configuration file.
 std::string withoutNotices(const std::string& text) {
   std::string out;
@@ -176,6 +180,27 @@ std::optional<Vtysh::Reply> Vtysh::gone(const ProgramRun& run) const {
 }
 
 Vtysh::Reply Vtysh::apply(const std::vector<std::string>& lines) const {
+  std::size_t bytes = 0;
+  for (const std::string& l : lines) bytes += l.size();
+  if (lines.size() > kLargestArgumentBatch || bytes > kLargestArgumentBytes) {
+    const Reply sent = applyFile(lines);
+    return sent.trouble == Trouble::none ? show() : sent;
+  }
+  std::vector<std::string> c = command();
+  c.insert(c.end(), {"-c", "configure terminal"});
+  for (const std::string& l : lines) c.insert(c.end(), {"-c", l});
+  c.insert(c.end(), {"-c", "end", "-c", "show running-config"});
+  const ProgramRun run = runProgram(c, timeout_);
+  if (auto g = gone(run)) return *g;
+  const std::size_t shown = run.output.find("Building configuration...");
+  std::string said = withoutNotices(run.output.substr(0, shown));
+  if (!said.empty() || shown == std::string::npos) {
+    return {Trouble::refused, said.empty() ? withoutNotices(run.output) : std::move(said)};
+  }
+  return {Trouble::none, run.output.substr(shown)};
+}
+
+Vtysh::Reply Vtysh::applyFile(const std::vector<std::string>& lines) const {
   char path[] = "/tmp/ribpolicy-frr-XXXXXX";
   const int fd = ::mkstemp(path);
   if (fd < 0)

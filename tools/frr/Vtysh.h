@@ -1,6 +1,12 @@
-// bgpd through vtysh: lines sent as one file (`vtysh -f`), the running configuration read
-// back, and whether a bgpd answers at all. Every call has a time limit, after which vtysh is
-// killed: no call can hang the program.
+// bgpd through vtysh: lines sent as one batch and the running configuration read back in the
+// same call, and whether a bgpd answers at all. Every call has a time limit, after which vtysh
+// is killed: no call can hang the program.
+//
+// A batch goes as one `-c` argument a line (vtysh takes `?` and `!` there as they stand, and
+// stops at the first line FRR refuses), followed by `show running-config`; a very large one
+// goes as a file (`vtysh -f`) and is read back by a second call. A vtysh call costs about a
+// tenth of a second whatever it carries, so the number of calls is what a run's time is made
+// of.
 //
 // A bgpd lives in a path space (`bgpd -N NAME`, `vtysh -N NAME`; empty for the default one),
 // with its pid file and vty socket under /var/run/frr/NAME. vtysh speaks to bgpd alone
@@ -48,13 +54,15 @@ class Vtysh {
 
   // Why no bgpd answers in the path space, with what to do about it; nothing when one does.
   std::optional<std::string> unreachable() const;
-  // Sends the lines as one file. Trouble::refused holds FRR's words about them.
+  // Sends the lines as one batch and reads the running configuration back: `text` holds it.
+  // Trouble::refused holds FRR's words about the lines.
   Reply apply(const std::vector<std::string>& lines) const;
   // `show running-config`.
   Reply show() const;
 
  private:
   std::vector<std::string> command() const;
+  Reply applyFile(const std::vector<std::string>& lines) const;
   // Trouble::gone with the reason when the daemon no longer runs or answers, given what vtysh
   // printed; nothing otherwise.
   std::optional<Reply> gone(const ProgramRun& run) const;
