@@ -47,11 +47,19 @@ bool lengthRangeHeld(const Entry& e, U32 longest) {
   return e.le == 0 || (e.le >= std::max(length, e.ge) && e.le <= longest);
 }
 
-template <class List>
-void keepHeldEntries(std::map<std::string, List>& lists, U32 longest) {
-  for (auto& [name, list] : lists) {
-    std::erase_if(list.entries, [&](const auto& e) { return !lengthRangeHeld(e.second, longest); });
-  }
+// Keeps the entries that `held` keeps and that hold a value no earlier entry holds (FRR keeps
+// one entry of a value; the later one never decides anyway).
+template <class Entries, class Held, class Value>
+void keepEntries(Entries& entries, Held held, Value value) {
+  std::set<decltype(value(entries.begin()->second))> seen;
+  std::erase_if(entries, [&](const auto& e) {
+    return !held(e.second) || !seen.insert(value(e.second)).second;
+  });
+}
+
+template <class Entry>
+auto prefixValue(const Entry& e) {
+  return std::tuple(e.permit, e.prefix.toString(), e.ge, e.le);
 }
 
 bool routeTargetOrOrigin(std::uint64_t value) {
@@ -60,23 +68,69 @@ bool routeTargetOrOrigin(std::uint64_t value) {
   return text.starts_with("rt:") || text.starts_with("soo:");
 }
 
+// The kind of a community-list entry (standard, extended, large) and whether it is an
+// expression.
+std::pair<int, bool> kindAndForm(Acl::CommunityListType type) {
+  return {static_cast<int>(type) / 2, static_cast<int>(type) % 2 == 1};
+}
+
+// Keeps the entries FRR holds: values of a known kind (extended ones as route targets and
+// sites of origin), expressions that compile, in one form a kind (the form of the kind's first
+// entry), one entry a value.
+void keepCommunityEntries(ribpolicy::CommunityListDef& list) {
+  std::map<int, bool> form;  // by kind
+  std::set<std::tuple<Acl::CommunityListType, Acl::MatchPermit, std::set<Acl::CommunityValue>,
+                      std::string>>
+      seen;
+  for (auto& [seq, e] : list.entries) {
+    if (e.type != Acl::extendedValues) continue;
+    std::erase_if(e.communities, [](const Acl::CommunityValue& v) {
+      return !routeTargetOrOrigin(v.extendedValue());
+    });
+  }
+  std::erase_if(list.entries, [&](const auto& entry) {
+    const ribpolicy::CommunityEntryDef& e = entry.second;
+    const auto [kind, expression] = kindAndForm(e.type);
+    if (kind > 2) return true;
+    if (expression ? communityExpressionProblem(e.regex).has_value() : e.communities.empty()) {
+      return true;
+    }
+    if (form.emplace(kind, expression).first->second != expression) return true;
+    return !seen.insert({e.type, e.permit, e.communities, expression ? e.regex : ""}).second;
+  });
+}
+
+// Whether a delete clause drawing from `names` deletes something: one configured list with
+// standard entries (several could give two entries of one sequence number, or both forms).
+bool deletesFromLists(const std::set<std::string>& names,
+                      const std::map<std::string, ribpolicy::CommunityListDef>& lists) {
+  if (names.size() != 1) return false;
+  const auto it = lists.find(*names.begin());
+  if (it == lists.end()) return false;
+  return std::any_of(it->second.entries.begin(), it->second.entries.end(),
+                     [](const auto& e) { return kindAndForm(e.second.type).first == 0; });
+}
+
 void clear(R::SetClauses& set, R::SetFlagBit bit) {
   set.flags &= ~(1u << bit);
 }
 
 // A community set clause as FRR holds it, or nothing.
-Vox::Ptr<R::CommunitySet const> heldCommunities(const Vox::Ptr<R::CommunitySet const>& set,
-                                                R::SetFlagBit bit) {
+Vox::Ptr<R::CommunitySet const> heldCommunities(
+    const Vox::Ptr<R::CommunitySet const>& set, R::SetFlagBit bit,
+    const std::map<std::string, ribpolicy::CommunityListDef>& lists) {
   if (!set) return set;
   auto held = Vox::make<R::CommunitySet>(*set);
   std::erase_if(held->extended, [](std::uint64_t v) { return !routeTargetOrOrigin(v); });
-  const bool lists = held->useCL && !held->communityListName.empty();
+  const bool fromLists = held->useCL;
   switch (bit) {
     case R::setCommunityAddReplace:
-      if (lists || held->standard.empty()) return nullptr;
+      if (fromLists || held->standard.empty()) return nullptr;
       break;
     case R::setCommunityDelete:
-      if (!lists && held->standard.empty()) return nullptr;
+      if (fromLists ? !deletesFromLists(held->communityListName, lists) : held->standard.empty()) {
+        return nullptr;
+      }
       break;
     case R::setExtCommunity:
       // FRR 8.4 only adds extended communities: the forms that delete or replace go.
@@ -94,7 +148,8 @@ Vox::Ptr<R::CommunitySet const> heldCommunities(const Vox::Ptr<R::CommunitySet c
   return held;
 }
 
-void subsetEntry(ribpolicy::MapEntryDef& e) {
+void subsetEntry(ribpolicy::MapEntryDef& e,
+                 const std::map<std::string, ribpolicy::CommunityListDef>& lists) {
   std::erase_if(e.match, [](const auto& m) {
     const R::MatchRule& r = m.second;
     return std::find(std::begin(kOptions), std::end(kOptions), r.option) == std::end(kOptions) ||
@@ -139,7 +194,7 @@ void subsetEntry(ribpolicy::MapEntryDef& e) {
   };
   for (const auto& [bit, member] : sets) {
     if (!set.has(bit)) continue;
-    set.*member = heldCommunities(set.*member, bit);
+    set.*member = heldCommunities(set.*member, bit, lists);
     if (!(set.*member)) clear(set, bit);
   }
 }
@@ -153,21 +208,30 @@ ribpolicy::ScenarioConfig subsetConfig(const ribpolicy::ScenarioConfig& config) 
   c.peerFilters.clear();
   c.dynamicPrefixLists.clear();
   c.policyMap.dynamicPrefixLists.clear();
-  keepHeldEntries(c.prefixLists, 32);
-  keepHeldEntries(c.ipv6PrefixLists, 128);
+  for (auto& [name, list] : c.prefixLists) {
+    keepEntries(
+        list.entries, [](const Acl::PrefixEntry& e) { return lengthRangeHeld(e, 32); },
+        prefixValue<Acl::PrefixEntry>);
+  }
+  for (auto& [name, list] : c.ipv6PrefixLists) {
+    keepEntries(
+        list.entries, [](const Acl::Ipv6PrefixEntry& e) { return lengthRangeHeld(e, 128); },
+        prefixValue<Acl::Ipv6PrefixEntry>);
+  }
   for (auto& [name, list] : c.asPathLists) {
     for (auto& [seq, e] : list.entries) e.origin = kAnyOrigin;
+    keepEntries(
+        list.entries, [](const Acl::AsPathEntry& e) { return !asPathExpressionProblem(e.regex); },
+        [](const Acl::AsPathEntry& e) { return std::pair(e.permit, e.regex); });
   }
-  for (auto& [name, list] : c.communityLists) {
-    for (auto& [seq, e] : list.entries) {
-      if (e.type != Acl::extendedValues) continue;
-      std::erase_if(e.communities, [](const Acl::CommunityValue& v) {
-        return !routeTargetOrOrigin(v.extendedValue());
-      });
-    }
+  for (auto& [name, list] : c.accessLists) {
+    keepEntries(
+        list.rules, [](const Acl::RuleConfig&) { return true; },
+        [](const Acl::RuleConfig& r) { return std::pair(r.action, r.filter.source().toString()); });
   }
+  for (auto& [name, list] : c.communityLists) keepCommunityEntries(list);
   for (auto& [name, map] : c.routeMaps) {
-    for (auto& [seq, e] : map.entries) subsetEntry(e);
+    for (auto& [seq, e] : map.entries) subsetEntry(e, c.communityLists);
   }
   return c;
 }
