@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -17,6 +20,36 @@
 #include "tools/ribpolicy/ScenarioParser.h"
 
 namespace test_support {
+
+#ifdef RIBPOLICY_SOURCE_DIR
+inline const std::filesystem::path kGoldenScenarios =
+    std::filesystem::path(RIBPOLICY_SOURCE_DIR) / "tests" / "scenarios";
+
+// Every golden scenario as its path below tests/scenarios without ".yaml", e.g.
+// "routemap/lifecycle", sorted.
+inline std::vector<std::string> goldenScenarios() {
+  namespace fs = std::filesystem;
+  std::vector<std::string> names;
+  if (!fs::is_directory(kGoldenScenarios)) return names;
+  for (const auto& f : fs::recursive_directory_iterator(kGoldenScenarios)) {
+    if (f.is_regular_file() && f.path().extension() == ".yaml") {
+      names.push_back(
+          fs::relative(f.path(), kGoldenScenarios).replace_extension().generic_string());
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// The test name of a parameter that is a scenario's path: "routemap_lifecycle".
+inline std::string scenarioTestName(const ::testing::TestParamInfo<std::string>& info) {
+  std::string name = info.param;
+  for (char& c : name) {
+    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+  }
+  return name;
+}
+#endif
 
 struct CliResult {
   int status = -1;

@@ -26,33 +26,14 @@
 namespace {
 
 namespace fs = std::filesystem;
+using test_support::goldenScenarios;
 using test_support::readFile;
 using test_support::runTool;
+using test_support::scenarioTestName;
 
-const fs::path kScenarios = fs::path(RIBPOLICY_SOURCE_DIR) / "tests" / "scenarios";
-const std::set<std::string> kKinds = {".yaml",  ".stream", ".stderr",     ".state", ".verify",
-                                      ".args",  ".check",  ".dot",        ".frr",   ".state-args"};
-
-// Every scenario as its path below tests/scenarios without ".yaml", e.g. "routemap/lifecycle".
-std::vector<std::string> scenarioNames() {
-  std::vector<std::string> names;
-  if (!fs::is_directory(kScenarios)) return names;
-  for (const auto& f : fs::recursive_directory_iterator(kScenarios)) {
-    if (f.is_regular_file() && f.path().extension() == ".yaml") {
-      names.push_back(fs::relative(f.path(), kScenarios).replace_extension().generic_string());
-    }
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-std::string testName(const ::testing::TestParamInfo<std::string>& info) {
-  std::string name = info.param;
-  for (char& c : name) {
-    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-  }
-  return name;
-}
+const fs::path kScenarios = test_support::kGoldenScenarios;
+const std::set<std::string> kKinds = {".yaml", ".stream", ".stderr", ".state", ".verify",
+                                      ".args", ".check",  ".dot",    ".frr",   ".state-args"};
 
 // The differences between the golden file and what the program printed, as `diff -u` shows
 // them.
@@ -148,11 +129,12 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenarios, GoldenTest, ::testing::ValuesIn(scenarioNames()), testName);
+INSTANTIATE_TEST_SUITE_P(Scenarios, GoldenTest, ::testing::ValuesIn(goldenScenarios()),
+                         scenarioTestName);
 
 // Every file under tests/scenarios is a scenario or one of its golden files.
 TEST(GoldenFilesTest, EveryFileBelongsToAScenario) {
-  ASSERT_FALSE(scenarioNames().empty()) << "no scenario under " << kScenarios;
+  ASSERT_FALSE(goldenScenarios().empty()) << "no scenario under " << kScenarios;
   for (const auto& f : fs::recursive_directory_iterator(kScenarios)) {
     if (!f.is_regular_file()) continue;
     const fs::path& p = f.path();

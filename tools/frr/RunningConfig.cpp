@@ -124,8 +124,11 @@ Config parseRunningConfig(std::string_view text) {
     if (line.ends_with('\r')) line.remove_suffix(1);
     if (line.starts_with(' ')) {
       const std::size_t first = line.find_first_not_of(' ');
-      if (entry && first != std::string_view::npos)
+      // A comment inside a route-map entry is no line of it (FRR prints none; the
+      // translation's text holds its notes there).
+      if (entry && first != std::string_view::npos && line[first] != '!') {
         entry->lines.push_back(mapLine(line.substr(first)));
+      }
       continue;
     }
     entry = nullptr;
