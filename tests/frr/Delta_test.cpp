@@ -19,6 +19,9 @@ struct Case {
 const Case kCases[] = {
     {"nothing for what stays", "ip prefix-list P seq 10 permit 10.0.0.0/8\n",
      "ip prefix-list P seq 10 permit 10.0.0.0/8\n", ""},
+    {"a changed entry takes its new value in place", "ip prefix-list P seq 10 permit 10.0.0.0/8\n",
+     "ip prefix-list P seq 10 deny 10.0.0.0/8 le 24\n",
+     "ip prefix-list P seq 10 deny 10.0.0.0/8 le 24\n"},
     {"a value moving to another sequence number leaves its old place before any entry is added",
      "ip prefix-list P seq 10 permit 10.0.0.0/8\n"
      "ip prefix-list P seq 20 permit 11.0.0.0/8\n",

@@ -102,7 +102,7 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   if (!acceptable(scenario, shown, err)) return ribpolicy::kExitBadInput;
   const Vtysh vtysh(daemon.pathspace, daemon.timeout);
   Sink frr(vtysh, daemon.perStep);
-  if (!frr.open(daemon.replace ? Sink::Held::replace : Sink::Held::refuse))
+  if (!frr.open(daemon.replace ? Sink::Held::adopt : Sink::Held::refuse))
     return report(*frr.failure(), shown, err);
 
   ribpolicy::LibraryRootGuard keepRoot;
@@ -161,7 +161,7 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   if (!acceptable(scenario, shown, err)) return ribpolicy::kExitBadInput;
   const Vtysh vtysh(daemon.pathspace, daemon.timeout);
   Follower frr(vtysh, daemon.perStep);
-  if (!frr.open(daemon.replace ? Sink::Held::replace : Sink::Held::refuse))
+  if (!frr.open(daemon.replace ? Sink::Held::adopt : Sink::Held::refuse))
     return report(*frr.failure(), shown, err);
 
   int status = ribpolicy::kExitOk;

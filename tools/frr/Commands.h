@@ -17,7 +17,7 @@ namespace frr {
 // Which bgpd, and how long any one call of vtysh may take.
 struct DaemonOptions {
   std::string pathspace;  // vtysh -N; empty for the default one
-  bool replace = false;   // remove policy the daemon holds that the run did not make
+  bool replace = false;   // take over policy the daemon holds that the run did not make
   std::chrono::milliseconds timeout{60000};
   bool perStep = false;  // apply at the end of each step instead of at every commit
 };

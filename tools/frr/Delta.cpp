@@ -32,6 +32,15 @@ bool replacedWhole(const Object& from, const Object* to) {
   return !to || to->entries.empty() || to->expanded != from.expanded;
 }
 
+// Whether a list entry that changes takes its new value in place: FRR replaces the entry of a
+// sequence number that is given again, unless another entry of the list holds that value.
+bool replacedInPlace(const Object& from, U32 seq, const std::string& body) {
+  for (const auto& [s, e] : from.entries) {
+    if (s != seq && e.body == body) return false;
+  }
+  return true;
+}
+
 void openEntry(std::vector<std::string>& out, const std::string& map, const Entry& e, U32 seq) {
   out.push_back(mapEntryLine(map, e.body, seq));
 }
@@ -73,7 +82,7 @@ std::vector<std::string> delta(const Config& from, const Config& to) {
         if (!next) out.push_back("no " + mapEntryLine(name, e.body, seq));
         continue;
       }
-      if (!next || next->body != e.body) {
+      if (!next || (next->body != e.body && !replacedInPlace(o, seq, next->body))) {
         out.push_back("no " + entryLine(kind, name, o.expanded, seq, e.body));
       }
     }

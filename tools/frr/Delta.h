@@ -6,9 +6,11 @@
 //     that an entry removed with its call still in it had called.
 //  2. Whole objects that go (or change between values and expressions): `no ip prefix-list N`,
 //     `no route-map N` ...
-//  3. Entries that go or change, each by its own `no` line, before any entry is added: FRR
-//     drops an entry whose value another entry of the list already holds, so a value moving
-//     from one sequence number to another must leave its old place first.
+//  3. Entries that go, each by its own `no` line, before any entry is added: FRR drops an
+//     entry whose value another entry of the list already holds, so a value moving from one
+//     sequence number to another must leave its old place first. An entry that changes takes
+//     its new value in place (FRR replaces the entry of a sequence number given again), unless
+//     the list held that value elsewhere: then it goes first too.
 //  4. Entries and route-map lines that are new or changed; a route-map entry's old lines go
 //     before its new ones are added (a line such as `set metric` has one place in an entry).
 //  5. New calls, last: no cycle of calls can form on the way, since the target holds none.

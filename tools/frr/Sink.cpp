@@ -39,19 +39,14 @@ bool Sink::open(Held held) {
     holds_ = std::move(there);
     return true;
   }
-  if (held == Held::refuse) {
-    const std::size_t count = lines.size();
-    if (lines.size() > kShownLines) lines.resize(kShownLines);
-    fail(Failure::Kind::occupied,
-         "bgpd in " + vtysh_.where() + " already holds policy this run did not make (" +
-             std::to_string(count) +
-             " lines); point the run at a bgpd without policy, or pass --frr-replace to remove it "
-             "first",
-         std::move(lines));
-    return false;
-  }
-  holds_ = std::move(there);
-  return bringTo(Config{}, "the removal of the policy bgpd held");
+  const std::size_t count = lines.size();
+  if (lines.size() > kShownLines) lines.resize(kShownLines);
+  fail(Failure::Kind::occupied,
+       "bgpd in " + vtysh_.where() + " already holds policy this run did not make (" +
+           std::to_string(count) +
+           " lines); point the run at a bgpd without policy, or pass --frr-replace to take it over",
+       std::move(lines));
+  return false;
 }
 
 void Sink::commit(Rib::CommitKind kind) {

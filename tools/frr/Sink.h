@@ -40,9 +40,10 @@ class Sink : public Rib::MioSink {
 
   // What to do with policy that bgpd holds when the sink opens.
   enum class Held : std::uint8_t {
-    refuse,   // a daemon holding policy the run did not make is refused
-    replace,  // that policy is removed first
-    adopt,    // the first delta goes from it (runs that follow each other on one daemon)
+    refuse,  // a daemon holding policy the run did not make is refused
+    // The run takes it over: the first delta goes from it, so that what the run does not make
+    // goes then and what it makes again stays as it is.
+    adopt,
   };
   // Reads the policy bgpd holds. False, with the failure, when bgpd cannot be used.
   bool open(Held held);

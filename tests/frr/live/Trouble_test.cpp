@@ -47,8 +47,9 @@ TEST(FrrTroubleTest, DeadDaemon) {
 TEST(FrrTroubleTest, DaemonHoldingPolicyOfItsOwn) {
   REQUIRE_BGPD();
   const frr::Vtysh vtysh = vtyshOf(*test_support::liveBgpd());
-  frr::Sink earlier(vtysh, true);
-  ASSERT_TRUE(earlier.open(frr::Sink::Held::replace));  // what the tests before left
+  frr::Sink earlier(vtysh, true);  // removes what the tests before left
+  ASSERT_TRUE(earlier.open(frr::Sink::Held::adopt));
+  ASSERT_TRUE(earlier.bringTo(frr::Config{}, "the removal of what earlier tests left"));
   ASSERT_EQ(vtysh.apply({"ip prefix-list THEIRS seq 5 permit 192.0.2.0/24"}).trouble,
             frr::Vtysh::Trouble::none);
   const std::string file = test_support::scenarioFile("held.yaml", kScenario);
@@ -71,7 +72,7 @@ TEST(FrrTroubleTest, RefusedLine) {
   REQUIRE_BGPD();
   const frr::Vtysh vtysh = vtyshOf(*test_support::liveBgpd());
   frr::Sink sink(vtysh, true);
-  ASSERT_TRUE(sink.open(frr::Sink::Held::replace));
+  ASSERT_TRUE(sink.open(frr::Sink::Held::adopt));
   frr::Config bad;
   bad.object(frr::Kind::prefixList, "P").entries[10].body = "permit 10.0.0.0/40";
   EXPECT_FALSE(sink.bringTo(bad, "a test"));
