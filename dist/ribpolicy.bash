@@ -1,5 +1,5 @@
-# Bash completion for ribpolicy: commands, their options, the values of --format and
-# --trace, and scenario files (*.yaml, *.yml) for FILE.
+# Bash completion for ribpolicy: commands, their options, the values of --format, --trace,
+# --engine and --frr-apply, and scenario files (*.yaml, *.yml) for FILE.
 
 _ribpolicy() {
   local cur=${COMP_WORDS[COMP_CWORD]}
@@ -7,7 +7,7 @@ _ribpolicy() {
   local cmd="" i
   for ((i = 1; i < COMP_CWORD; i++)); do
     case ${COMP_WORDS[i]} in
-      run | state | verify | check | graph) cmd=${COMP_WORDS[i]} && break ;;
+      run | state | verify | check | graph | frr) cmd=${COMP_WORDS[i]} && break ;;
     esac
   done
   COMPREPLY=()
@@ -20,19 +20,28 @@ _ribpolicy() {
       fi
       return 0
       ;;
-    --step) return 0 ;;
+    --step | --frr-pathspace | --frr-timeout) return 0 ;;
+    --engine)
+      mapfile -t COMPREPLY < <(compgen -W "model frr" -- "$cur")
+      return 0
+      ;;
+    --frr-apply)
+      mapfile -t COMPREPLY < <(compgen -W "commit step" -- "$cur")
+      return 0
+      ;;
     --trace)
       mapfile -t COMPREPLY < <(compgen -W "RouteMap= RibDynamicPrefixList=" -- "$cur")
       compopt -o nospace 2>/dev/null
       return 0
       ;;
   esac
-  local words
+  local words engine="--engine --frr-pathspace --frr-replace --frr-timeout --frr-apply"
   case $cmd in
-    "") words="run state verify check graph --help --help-all --version" ;;
-    run) words="--format --state --numeric --diff --trace --help" ;;
+    "") words="run state verify check graph frr --help --help-all --version" ;;
+    run) words="--format --state --numeric --diff --trace $engine --help" ;;
     state) words="--step --trace --help" ;;
-    verify) words="--format --trace --help" ;;
+    verify) words="--format --trace $engine --help" ;;
+    frr) words="--step --every-step --werror --help" ;;
     check) words="--format --werror --help" ;;
     graph) words="--step --help" ;;
   esac

@@ -31,6 +31,12 @@ const Case kCases[] = {
      "no ip prefix-list P seq 20 permit 11.0.0.0/8\n"
      "ip prefix-list P seq 10 permit 11.0.0.0/8\n"
      "ip prefix-list P seq 30 permit 10.0.0.0/8\n"},
+    {"an AS-path entry whose expression another entry holds cannot go alone",
+     "bgp as-path access-list S seq 15 deny ^65000_\n"
+     "bgp as-path access-list S seq 40 permit ^65000_\n",
+     "bgp as-path access-list S seq 15 deny ^65000_\n",
+     "no bgp as-path access-list S\n"
+     "bgp as-path access-list S seq 15 deny ^65000_\n"},
     {"a list of values becoming one of expressions goes whole and comes again",
      "bgp community-list standard C seq 10 permit 1:1\n",
      "bgp community-list expanded C seq 10 permit ^1:\n",

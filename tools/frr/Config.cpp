@@ -172,7 +172,11 @@ std::vector<std::string> policyLines(const Config& config) {
       }
       const std::string open = mapEntryLine(name, entry.body, seq);
       out.push_back(open);
-      for (const std::string& line : entry.lines) out.push_back(open + ": " + line);
+      for (const std::string& line : entry.lines) {
+        std::string in = open;
+        in.append(": ").append(line);
+        out.push_back(std::move(in));
+      }
     }
   }
   return out;

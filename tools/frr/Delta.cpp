@@ -27,9 +27,35 @@ bool has(const Entry* e, const std::string& line) {
   return e && std::find(e->lines.begin(), e->lines.end(), line) != e->lines.end();
 }
 
+// The expression of an AS-path entry's body ("permit ^65000_").
+std::string_view expressionOf(const std::string& body) {
+  const std::size_t blank = body.find(' ');
+  return blank == std::string::npos ? std::string_view() : std::string_view(body).substr(blank + 1);
+}
+
+// Whether an entry that goes must take the rest of its AS-path list with it: FRR removes the
+// first entry holding the expression a `no` line names, whatever its sequence number and
+// action, so an entry whose expression another entry holds cannot go alone.
+bool sharesItsExpression(const Object& from, U32 seq, const std::string& body) {
+  for (const auto& [s, e] : from.entries) {
+    if (s != seq && expressionOf(e.body) == expressionOf(body)) return true;
+  }
+  return false;
+}
+
+bool replacedInPlace(const Object& from, U32 seq, const std::string& body);
+
 // Whether the object of `to` (null when absent) replaces the object of `from` whole.
-bool replacedWhole(const Object& from, const Object* to) {
-  return !to || to->entries.empty() || to->expanded != from.expanded;
+bool replacedWhole(Kind kind, const Object& from, const Object* to) {
+  if (!to || to->entries.empty() || to->expanded != from.expanded) return true;
+  if (kind != Kind::asPathList) return false;
+  for (const auto& [seq, e] : from.entries) {
+    const auto next = to->entries.find(seq);
+    const bool goes = next == to->entries.end() || (next->second.body != e.body &&
+                                                    !replacedInPlace(from, seq, next->second.body));
+    if (goes && sharesItsExpression(from, seq, e.body)) return true;
+  }
+  return false;
 }
 
 // Whether a list entry that changes takes its new value in place: FRR replaces the entry of a
@@ -67,7 +93,7 @@ std::vector<std::string> delta(const Config& from, const Config& to) {
 
   // 2. Whole objects that go.
   for (const auto& [key, o] : from.objects) {
-    if (o.entries.empty() || !replacedWhole(o, to.find(key.first, key.second))) continue;
+    if (o.entries.empty() || !replacedWhole(key.first, o, to.find(key.first, key.second))) continue;
     out.push_back("no " + objectCommand(key.first, key.second, o.expanded));
   }
 
@@ -75,7 +101,7 @@ std::vector<std::string> delta(const Config& from, const Config& to) {
   for (const auto& [key, o] : from.objects) {
     const auto& [kind, name] = key;
     const Object* target = to.find(kind, name);
-    if (o.entries.empty() || replacedWhole(o, target)) continue;
+    if (o.entries.empty() || replacedWhole(kind, o, target)) continue;
     for (const auto& [seq, e] : o.entries) {
       const Entry* next = entryOf(target, seq);
       if (kind == Kind::routeMap) {
@@ -92,7 +118,7 @@ std::vector<std::string> delta(const Config& from, const Config& to) {
   for (const auto& [key, o] : to.objects) {
     const auto& [kind, name] = key;
     const Object* before = from.find(kind, name);
-    if (before && replacedWhole(*before, &o)) before = nullptr;
+    if (before && replacedWhole(kind, *before, &o)) before = nullptr;
     for (const auto& [seq, e] : o.entries) {
       const Entry* old = entryOf(before, seq);
       if (kind != Kind::routeMap) {

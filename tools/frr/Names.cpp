@@ -93,8 +93,9 @@ std::optional<Refusal> refusal(const ribpolicy::Scenario& scenario) {
   for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
     const ribpolicy::Step& step = scenario.steps[i];
     auto refuse = [&](const std::string& path, const std::string& what, const std::string& why) {
-      return Refusal{i + 1, step.marks.find(path),
-                     what + ' ' + why + "; FRR cannot hold it as one word of one line"};
+      std::string message = what;
+      message.append(" ").append(why).append("; FRR cannot hold it as one word of one line");
+      return Refusal{i + 1, step.marks.find(path), std::move(message)};
     };
     const ribpolicy::ReferenceAnalysis analysis = ribpolicy::analyzeReferences(step.config);
     for (const ribpolicy::ObjectRef& o : analysis.objects) {

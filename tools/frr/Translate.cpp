@@ -307,10 +307,10 @@ void Translator::communityLists() {
           continue;
         }
       }
-      note(o.entryNotes[e.seq],
-           std::string("bgp ") + (kind ? kind->name : "community") + "-list " + name + " seq " +
-               std::to_string(e.seq) + ": " + problem,
-           markPath);
+      std::string text = "bgp ";
+      text.append(kind ? kind->name : "community").append("-list ").append(name);
+      text.append(" seq ").append(std::to_string(e.seq)).append(": ").append(problem);
+      note(o.entryNotes[e.seq], std::move(text), markPath);
     }
   });
 }

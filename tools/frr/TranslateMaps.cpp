@@ -182,12 +182,18 @@ void Translator::matches(const Node& seq, MapEntry& e) {
         const char* what = tag == T::matchCommList      ? "match community "
                            : tag == T::matchExtCommList ? "match extcommunity "
                                                         : "match large-community ";
+        const char* problem = nullptr;
         if (numberedListName(list)) {
-          gapIn(e, where + '/' + list, clause + ": FRR takes a name of digits for a numbered list");
+          problem = ": FRR takes a name of digits for a numbered list";
         } else if (exact && tag == T::matchExtCommList) {
-          gapIn(e, where + '/' + list, clause + ": FRR has no exact match of extended communities");
+          problem = ": FRR has no exact match of extended communities";
         } else if (exact && !exactCopyMatches(list)) {
-          gapIn(e, where + '/' + list, clause + ": the exact copy differs from the list");
+          problem = ": the exact copy differs from the list";
+        }
+        if (problem) {
+          std::string place = where;
+          place.append("/").append(list);
+          gapIn(e, place, clause + problem);
         } else {
           e.lines.push_back(what + list + (exact ? " exact-match" : ""));
         }

@@ -30,7 +30,7 @@ using Clock = std::chrono::steady_clock;
 
 // The largest batch sent as arguments; a larger one goes as a file.
 constexpr std::size_t kLargestArgumentBatch = 5000;
-constexpr std::size_t kLargestArgumentBytes = 512 * 1024;
+constexpr std::size_t kLargestArgumentBytes = std::size_t{512} * 1024;
 
 // `text` without vtysh's notes about its own configuration file.
 std::string withoutNotices(const std::string& text) {
@@ -63,6 +63,7 @@ ProgramRun runProgram(const std::vector<std::string>& argv, std::chrono::millise
   posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
   posix_spawn_file_actions_adddup2(&actions, fds[1], 2);
   std::vector<char*> args;
+  args.reserve(argv.size() + 1);
   for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
   args.push_back(nullptr);
   pid_t pid = -1;

@@ -405,9 +405,10 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
         ->check(CLI::IsMember({"model", "frr"}));
     cmd->add_option("--frr-pathspace", daemon.pathspace,
                     "the bgpd of this path space (vtysh -N NAME; default: the default one)");
-    cmd->add_flag("--frr-replace", daemon.replace,
-                  "take over the policy the bgpd holds: what the run does not make goes at its first "
-                  "change (otherwise such a bgpd is refused)");
+    cmd->add_flag(
+        "--frr-replace", daemon.replace,
+        "take over the policy the bgpd holds: what the run does not make goes at its first "
+        "change (otherwise such a bgpd is refused)");
     cmd->add_option("--frr-timeout", frrTimeout, "seconds any one call of vtysh may take (60)")
         ->check(CLI::PositiveNumber);
     cmd->add_option("--frr-apply", frrApply,
