@@ -71,25 +71,32 @@ void openEntry(std::vector<std::string>& out, const std::string& map, const Entr
   out.push_back(mapEntryLine(map, e.body, seq));
 }
 
+// For every call of a route-map entry of `in` that the entry of `other` does not hold, the
+// entry's opening line, `line` (the call itself when empty) and "exit".
+void calls(const Config& in, const Config& other, const std::string& line,
+           std::vector<std::string>& out) {
+  for (const auto& [key, o] : in.objects) {
+    if (key.first != Kind::routeMap) continue;
+    const Object* there = other.find(key.first, key.second);
+    for (const auto& [seq, e] : o.entries) {
+      const Entry* counterpart = entryOf(there, seq);
+      for (const std::string& l : e.lines) {
+        if (!isCall(l) || has(counterpart, l)) continue;
+        openEntry(out, key.second, e, seq);
+        out.push_back(line.empty() ? ' ' + l : line);
+        out.push_back("exit");
+      }
+    }
+  }
+}
+
 }  // namespace
 
 std::vector<std::string> delta(const Config& from, const Config& to) {
   std::vector<std::string> out;
 
   // 1. Calls that go.
-  for (const auto& [key, o] : from.objects) {
-    if (key.first != Kind::routeMap) continue;
-    const Object* target = to.find(key.first, key.second);
-    for (const auto& [seq, e] : o.entries) {
-      const Entry* next = entryOf(target, seq);
-      for (const std::string& line : e.lines) {
-        if (!isCall(line) || has(next, line)) continue;
-        openEntry(out, key.second, e, seq);
-        out.push_back(" no call");
-        out.push_back("exit");
-      }
-    }
-  }
+  calls(from, to, " no call", out);
 
   // 2. Whole objects that go.
   for (const auto& [key, o] : from.objects) {
@@ -144,19 +151,7 @@ std::vector<std::string> delta(const Config& from, const Config& to) {
   }
 
   // 5. New calls.
-  for (const auto& [key, o] : to.objects) {
-    if (key.first != Kind::routeMap) continue;
-    const Object* before = from.find(key.first, key.second);
-    for (const auto& [seq, e] : o.entries) {
-      const Entry* old = entryOf(before, seq);
-      for (const std::string& line : e.lines) {
-        if (!isCall(line) || has(old, line)) continue;
-        openEntry(out, key.second, e, seq);
-        out.push_back(' ' + line);
-        out.push_back("exit");
-      }
-    }
-  }
+  calls(to, from, "", out);
   return out;
 }
 

@@ -113,25 +113,24 @@ std::optional<Refusal> refusal(const ribpolicy::Scenario& scenario) {
                       *p);
       }
     }
-    for (const auto& [name, list] : step.config.asPathLists) {
-      for (const auto& [seq, entry] : list.entries) {
-        if (auto p = expressionProblem(entry.regex)) {
-          return refuse("as-path-lists/" + name,
-                        "AS-path list " + quoted(name) + " entry " + std::to_string(seq) +
-                            " expression " + quoted(entry.regex),
-                        *p);
+    // The expressions of AS-path and community lists, located at their list.
+    auto expressions = [&](const auto& lists, const char* section,
+                           const char* kind) -> std::optional<Refusal> {
+      for (const auto& [name, list] : lists) {
+        for (const auto& [seq, entry] : list.entries) {
+          if (auto p = expressionProblem(entry.regex)) {
+            return refuse(std::string(section) + '/' + name,
+                          std::string(kind) + ' ' + quoted(name) + " entry " + std::to_string(seq) +
+                              " expression " + quoted(entry.regex),
+                          *p);
+          }
         }
       }
-    }
-    for (const auto& [name, list] : step.config.communityLists) {
-      for (const auto& [seq, entry] : list.entries) {
-        if (auto p = expressionProblem(entry.regex)) {
-          return refuse("community-lists/" + name,
-                        "community list " + quoted(name) + " entry " + std::to_string(seq) +
-                            " expression " + quoted(entry.regex),
-                        *p);
-        }
-      }
+      return std::nullopt;
+    };
+    if (auto r = expressions(step.config.asPathLists, "as-path-lists", "AS-path list")) return r;
+    if (auto r = expressions(step.config.communityLists, "community-lists", "community list")) {
+      return r;
     }
   }
   return std::nullopt;

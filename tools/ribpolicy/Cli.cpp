@@ -495,33 +495,26 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
   if (!scenario) return kExitBadInput;
 
+  // Whether --step names a step beyond the scenario's, with the error said.
+  const std::size_t steps = scenario->steps.size();
+  auto beyond = [&](std::size_t step) {
+    if (step <= steps) return false;
+    err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
+        << (steps == 1 ? " step" : " steps") << ", not " << step << '\n';
+    return true;
+  };
   if (used == check) return checkScenario(*scenario, shownName(file), json, werror, out, err);
   if (used == graph) {
-    const std::size_t steps = scenario->steps.size();
-    if (graphStep > steps) {
-      err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
-          << (steps == 1 ? " step" : " steps") << ", not " << graphStep << '\n';
-      return kExitBadInput;
-    }
+    if (beyond(graphStep)) return kExitBadInput;
     writePolicyGraph(scenario->steps[graphStep == 0 ? steps - 1 : graphStep - 1].config, out);
     return kExitOk;
   }
   if (used == frrCmd) {
-    const std::size_t steps = scenario->steps.size();
-    if (frrStep > steps) {
-      err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
-          << (steps == 1 ? " step" : " steps") << ", not " << frrStep << '\n';
-      return kExitBadInput;
-    }
+    if (beyond(frrStep)) return kExitBadInput;
     return frr::translateCommand(*scenario, shownName(file), frrStep, everyStep, werror, out, err);
   }
   if (used == state) {
-    const std::size_t steps = scenario->steps.size();
-    if (stateStep > steps) {
-      err << "ribpolicy: error: --step: " << shownName(file) << " has " << steps
-          << (steps == 1 ? " step" : " steps") << ", not " << stateStep << '\n';
-      return kExitBadInput;
-    }
+    if (beyond(stateStep)) return kExitBadInput;
     return printState(*scenario, stateStep == 0 ? steps : stateStep, out);
   }
   if (used == verifyCmd && onFrr) {
