@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <string>
 #include <vector>
@@ -11,6 +12,8 @@
 #include "tests/frr/live/Live.h"
 #include "tests/support/Harness.h"
 #include "tools/frr/Names.h"
+#include "tools/frr/RunningConfig.h"
+#include "tools/frr/Sink.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 
 namespace {
@@ -60,6 +63,28 @@ TEST_P(FrrScenarioTest, HoldsTheTranslationAndConverges) {
     ++seen;
   }
   EXPECT_GT(seen, 0u);
+}
+
+// `vtysh -f` takes the translation of the last step as it stands, on a bgpd holding nothing,
+// and bgpd then holds exactly its lines.
+TEST_P(FrrScenarioTest, TranslationTakenAsItStands) {
+  REQUIRE_BGPD();
+  const std::string yaml = yamlOf(GetParam());
+  const auto translated = runTool({"frr", yaml});
+  if (translated.status != 0) return;  // refused: nothing reaches bgpd
+  const std::string pathspace = test_support::liveBgpd()->pathspace();
+  const frr::Vtysh vtysh(pathspace, std::chrono::seconds(60));
+  frr::Sink wipe(vtysh, true);
+  ASSERT_TRUE(wipe.open(frr::Sink::Held::adopt));
+  ASSERT_TRUE(wipe.bringTo(frr::Config{}, "the removal of what the test before left"));
+  const std::string file = test_support::scenarioFile("translation.frr", translated.out);
+  const frr::ProgramRun applied = frr::runProgram(
+      {"vtysh", "-N", pathspace, "-d", "bgpd", "-f", file}, std::chrono::seconds(60));
+  EXPECT_EQ(applied.output.find("line "), std::string::npos) << applied.output;
+  EXPECT_EQ(applied.output.find("% "), applied.output.find("% Can't open configuration file"))
+      << applied.output;
+  EXPECT_EQ(frr::policyLines(frr::parseRunningConfig(vtysh.show().text)),
+            frr::policyLines(frr::parseRunningConfig(translated.out)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, FrrScenarioTest,
