@@ -121,7 +121,8 @@ const Case kCases[] = {
      "            match:\n"
      "              - {option: access-list, value: A, invert: true}\n"
      "              - {option: extended-community, lists: [E1, E2]}\n"
-     "              - {option: as-range, value: 1, upper: 2}\n",
+     "              - {option: as-range, value: 1, upper: 2}\n"
+     "              - {option: interface, value: \"e1\\nroute-map X permit 1\"}\n",
      "route-map RM deny 10\n"
      " match community C exact-match\n"
      " match ip next-hop address 192.0.2.9\n"
@@ -131,6 +132,7 @@ const Case kCases[] = {
      "exit\n!\n"
      "route-map RM permit 20\n"
      " ! no FRR form: match access-list A, inverted\n"
+     " ! no FRR form: match interface e1\\x0aroute-map X permit 1\n"
      " ! no FRR form: match as-range 1\n"
      " ! no FRR form: match extended-community E1 E2: several lists (FRR matches one)\n"
      "exit\n!\n"},

@@ -12,6 +12,7 @@
 
 #include "RibRouteMap/mio/Tags.h"
 #include "tools/frr/Translate.h"
+#include "tools/frr/Words.h"
 
 namespace frr::detail {
 
@@ -122,8 +123,10 @@ class Translator {
   static std::string mark(std::string_view section, std::string_view name) {
     return std::string(section) + '/' + std::string(name);
   }
-  void note(std::vector<Note>& notes, std::string text, std::string markPath) {
-    notes.push_back({std::move(text), std::move(markPath)});
+  // A note's text holds engine strings that no check made words of FRR (an interface, a text
+  // match): written as one line of plain text, it stays a comment.
+  void note(std::vector<Note>& notes, const std::string& text, std::string markPath) {
+    notes.push_back({oneLine(text), std::move(markPath)});
   }
 
   void global();

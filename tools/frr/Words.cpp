@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstring>
 
 #include "tools/ribpolicy/TagNames.h"
@@ -149,6 +150,21 @@ std::string prefixText(const Vela::Ip6Addr& address, U32 length) {
     }
   }
   return Vela::Ip6Addr(b).toString() + '/' + std::to_string(length);
+}
+
+std::string oneLine(std::string_view text) {
+  std::string out;
+  for (const char c : text) {
+    const auto b = static_cast<unsigned char>(c);
+    if (b >= 0x20 && b != 0x7f) {
+      out += c;
+      continue;
+    }
+    char hex[5];
+    std::snprintf(hex, sizeof hex, "\\x%02x", b);
+    out += hex;
+  }
+  return out;
 }
 
 bool numberedListName(std::string_view name) {

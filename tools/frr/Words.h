@@ -41,6 +41,9 @@ std::optional<std::string> nextHopProblem(const Vela::Ip6Addr& address);
 std::string prefixText(Vela::IpAddr address, U32 length);
 std::string prefixText(const Vela::Ip6Addr& address, U32 length);
 
+// `text` with every control character written as \xNN, so that it stays on one line.
+std::string oneLine(std::string_view text);
+
 // A name FRR takes for a numbered community list (digits only): it holds such a list by its
 // number, of values or of expressions by the number's range, so a name of digits keeps
 // neither its form nor its meaning.
