@@ -303,24 +303,9 @@ namespace {
 // A failure of the FRR side, named by its kind alone so that a shrunk scenario can be told to
 // fail the same way.
 Failure frrFailure(std::size_t step, const frr::Failure& f) {
-  const char* what = "";
-  switch (f.kind) {
-    case frr::Failure::Kind::differs:
-      what = "FRR differs from the translation";
-      break;
-    case frr::Failure::Kind::refused:
-      what = "FRR refused lines";
-      break;
-    case frr::Failure::Kind::gone:
-      what = "bgpd cannot be used";
-      break;
-    case frr::Failure::Kind::occupied:
-      what = "bgpd holds policy of its own";
-      break;
-  }
   std::vector<std::string> details = {f.what};
   details.insert(details.end(), f.details.begin(), f.details.end());
-  return Failure{step, what, "frr", std::move(details)};
+  return Failure{step, frr::kindText(f.kind), "frr", std::move(details)};
 }
 
 CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options) {

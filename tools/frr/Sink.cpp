@@ -15,6 +15,20 @@ constexpr std::size_t kShownLines = 10;
 
 }  // namespace
 
+const char* kindText(Failure::Kind kind) {
+  switch (kind) {
+    case Failure::Kind::differs:
+      return "FRR differs from the translation";
+    case Failure::Kind::refused:
+      return "FRR refused lines";
+    case Failure::Kind::gone:
+      return "bgpd cannot be used";
+    case Failure::Kind::occupied:
+      return "bgpd holds policy of its own";
+  }
+  return "FRR failed";
+}
+
 std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> out;
   std::istringstream in(text);

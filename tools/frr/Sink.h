@@ -34,6 +34,9 @@ struct Failure {
   std::vector<std::string> details;  // the differing lines, FRR's words, the lines sent
 };
 
+// "FRR differs from the translation", "FRR refused lines" ...: the kind in a few words.
+const char* kindText(Failure::Kind kind);
+
 class Sink : public Rib::MioSink {
  public:
   Sink(const Vtysh& vtysh, bool perStep) : vtysh_(vtysh), perStep_(perStep) {}
