@@ -37,6 +37,13 @@ const Case kCases[] = {
      "bgp as-path access-list S seq 15 deny ^65000_\n",
      "no bgp as-path access-list S\n"
      "bgp as-path access-list S seq 15 deny ^65000_\n"},
+    {"an AS-path expression moving to another sequence number cannot come alone",
+     "bgp as-path access-list S seq 40 permit _6451[0-9]_\n",
+     "bgp as-path access-list S seq 20 permit _6451[0-9]_\n"
+     "bgp as-path access-list S seq 40 permit ^65000_\n",
+     "no bgp as-path access-list S\n"
+     "bgp as-path access-list S seq 20 permit _6451[0-9]_\n"
+     "bgp as-path access-list S seq 40 permit ^65000_\n"},
     {"a list of values becoming one of expressions goes whole and comes again",
      "bgp community-list standard C seq 10 permit 1:1\n",
      "bgp community-list expanded C seq 10 permit ^1:\n",

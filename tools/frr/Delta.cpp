@@ -33,9 +33,9 @@ std::string_view expressionOf(const std::string& body) {
   return blank == std::string::npos ? std::string_view() : std::string_view(body).substr(blank + 1);
 }
 
-// Whether an entry that goes must take the rest of its AS-path list with it: FRR removes the
-// first entry holding the expression a `no` line names, whatever its sequence number and
-// action, so an entry whose expression another entry holds cannot go alone.
+// Whether an AS-path entry cannot go or come alone because another entry of the list holds its
+// expression: FRR removes the first entry holding the expression a `no` line names, whatever
+// its sequence number and action, and drops a new entry whose expression the list holds.
 bool sharesItsExpression(const Object& from, U32 seq, const std::string& body) {
   for (const auto& [s, e] : from.entries) {
     if (s != seq && expressionOf(e.body) == expressionOf(body)) return true;
@@ -54,6 +54,11 @@ bool replacedWhole(Kind kind, const Object& from, const Object* to) {
     const bool goes = next == to->entries.end() || (next->second.body != e.body &&
                                                     !replacedInPlace(from, seq, next->second.body));
     if (goes && sharesItsExpression(from, seq, e.body)) return true;
+  }
+  for (const auto& [seq, e] : to->entries) {
+    const auto old = from.entries.find(seq);
+    const bool comes = old == from.entries.end() || old->second.body != e.body;
+    if (comes && sharesItsExpression(from, seq, e.body)) return true;
   }
   return false;
 }

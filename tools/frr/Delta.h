@@ -5,9 +5,10 @@
 //     an entry or a map about to go: bgpd 8.4.4 exits when a map is later called from a map
 //     that an entry removed with its call still in it had called.
 //  2. Whole objects that go (or change between values and expressions): `no ip prefix-list N`,
-//     `no route-map N` ... An AS-path list an entry of which goes while another entry holds its
-//     expression goes whole too and comes again: FRR's `no` of an AS-path entry removes the
-//     first entry holding the expression, whatever the sequence number and action it names.
+//     `no route-map N` ... An AS-path list an entry of which goes or comes while another entry
+//     holds its expression goes whole too and comes again: FRR's `no` of an AS-path entry
+//     removes the first entry holding the expression, whatever the sequence number and action
+//     it names, and FRR drops a new entry whose expression the list holds.
 //  3. Entries that go, each by its own `no` line, before any entry is added: FRR drops an
 //     entry whose value another entry of the list already holds, so a value moving from one
 //     sequence number to another must leave its old place first. An entry that changes takes
