@@ -31,6 +31,13 @@ const Case kCases[] = {
      "no ip prefix-list P seq 20 permit 11.0.0.0/8\n"
      "ip prefix-list P seq 10 permit 11.0.0.0/8\n"
      "ip prefix-list P seq 30 permit 10.0.0.0/8\n"},
+    {"an entry whose old value another entry takes goes before that entry comes",
+     "bgp community-list standard C seq 40 permit 1:1\n",
+     "bgp community-list standard C seq 20 permit 1:1\n"
+     "bgp community-list standard C seq 40 permit 2:2\n",
+     "no bgp community-list standard C seq 40 permit 1:1\n"
+     "bgp community-list standard C seq 20 permit 1:1\n"
+     "bgp community-list standard C seq 40 permit 2:2\n"},
     {"an AS-path entry whose expression another entry holds cannot go alone",
      "bgp as-path access-list S seq 15 deny ^65000_\n"
      "bgp as-path access-list S seq 40 permit ^65000_\n",

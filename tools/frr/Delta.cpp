@@ -43,7 +43,7 @@ bool sharesItsExpression(const Object& from, U32 seq, const std::string& body) {
   return false;
 }
 
-bool replacedInPlace(const Object& from, U32 seq, const std::string& body);
+bool replacedInPlace(const Object& from, const Object& to, U32 seq);
 
 // Whether the object of `to` (null when absent) replaces the object of `from` whole.
 bool replacedWhole(Kind kind, const Object& from, const Object* to) {
@@ -51,8 +51,8 @@ bool replacedWhole(Kind kind, const Object& from, const Object* to) {
   if (kind != Kind::asPathList) return false;
   for (const auto& [seq, e] : from.entries) {
     const auto next = to->entries.find(seq);
-    const bool goes = next == to->entries.end() || (next->second.body != e.body &&
-                                                    !replacedInPlace(from, seq, next->second.body));
+    const bool goes = next == to->entries.end() ||
+                      (next->second.body != e.body && !replacedInPlace(from, *to, seq));
     if (goes && sharesItsExpression(from, seq, e.body)) return true;
   }
   for (const auto& [seq, e] : to->entries) {
@@ -64,10 +64,16 @@ bool replacedWhole(Kind kind, const Object& from, const Object* to) {
 }
 
 // Whether a list entry that changes takes its new value in place: FRR replaces the entry of a
-// sequence number that is given again, unless another entry of the list holds that value.
-bool replacedInPlace(const Object& from, U32 seq, const std::string& body) {
+// sequence number that is given again, unless another entry of the list holds the new value
+// (it would drop it), or another entry takes the old one (it would drop that, coming first).
+bool replacedInPlace(const Object& from, const Object& to, U32 seq) {
+  const std::string& before = from.entries.at(seq).body;
+  const std::string& after = to.entries.at(seq).body;
   for (const auto& [s, e] : from.entries) {
-    if (s != seq && e.body == body) return false;
+    if (s != seq && e.body == after) return false;
+  }
+  for (const auto& [s, e] : to.entries) {
+    if (s != seq && e.body == before) return false;
   }
   return true;
 }
@@ -120,7 +126,7 @@ std::vector<std::string> delta(const Config& from, const Config& to) {
         if (!next) out.push_back("no " + mapEntryLine(name, e.body, seq));
         continue;
       }
-      if (!next || (next->body != e.body && !replacedInPlace(o, seq, next->body))) {
+      if (!next || (next->body != e.body && !replacedInPlace(o, *target, seq))) {
         out.push_back("no " + entryLine(kind, name, o.expanded, seq, e.body));
       }
     }
