@@ -317,7 +317,7 @@ CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options
   Leftovers leftovers;
   std::vector<Rib::MioSink*> sinks = {&model};
   if (options.frr) {
-    if (!options.frr->open(frr::Sink::Held::adopt)) {
+    if (!options.frr->open(frr::Sink::Held::adopt) || !options.frr->clear()) {
       result.failure = frrFailure(0, *options.frr->failure());
       return result;
     }

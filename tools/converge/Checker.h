@@ -53,7 +53,7 @@ struct CheckResult {
 struct CheckOptions {
   // Called before each step with its 1-based number.
   std::function<void(std::size_t)> onStep;
-  // FRR's bgpd following the run beside the model, from whatever it holds: after every step
+  // FRR's bgpd following the run beside the model, cleared of policy first: after every step
   // it must hold the translation, and after a step compared exactly, equal a fresh start on it.
   frr::Follower* frr = nullptr;
 };

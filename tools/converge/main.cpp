@@ -81,7 +81,8 @@ void shrinkAndWrite(const Options& o, std::uint64_t seed, const ribpolicy::Scena
     out << "# Replay: (ulimit -s " << converge::checkStackBytes() / 1024
         << "; ribpolicy verify FILE)\n";
   } else if (o.frr) {
-    out << "# Replay: ribpolicy verify --engine frr FILE (with a bgpd; see the README)\n";
+    out << "# Replay: ribpolicy verify --engine frr FILE (a bgpd holding no policy; see the "
+           "README)\n";
   } else if (o.unpromised) {
     out << "# Replay: ribpolicy verify FILE (steps with changes that are not promised to\n"
         << "# converge differ as well; the lines above are the ones that break a promise)\n";

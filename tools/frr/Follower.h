@@ -21,6 +21,8 @@ class Follower {
 
   // Reads what bgpd holds (Sink::open). False, with the failure, when bgpd cannot be used.
   bool open(Sink::Held held) { return sink_.open(held); }
+  // Removes the policy bgpd holds, so that a run starts from none and replays as it ran.
+  bool clear() { return sink_.bringTo(Config{}, "the removal of the policy bgpd held"); }
 
   Rib::MioSink& sink() { return sink_; }
   const Sink& frr() const { return sink_; }
