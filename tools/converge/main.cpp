@@ -39,6 +39,7 @@ struct Options {
   std::string frrPathspace;
   double frrTimeout = 60;
   bool frrPerCommit = false;
+  bool frrReplace = false;
 };
 
 void printFailure(const converge::Failure& f) {
@@ -104,8 +105,12 @@ int run(const Options& o) {
                          std::chrono::milliseconds(static_cast<long long>(o.frrTimeout * 1000)));
   std::optional<frr::Follower> follower;
   if (o.frr) {
-    if (auto why = vtysh.unreachable()) {
-      std::cerr << "ribpolicy-converge: error: " << *why << '\n';
+    // Every scenario clears the daemon's policy: one that holds policy of its own is used only
+    // when --frr-replace says so.
+    frr::Sink probe(vtysh, true);
+    if (!probe.open(o.frrReplace ? frr::Sink::Held::adopt : frr::Sink::Held::refuse)) {
+      std::cerr << "ribpolicy-converge: error: " << probe.failure()->what << '\n';
+      for (const std::string& d : probe.failure()->details) std::cerr << "  " << d << '\n';
       return kExitUsage;
     }
     follower.emplace(vtysh, !o.frrPerCommit);
@@ -138,6 +143,11 @@ int run(const Options& o) {
     printFailure(*r.failure);
     if (fresh) shrinkAndWrite(o, seed, scenario, *r.failure, frr);
     if (!o.keepGoing) break;
+  }
+  // The daemon is left without policy, for the next run.
+  if (o.frr) {
+    frr::Sink last(vtysh, true);
+    if (last.open(frr::Sink::Held::adopt)) last.bringTo(frr::Config{}, "the end of the run");
   }
   const double seconds = elapsed();
   std::cout << scenarios << " scenarios, " << steps << " steps (" << compared
@@ -173,6 +183,9 @@ int parseAndRun(int argc, char** argv) {
                  "meaning and hold it to the translation and to a fresh start on it")
       ->check(CLI::IsMember({"model", "frr"}));
   app.add_option("--frr-pathspace", o.frrPathspace, "the bgpd's path space (vtysh -N NAME)");
+  app.add_flag("--frr-replace", o.frrReplace,
+               "use a bgpd that holds policy of its own (each scenario clears it; otherwise "
+               "such a bgpd is refused)");
   app.add_option("--frr-timeout", o.frrTimeout, "seconds any one call of vtysh may take (60)")
       ->check(CLI::PositiveNumber);
   std::string apply = "step";
