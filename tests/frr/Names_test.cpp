@@ -102,7 +102,7 @@ TEST(FrrNamesTest, RefusedAtTheirPlace) {
                          p.expression ? std::end(kBadExpressions) : std::end(kBadNames));
     if (!p.expression) bad.push_back({longName.c_str(), "is longer than FRR's 128 bytes"});
     for (const Bad& b : bad) {
-      const std::string file = scenarioFile("names.yaml", scenarioWith(p, b.yaml));
+      const std::string file = scenarioFile("names-refused.yaml", scenarioWith(p, b.yaml));
       const auto r = runTool({"frr", file});
       EXPECT_EQ(r.status, 2) << p.what << ' ' << b.yaml;
       EXPECT_NE(r.err.find(file + ':' + std::to_string(p.line) + ':'), std::string::npos)
@@ -123,7 +123,7 @@ TEST(FrrNamesTest, WordsFrrHoldsPass) {
     for (const std::string& good :
          {std::string(R"("a!b?c#")"), std::string(R"("caf\u00e9")"), longest}) {
       const std::string name = p.expression ? std::string(R"("^1 2$")") : good;
-      const auto r = runTool({"frr", scenarioFile("names.yaml", scenarioWith(p, name))});
+      const auto r = runTool({"frr", scenarioFile("names-held.yaml", scenarioWith(p, name))});
       EXPECT_EQ(r.err.find(": error: "), std::string::npos) << p.what << ' ' << name << r.err;
       EXPECT_EQ(r.status, 0) << p.what << ' ' << name;
     }
