@@ -11,7 +11,7 @@
 #include <random>
 #include <vector>
 
-#include "framework/rib/MioSink.h"
+#include "framework/rib/EngineModel.h"
 
 namespace {
 

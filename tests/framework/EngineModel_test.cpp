@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "framework/rib/Mio.h"
-#include "framework/rib/MioSink.h"
+#include "framework/rib/EngineModel.h"
 
 namespace {
 

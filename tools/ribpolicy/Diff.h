@@ -22,7 +22,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/rib/MioSink.h"
+#include "framework/rib/EngineModel.h"
 #include "tools/ribpolicy/TextWriter.h"
 
 namespace ribpolicy {

@@ -13,7 +13,7 @@
 #include <string_view>
 
 #include "framework/config/PolicyMap.h"
-#include "framework/rib/MioSink.h"
+#include "framework/rib/EngineModel.h"
 
 namespace ribpolicy {
 
