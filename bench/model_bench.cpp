@@ -15,6 +15,8 @@
 
 namespace {
 
+using Vox::U32;
+
 void executeEntry(U32 seq, bool del) {
   auto path = Vox::make<Rib::MioTagArray>();
   path->doPushPath(512);

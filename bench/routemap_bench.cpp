@@ -12,6 +12,8 @@
 
 namespace {
 
+using Vox::U32;
+
 namespace RM = Routing::RouteMap;
 constexpr int kMaps = 10'000;
 

@@ -21,6 +21,8 @@
 
 namespace {
 
+using Vox::U32;
+
 // Whether this binary carries the trace code (bench/trace-cost.sh compares the two builds).
 [[maybe_unused]] const bool kTraceContext =
     (benchmark::AddCustomContext("trace", Vox::kTraceCompiled ? "compiled in" : "compiled out"),

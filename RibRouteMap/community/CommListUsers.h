@@ -59,13 +59,13 @@ struct CommSetClauseInMapEntry {
 };
 
 // The clauses that use one community list, keyed by clause.
-class CommSetClauseMapEntryColl : public Vox::PtrInterface {
+class CommSetClauseMapEntryColl : public Vox::PtrInterface,
+                                  public Vox::NotifierBase<CommSetClauseMapEntryColl> {
  public:
   class Notifiee : public Vox::NotifieeBase<CommSetClauseMapEntryColl, Notifiee> {
    public:
     virtual void onCommSetClause(const MapEntryCommSetClause& /*clause*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll =
       std::unordered_map<MapEntryCommSetClause, CommSetClauseInMapEntry, MapEntryCommSetClauseHash>;
@@ -86,13 +86,12 @@ class CommSetClauseMapEntryColl : public Vox::PtrInterface {
 Vox::Ptr<CommSetClauseMapEntryColl> commSetClauseMapEntryCollFactory(const Vox::Name& name);
 
 // Per VRF: the clause collections, keyed by community-list name (ascending).
-class CommListUsers : public Vox::PtrInterface {
+class CommListUsers : public Vox::PtrInterface, public Vox::NotifierBase<CommListUsers> {
  public:
   class Notifiee : public Vox::NotifieeBase<CommListUsers, Notifiee> {
    public:
     virtual void onCommListUser(const Vox::Name& /*listName*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll = std::map<Vox::Name, Vox::Ptr<CommSetClauseMapEntryColl>, std::less<>>;
 

@@ -3,7 +3,7 @@
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
 #include "RibRouteMap/root/Root.h"
-#include "framework/vox/Fatal.h"
+#include "framework/vox/Assert.h"
 
 namespace RibRouteMap {
 

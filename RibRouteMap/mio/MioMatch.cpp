@@ -8,7 +8,7 @@
 #include "RibRouteMap/mio/RibRouteMapUtil.h"
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
-#include "framework/vox/Fatal.h"
+#include "framework/vox/Assert.h"
 
 namespace RibRouteMap {
 

@@ -94,7 +94,7 @@ class VrfStatusSm : public Vox::Reactor {
   Vox::ReactorSlot<RibDynamicPrefixList::DynPfxConfigSm> dynPfxConfigSm_{this};
 };
 
-class Root : public Vox::PtrInterface {
+class Root : public Vox::PtrInterface, public Vox::NotifierBase<Root> {
  public:
   class Notifiee : public Vox::NotifieeBase<Root, Notifiee> {
    public:
@@ -108,7 +108,6 @@ class Root : public Vox::PtrInterface {
     virtual void onPolicyMap() {}
     virtual void onVrfStatusSm() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   explicit Root(Vox::Name name);
   ~Root() override;

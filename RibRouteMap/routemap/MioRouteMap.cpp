@@ -5,7 +5,7 @@
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
-#include "framework/vox/Fatal.h"
+#include "framework/vox/Assert.h"
 
 namespace RibRouteMap {
 

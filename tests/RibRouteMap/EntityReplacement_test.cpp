@@ -13,6 +13,8 @@
 
 namespace {
 
+using Vox::U32;
+
 using test_support::LibraryAgent;
 
 struct ChangeCase {

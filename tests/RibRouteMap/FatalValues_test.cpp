@@ -17,6 +17,8 @@
 
 namespace {
 
+using Vox::U32;
+
 namespace RM = Routing::RouteMap;
 
 struct NullCase {

@@ -13,6 +13,9 @@
 
 namespace {
 
+using Vox::U32;
+using Vox::U8;
+
 using Rib::OpRecord;
 using Rib::PathEntry;
 using ribpolicy::JsonLinesWriter;

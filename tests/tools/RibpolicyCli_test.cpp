@@ -12,6 +12,8 @@
 
 namespace {
 
+using Vox::U32;
+
 using test_support::lines;
 using test_support::runTool;
 using test_support::scenarioFile;

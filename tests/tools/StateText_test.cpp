@@ -12,6 +12,9 @@
 
 namespace {
 
+using Vox::U32;
+using Vox::U8;
+
 using Rib::PathEntry;
 using ribpolicy::Json;
 using ribpolicy::jsonBytes;

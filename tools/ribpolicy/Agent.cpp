@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "framework/l3/VrfName.h"
-#include "framework/vox/Fatal.h"
+#include "framework/vox/Assert.h"
 
 namespace ribpolicy {
 

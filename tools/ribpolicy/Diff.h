@@ -27,6 +27,8 @@
 
 namespace ribpolicy {
 
+using Vox::U32;
+
 struct NodeChange {
   enum class Kind : std::uint8_t { added, removed, changed };
   Kind kind = Kind::added;

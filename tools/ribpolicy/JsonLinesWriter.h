@@ -10,6 +10,9 @@
 
 namespace ribpolicy {
 
+using Vox::U32;
+using Vox::U8;
+
 // Writes every operation and commit as one JSON object a line:
 //   {"op":"routeMap","path":[[512],[576,"RM1"]],"values":[[0,"str","RM1"]]}
 //   {"op":"RouteMapSetOpMode","path":[[256]],"scalars":[[18,"u32",0]]}

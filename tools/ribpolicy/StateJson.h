@@ -17,6 +17,9 @@
 
 namespace ribpolicy {
 
+using Vox::U32;
+using Vox::U8;
+
 using Json = nlohmann::ordered_json;
 
 // The JSON string value that carries the bytes of `bytes` one code point each.

@@ -22,6 +22,9 @@
 
 namespace ribpolicy {
 
+using Vox::U32;
+using Vox::U8;
+
 // The node name of a path tag ("route-map" for 576), or nothing for a tag the library does
 // not use.
 std::optional<std::string_view> pathTagName(U32 tag);

@@ -9,6 +9,8 @@
 namespace RibRouteMap {
 namespace {
 
+using Vox::U32;
+
 using Routing::RouteMap::CommunitySet;
 using SetPtr = Vox::Ptr<CommunitySet const>;
 
