@@ -1,6 +1,10 @@
 #!/usr/bin/env bash
 # The library folders may include only the standard library and each other: any quoted
 # include must name a file of the library, and any angle include a standard header.
+# Within the route-map library each kind of policy object keeps to its folder: a kind includes
+# another kind only through the command channel (mio/), and reaches its owning state machine
+# through the filter-list state machine's header; the channel gathers the kinds' command
+# headers (Mio*.h), never their state machines; root/ and filterlist/ gather the kinds.
 set -u
 root=${1:-.}
 cd "$root" || exit 2
@@ -12,6 +16,19 @@ while IFS= read -r line; do
   # include would make the two libraries depend on each other.
   if [[ "$file" == RibDynamicPrefixList/* && "$inc" == \"RibRouteMap/* ]]; then
     echo "$file: dynamic-prefix-list library includes the route-map library: $inc"; bad=1
+  fi
+  if [[ "$file" =~ ^RibRouteMap/(acl|aspath|community|prefixlist|routemap|peerfilter)/ ]]; then
+    kind=${BASH_REMATCH[1]}
+    case "$inc" in
+      \"RibRouteMap/$kind/*|\"RibRouteMap/mio/*|\"RibRouteMap/filterlist/AclListConfigSm.h\") ;;
+      \"RibRouteMap/*) echo "$file: the $kind kind includes another kind other than through the channel: $inc"; bad=1 ;;
+    esac
+  fi
+  if [[ "$file" == RibRouteMap/mio/* && "$inc" == \"RibRouteMap/* ]]; then
+    case "$inc" in
+      \"RibRouteMap/mio/*|\"RibRouteMap/*/Mio*.h\") ;;
+      *) echo "$file: the command channel includes more of a kind than its commands: $inc"; bad=1 ;;
+    esac
   fi
   case "$inc" in
     \"framework/*|\"RibRouteMap/*|\"RibDynamicPrefixList/*|\"RoutingPolicyMap/*) ;;

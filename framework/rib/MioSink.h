@@ -109,6 +109,15 @@ class CountingSink : public MioSink {
   std::size_t commits_ = 0;
 };
 
+// Keeps nothing: for operations dropped on purpose, such as a teardown that nobody watches.
+// (With no sink installed at all they are dropped too, but the library traces each at level 1,
+// so that a host that forgot its sink learns it.)
+class DiscardingSink : public MioSink {
+ public:
+  void execute(const MioOp&) override {}
+  void commit(CommitKind) override {}
+};
+
 class TeeSink : public MioSink {
  public:
   explicit TeeSink(std::vector<MioSink*> sinks) : sinks_(std::move(sinks)) {}

@@ -9,6 +9,7 @@
 
 #include "RibRouteMap/acl/AclConfigSm.h"
 #include "RibRouteMap/filterlist/AclListConfigSm.h"
+#include "RibRouteMap/root/VrfStatusSm.h"
 #include "tests/support/Harness.h"
 
 namespace {

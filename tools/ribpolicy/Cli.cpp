@@ -253,7 +253,8 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
     }
   }
   // What the library sends while its VRF state goes is not part of the scenario.
-  Rib::ScopedSink quiet(nullptr);
+  Rib::DiscardingSink dropped;
+  Rib::ScopedSink quiet(&dropped);
   agent.teardown();
   return kExitOk;
 }
@@ -271,7 +272,8 @@ int printState(const Scenario& scenario, std::size_t steps, std::ostream& out) {
   }
   writeState(out, model.committed(), *agent.policyMap(), true);
   out << '\n';
-  Rib::ScopedSink quiet(nullptr);
+  Rib::DiscardingSink dropped;
+  Rib::ScopedSink quiet(&dropped);
   agent.teardown();
   return kExitOk;
 }

@@ -97,7 +97,8 @@ std::vector<StepVerdict> verifyScenario(const Scenario& scenario) {
       verdicts.push_back(std::move(v));
     }
   }
-  Rib::ScopedSink quiet(nullptr);
+  Rib::DiscardingSink dropped;
+  Rib::ScopedSink quiet(&dropped);
   agent.teardown();
   return verdicts;
 }

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/root/VrfStatusSm.h"
 #include "tests/support/Harness.h"
 
 namespace {
