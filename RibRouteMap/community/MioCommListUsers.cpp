@@ -3,7 +3,6 @@
 // a community-list change reaches the route maps.
 #include "RibRouteMap/community/MioCommunity.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "RibRouteMap/mio/Trace.h"
@@ -71,15 +70,10 @@ void MioCommunity::refreshCommListUsersOf(const String& listName) const {
   if (!users) return;
   const Vox::Ptr<CommSetClauseMapEntryColl> coll = users->commListUser(listName);
   if (!coll) return;
-  // A copy in clause order: the same order on every run, and re-issuing a clause cannot
-  // disturb the walk.
+  // A copy, in clause order: re-issuing a clause cannot disturb the walk.
   std::vector<CommSetClauseInMapEntry> records;
   records.reserve(coll->commSetClause().size());
   for (const auto& [clause, record] : coll->commSetClause()) records.push_back(record);
-  std::sort(records.begin(), records.end(),
-            [](const CommSetClauseInMapEntry& a, const CommSetClauseInMapEntry& b) {
-              return a.mapEntryClause < b.mapEntryClause;
-            });
   for (const CommSetClauseInMapEntry& record : records) {
     doSetCommunity(record.mapEntryClause.mapName, record.mapEntryClause.mapSeqno, record.commSet);
   }
