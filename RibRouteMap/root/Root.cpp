@@ -1,5 +1,7 @@
 #include "RibRouteMap/root/Root.h"
 
+#include <utility>
+
 #include "RibRouteMap/community/CommListUsers.h"
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Trace.h"
@@ -69,6 +71,21 @@ void Root::dynPfxListConfigIs(const DynPfxListConfigPtr& v) {
 }
 void Root::policyMapIs(const PolicyMapPtr& v) {
   configIs(inputs_.policyMap, v, &Notifiee::onPolicyMap);
+}
+
+void Root::inputsIs(const VrfInputs& v) {
+  if (v == inputs_) return;
+  const VrfInputs before = std::exchange(inputs_, v);
+  handleStatusSmCtorArg();
+  const auto changed = [&](const auto& was, const auto& is, void (Notifiee::*on)()) {
+    if (was != is) notify([&](Notifiee& n) { (n.*on)(); });
+  };
+  changed(before.routeMapConfig, v.routeMapConfig, &Notifiee::onRouteMapConfig);
+  changed(before.peerFilterConfig, v.peerFilterConfig, &Notifiee::onPeerFilterConfig);
+  changed(before.aclListConfig, v.aclListConfig, &Notifiee::onAclListConfig);
+  changed(before.aclConfig, v.aclConfig, &Notifiee::onAclConfig);
+  changed(before.dynPfxListConfig, v.dynPfxListConfig, &Notifiee::onDynPfxListConfig);
+  changed(before.policyMap, v.policyMap, &Notifiee::onPolicyMap);
 }
 
 void Root::commListUsersIs(const Vox::Name& name) {

@@ -84,6 +84,10 @@ class Root : public Vox::PtrInterface, public Vox::NotifierBase<Root> {
   void aclConfigIs(const AclConfigPtr& v);
   void dynPfxListConfigIs(const DynPfxListConfigPtr& v);
   void policyMapIs(const PolicyMapPtr& v);
+  // Every input in one call: the VRF state is built, replaced or deleted once, for the inputs
+  // as a whole, and then each input that changed notifies. The way a host attaches and detaches
+  // its configuration.
+  void inputsIs(const VrfInputs& v);
   void commListUsersIs(const Vox::Name& name);
   void commListUsersDel();
 

@@ -77,3 +77,9 @@ using Vox::S64;
 using Vox::U32;
 using Vox::U8;
 }  // namespace RibDynamicPrefixList
+
+namespace RibText {
+using Vox::S64;
+using Vox::U32;
+using Vox::U8;
+}  // namespace RibText

@@ -13,13 +13,13 @@
 
 #include "RibDynamicPrefixList/Trace.h"
 #include "RibRouteMap/mio/Trace.h"
+#include "RibText/JsonLinesWriter.h"
 #include "framework/rib/MioSink.h"
 #include "framework/vox/Trace.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
 #include "tools/ribpolicy/Diff.h"
 #include "tools/ribpolicy/Graph.h"
-#include "tools/ribpolicy/JsonLinesWriter.h"
 #include "tools/ribpolicy/References.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 #include "tools/ribpolicy/StateJson.h"
@@ -204,7 +204,7 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
   Rib::EngineModel model;
   const auto form = options.numeric ? TextWriter::Form::numeric : TextWriter::Form::readable;
   TextWriter text(out, form);
-  ribpolicy::JsonLinesWriter jsonl(out);
+  RibText::JsonLinesWriter jsonl(out);
   // The engine's state is kept only when something reads it: a model of a million entries
   // costs more than everything else a run holds.
   std::vector<Rib::MioSink*> sinks;

@@ -1,11 +1,16 @@
 #include "tools/ribpolicy/Diff.h"
 
-#include "tools/ribpolicy/JsonLinesWriter.h"
-#include "tools/ribpolicy/TagNames.h"
+#include "RibText/JsonLinesWriter.h"
+#include "RibText/TagNames.h"
 
 namespace ribpolicy {
 
 namespace {
+
+using RibText::JsonLinesWriter;
+using RibText::nodeTagOf;
+using RibText::readablePath;
+using RibText::readableValue;
 
 using Node = Rib::EngineModel::Node;
 using Path = std::vector<Rib::PathEntry>;

@@ -8,10 +8,7 @@
 
 #include "framework/rib/MioSink.h"
 
-namespace ribpolicy {
-
-using Vox::U32;
-using Vox::U8;
+namespace RibText {
 
 // Writes every operation and commit as one JSON object a line:
 //   {"op":"routeMap","path":[[512],[576,"RM1"]],"values":[[0,"str","RM1"]]}
@@ -40,4 +37,4 @@ class JsonLinesWriter : public Rib::MioSink {
   std::ostream& out_;
 };
 
-}  // namespace ribpolicy
+}  // namespace RibText

@@ -8,8 +8,8 @@
 #include "framework/rib/Mio.h"
 #include "framework/rib/MioSink.h"
 
+#include "RibText/JsonLinesWriter.h"
 #include "tests/support/Harness.h"
-#include "tools/ribpolicy/JsonLinesWriter.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ using Vox::U8;
 
 using Rib::OpRecord;
 using Rib::PathEntry;
-using ribpolicy::JsonLinesWriter;
+using RibText::JsonLinesWriter;
 
 PathEntry at(U32 tag) {
   return {tag, PathEntry::Kind::none, 0, {}};

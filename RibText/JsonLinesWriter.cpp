@@ -1,11 +1,11 @@
-#include "tools/ribpolicy/JsonLinesWriter.h"
+#include "RibText/JsonLinesWriter.h"
 
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <variant>
 
-namespace ribpolicy {
+namespace RibText {
 
 using Rib::CommitKind;
 using Rib::MioOp;
@@ -143,4 +143,4 @@ void JsonLinesWriter::commit(CommitKind kind) {
   out_ << commitLine(kind) << '\n';
 }
 
-}  // namespace ribpolicy
+}  // namespace RibText
