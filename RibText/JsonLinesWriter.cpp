@@ -1,6 +1,5 @@
 #include "RibText/JsonLinesWriter.h"
 
-#include <string>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -8,121 +7,80 @@
 namespace RibText {
 
 using Rib::CommitKind;
-using Rib::MioOp;
 using Rib::OpRecord;
 using Rib::PathEntry;
-using Rib::Reset;
-using Rib::typeName;
-using Rib::typeOf;
 using Rib::ValueData;
 
-void JsonLinesWriter::appendTaggedValue(std::string& out, U32 tag, const ValueData& data) {
-  out += '[';
-  out += std::to_string(tag);
-  out += ",\"";
-  out += typeName(typeOf(data));
-  out += '"';
+void writeTaggedValue(JsonWriter& w, U32 tag, const ValueData& data) {
+  w.open('[');
+  w.item().number(tag);
+  w.item().string(Rib::typeName(Rib::typeOf(data)));
   std::visit(
       [&](const auto& x) {
         using T = std::decay_t<decltype(x)>;
-        if constexpr (std::is_same_v<T, U32>) {
-          out += ',' + std::to_string(x);
-        } else if constexpr (std::is_same_v<T, U8>) {
+        if constexpr (std::is_same_v<T, U32> || std::is_same_v<T, U8>) {
           // A U8 is a number, not a character.
-          out += ',' + std::to_string(static_cast<unsigned>(x));
+          w.item().number(x);
         } else if constexpr (std::is_same_v<T, std::string>) {
-          out += ',';
-          JsonLinesWriter::appendJsonString(out, x);
+          w.item().string(x);
         } else if constexpr (std::is_same_v<T, bool>) {
-          out += x ? ",true" : ",false";
+          w.item().boolean(x);
         } else if constexpr (std::is_same_v<T, Vela::IpAddr> || std::is_same_v<T, Vela::Ip6Addr>) {
-          out += ',';
-          JsonLinesWriter::appendJsonString(out, x.toString());
+          w.item().string(x.toString());
         } else if constexpr (std::is_same_v<T, std::vector<U32>>) {
-          out += ",[";
-          for (std::size_t i = 0; i < x.size(); ++i) {
-            if (i) out += ',';
-            out += std::to_string(x[i]);
-          }
-          out += ']';
-        } else if constexpr (std::is_same_v<T, Reset>) {
+          w.item().open('[');
+          for (const U32 word : x) w.item().number(word);
+          w.close(']');
+        } else if constexpr (std::is_same_v<T, Rib::Reset>) {
           // A reset carries no payload: [tag,"reset"].
         } else {
           static_assert(!sizeof(T), "every value type needs a JSON form");
         }
       },
       data);
-  out += ']';
+  w.close(']');
 }
 
-void JsonLinesWriter::appendJsonString(std::string& out, std::string_view s) {
-  static constexpr char kHex[] = "0123456789abcdef";
-  out += '"';
-  for (unsigned char c : s) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += static_cast<char>(c);
-    } else if (c < 0x20 || c > 0x7e) {
-      // One escape per byte, never a UTF-8 decoding: packed binary strings must come back
-      // byte for byte, and most of them are not valid UTF-8 at all.
-      out += "\\u00";
-      out += kHex[c >> 4];
-      out += kHex[c & 0xf];
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  out += '"';
-}
-
-void JsonLinesWriter::appendPath(std::string& out, const std::vector<PathEntry>& path) {
-  out += '[';
-  for (std::size_t i = 0; i < path.size(); ++i) {
-    const PathEntry& e = path[i];
-    if (i) out += ',';
-    out += '[';
-    out += std::to_string(e.tag);
+void writePath(JsonWriter& w, const std::vector<PathEntry>& path) {
+  w.open('[');
+  for (const PathEntry& e : path) {
+    w.item().open('[');
+    w.item().number(e.tag);
     switch (e.kind) {
       case PathEntry::Kind::none:
         break;
       case PathEntry::Kind::string:
-        out += ',';
-        appendJsonString(out, e.str);
+        w.item().string(e.str);
         break;
       case PathEntry::Kind::u32:
-        out += ',' + std::to_string(e.u32);
+        w.item().number(e.u32);
         break;
     }
-    out += ']';
+    w.close(']');
   }
-  out += ']';
+  w.close(']');
 }
 
 std::string JsonLinesWriter::opLine(const OpRecord& op) {
-  std::string out = "{\"op\":";
-  appendJsonString(out, op.name);
-  out += ",\"path\":";
-  appendPath(out, op.path);
+  JsonWriter w;
+  w.open('{');
+  w.member("op").string(op.name);
+  writePath(w.member("path"), op.path);
   if (!op.values.empty()) {
-    out += ",\"values\":[";
-    for (std::size_t i = 0; i < op.values.size(); ++i) {
-      if (i) out += ',';
-      appendTaggedValue(out, op.values[i].tag, op.values[i].data);
-    }
-    out += ']';
+    w.member("values").open('[');
+    for (const Rib::TaggedValue& v : op.values) writeTaggedValue(w.item(), v.tag, v.data);
+    w.close(']');
   }
   if (!op.scalars.empty()) {
-    out += ",\"scalars\":[";
-    for (std::size_t i = 0; i < op.scalars.size(); ++i) {
-      if (i) out += ',';
-      appendTaggedValue(out, op.scalars[i].tag,
-                        ValueData(std::in_place_type<U32>, op.scalars[i].value));
+    w.member("scalars").open('[');
+    for (const Rib::OpScalar& s : op.scalars) {
+      writeTaggedValue(w.item(), s.tag, ValueData(std::in_place_type<U32>, s.value));
     }
-    out += ']';
+    w.close(']');
   }
-  if (op.del) out += ",\"del\":true";
-  out += '}';
-  return out;
+  if (op.del) w.member("del").boolean(true);
+  w.close('}');
+  return w.take();
 }
 
 std::string JsonLinesWriter::commitLine(CommitKind kind) {
@@ -135,7 +93,7 @@ std::string JsonLinesWriter::commitLine(CommitKind kind) {
   return {};
 }
 
-void JsonLinesWriter::execute(const MioOp& op) {
+void JsonLinesWriter::execute(const Rib::MioOp& op) {
   out_ << opLine(OpRecord::of(op)) << '\n';
 }
 

@@ -3,7 +3,8 @@
 //
 // It gives the printer of named tags and values (TagNames.h: readable paths, values and whole
 // operations, communities in their usual forms, packed AS paths as AS numbers) and the sink that
-// writes the stream as JSON lines (JsonLinesWriter.h), for another program to read.
+// writes the stream as JSON lines (JsonLinesWriter.h), for another program to read, with the
+// streaming JSON writer it is made with (JsonWriter.h).
 #pragma once
 
 #if __cplusplus < 202002L
@@ -11,4 +12,5 @@
 #endif
 
 #include "RibText/JsonLinesWriter.h"
+#include "RibText/JsonWriter.h"
 #include "RibText/TagNames.h"

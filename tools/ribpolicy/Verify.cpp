@@ -2,8 +2,8 @@
 
 #include <set>
 
+#include "RibText/JsonWriter.h"
 #include "tools/ribpolicy/Agent.h"
-#include "tools/ribpolicy/StateJson.h"
 
 namespace ribpolicy {
 
@@ -11,12 +11,18 @@ namespace {
 
 std::string reasonsText(const RoutingPolicyMap::PolicyRequester* r) {
   if (!r) return "absent";
-  Json reasons = Json::array();
+  RibText::JsonWriter reasons;
+  reasons.open('[');
   for (const RoutingPolicyMap::Requester& x : r->reason()) {
-    reasons.push_back(
-        Json::array({x.plugin, x.mode, jsonBytes(x.configCli), jsonBytes(x.configKey)}));
+    reasons.item().open('[');
+    reasons.item().number(x.plugin);
+    reasons.item().number(x.mode);
+    reasons.item().string(x.configCli);
+    reasons.item().string(x.configKey);
+    reasons.close(']');
   }
-  return jsonText(reasons, false);
+  reasons.close(']');
+  return reasons.take();
 }
 
 void compareColl(const char* what, const RoutingPolicyMap::PolicyMap::Coll& left,
@@ -30,8 +36,9 @@ void compareColl(const char* what, const RoutingPolicyMap::PolicyMap::Coll& left
     const RoutingPolicyMap::PolicyRequester* lr = l == left.end() ? nullptr : l->second.ptr();
     const RoutingPolicyMap::PolicyRequester* rr = r == right.end() ? nullptr : r->second.ptr();
     if (lr && rr && lr->reason() == rr->reason()) continue;
-    out.push_back(std::string("policy-map ") + what + ' ' + jsonText(Json(jsonBytes(name)), false) +
-                  ": " + reasonsText(lr) + " vs " + reasonsText(rr));
+    std::string line = std::string("policy-map ") + what + ' ';
+    RibText::JsonWriter::appendString(line, name);
+    out.push_back(line + ": " + reasonsText(lr) + " vs " + reasonsText(rr));
   }
 }
 
