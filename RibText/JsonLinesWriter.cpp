@@ -11,9 +11,7 @@ using Rib::OpRecord;
 using Rib::PathEntry;
 using Rib::ValueData;
 
-void writeTaggedValue(JsonWriter& w, U32 tag, const ValueData& data) {
-  w.open('[');
-  w.item().number(tag);
+void writeValueItems(JsonWriter& w, const ValueData& data) {
   w.item().string(Rib::typeName(Rib::typeOf(data)));
   std::visit(
       [&](const auto& x) {
@@ -25,19 +23,34 @@ void writeTaggedValue(JsonWriter& w, U32 tag, const ValueData& data) {
           w.item().string(x);
         } else if constexpr (std::is_same_v<T, bool>) {
           w.item().boolean(x);
-        } else if constexpr (std::is_same_v<T, Vela::IpAddr> || std::is_same_v<T, Vela::Ip6Addr>) {
+        } else if constexpr (std::is_same_v<T, Vela::IpAddr>) {
+          // Written digit by digit: a state of a million entries holds a million addresses,
+          // and formatting each through the C library would cost more than the rest.
+          w.item().raw("\"");
+          for (int shift = 24; shift >= 0; shift -= 8) {
+            w.number((x.value() >> shift) & 0xff);
+            if (shift > 0) w.raw(".");
+          }
+          w.raw("\"");
+        } else if constexpr (std::is_same_v<T, Vela::Ip6Addr>) {
           w.item().string(x.toString());
         } else if constexpr (std::is_same_v<T, std::vector<U32>>) {
           w.item().open('[');
           for (const U32 word : x) w.item().number(word);
           w.close(']');
         } else if constexpr (std::is_same_v<T, Rib::Reset>) {
-          // A reset carries no payload: [tag,"reset"].
+          // A reset carries no payload.
         } else {
           static_assert(!sizeof(T), "every value type needs a JSON form");
         }
       },
       data);
+}
+
+void writeTaggedValue(JsonWriter& w, U32 tag, const ValueData& data) {
+  w.open('[');
+  w.item().number(tag);
+  writeValueItems(w, data);
   w.close(']');
 }
 

@@ -34,5 +34,7 @@ class JsonLinesWriter : public Rib::MioSink {
 // A path, [[512],[576,"RM1"]], and one value, [0,"str","RM1"], as an operation's line has them.
 void writePath(JsonWriter& w, const std::vector<Rib::PathEntry>& path);
 void writeTaggedValue(JsonWriter& w, U32 tag, const Rib::ValueData& data);
+// A value's type and payload as items of an array that is open: "u32",7 or "reset" alone.
+void writeValueItems(JsonWriter& w, const Rib::ValueData& data);
 
 }  // namespace RibText

@@ -3,18 +3,28 @@
 #include <charconv>
 #include <cstdint>
 #include <sstream>
-#include <type_traits>
 #include <utility>
-#include <variant>
 #include <vector>
 
+#include "RibText/JsonLinesWriter.h"
 #include "RibText/JsonWriter.h"
 
 namespace ribpolicy {
 
 using RibText::JsonWriter;
-using Vox::U32;
-using Vox::U8;
+
+void writeReasons(JsonWriter& w, const RoutingPolicyMap::PolicyRequester& requester) {
+  w.open('[');
+  for (const RoutingPolicyMap::Requester& r : requester.reason()) {
+    w.item().open('[');
+    w.item().number(r.plugin);
+    w.item().number(r.mode);
+    w.item().string(r.configCli);
+    w.item().string(r.configKey);
+    w.close(']');
+  }
+  w.close(']');
+}
 
 std::string nodeName(const Rib::PathEntry& entry) {
   std::string out = std::to_string(entry.tag);
@@ -33,44 +43,10 @@ std::string nodeName(const Rib::PathEntry& entry) {
 
 namespace {
 
-// An IPv4 address as "A.B.C.D", as IpAddr::toString writes it: a million of them go through
-// here, where formatting each through the C library would cost more than the rest of the value.
-void writeIpv4(JsonWriter& w, std::uint32_t a) {
-  w.raw("\"");
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    w.number((a >> shift) & 0xff);
-    if (shift > 0) w.raw(".");
-  }
-  w.raw("\"");
-}
-
 // [TYPE, VALUE].
 void writeValue(JsonWriter& w, const Rib::ValueData& value) {
   w.open('[');
-  w.item().string(Rib::typeName(Rib::typeOf(value)));
-  std::visit(
-      [&](const auto& x) {
-        using T = std::decay_t<decltype(x)>;
-        if constexpr (std::is_same_v<T, U32> || std::is_same_v<T, U8>) {
-          w.item().number(x);
-        } else if constexpr (std::is_same_v<T, std::string>) {
-          w.item().string(x);
-        } else if constexpr (std::is_same_v<T, bool>) {
-          w.item().boolean(x);
-        } else if constexpr (std::is_same_v<T, Vela::IpAddr>) {
-          writeIpv4(w.item(), x.value());
-        } else if constexpr (std::is_same_v<T, Vela::Ip6Addr>) {
-          w.item().string(x.toString());
-        } else if constexpr (std::is_same_v<T, std::vector<U32>>) {
-          w.item().open('[');
-          for (const U32 word : x) w.item().number(word);
-          w.close(']');
-        } else {
-          static_assert(std::is_same_v<T, Rib::Reset>);
-          // A reset removes its tag from a node, so a committed node never holds one.
-        }
-      },
-      value);
+  RibText::writeValueItems(w, value);
   w.close(']');
 }
 
@@ -111,18 +87,7 @@ void writeEngine(JsonWriter& w, const Rib::EngineModel::Node& node, Pending& pen
 
 void writeRequesters(JsonWriter& w, const RoutingPolicyMap::PolicyMap::Coll& coll) {
   w.open('{');
-  for (const auto& [name, requester] : coll) {
-    w.member(name).open('[');
-    for (const RoutingPolicyMap::Requester& r : requester->reason()) {
-      w.item().open('[');
-      w.item().number(r.plugin);
-      w.item().number(r.mode);
-      w.item().string(r.configCli);
-      w.item().string(r.configKey);
-      w.close(']');
-    }
-    w.close(']');
-  }
+  for (const auto& [name, requester] : coll) writeReasons(w.member(name), *requester);
   w.close('}');
 }
 

@@ -8,10 +8,14 @@
 #include <ostream>
 #include <string>
 
+#include "RibText/JsonWriter.h"
 #include "framework/config/PolicyMap.h"
 #include "framework/rib/EngineModel.h"
 
 namespace ribpolicy {
+
+// The reasons of a policy-map entry, [[plugin, mode, cli, key] ...], in their order.
+void writeReasons(RibText::JsonWriter& w, const RoutingPolicyMap::PolicyRequester& requester);
 
 // The member name of a child node: "512", "576=\"RM1\"", "578=10" (bytes, escaped when written).
 std::string nodeName(const Rib::PathEntry& entry);

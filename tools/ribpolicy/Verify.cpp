@@ -4,6 +4,7 @@
 
 #include "RibText/JsonWriter.h"
 #include "tools/ribpolicy/Agent.h"
+#include "tools/ribpolicy/StateJson.h"
 
 namespace ribpolicy {
 
@@ -12,16 +13,7 @@ namespace {
 std::string reasonsText(const RoutingPolicyMap::PolicyRequester* r) {
   if (!r) return "absent";
   RibText::JsonWriter reasons;
-  reasons.open('[');
-  for (const RoutingPolicyMap::Requester& x : r->reason()) {
-    reasons.item().open('[');
-    reasons.item().number(x.plugin);
-    reasons.item().number(x.mode);
-    reasons.item().string(x.configCli);
-    reasons.item().string(x.configKey);
-    reasons.close(']');
-  }
-  reasons.close(']');
+  writeReasons(reasons, *r);
   return reasons.take();
 }
 
