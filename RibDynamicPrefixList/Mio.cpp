@@ -45,7 +45,7 @@ RibPath Mio::mioPath() const {
 void Mio::execute(std::string_view opName, const String& name, const RibValue& values,
                   bool del) const {
   // As on the route-map channel: a host that forgot its sink learns it at trace level 1.
-  if (Rib::sink() == nullptr) {
+  if (dynPfxTrace().enabled(traceDelete) && Rib::sink() == nullptr) {
     DPL_TRACE(traceDelete, "Mio: no sink installed, operation dropped: " << opName);
   }
   RibPath path = mioPath();

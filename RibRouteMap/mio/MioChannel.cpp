@@ -40,8 +40,9 @@ RibValue MioChannel::ribValueIs() const {
 
 RibOp MioChannel::ribOpIs(std::string_view opName, const RibPath& path) const {
   // Without a sink the operation goes nowhere; a host that forgot to install one learns it
-  // from the lowest trace level that shows anything but errors.
-  if (Rib::sink() == nullptr) {
+  // from the lowest trace level that shows anything but errors. The level is looked at first,
+  // so that a switched-off trace costs what any other trace site costs.
+  if (routeMapTrace().enabled(traceDelete) && Rib::sink() == nullptr) {
     RM_TRACE(traceDelete, "Mio: no sink installed, operation dropped: " << opName);
   }
   return Vox::validPtr(Vox::make<Rib::MioOp>(opName, path));
