@@ -1,6 +1,7 @@
 #include "RibDynamicPrefixList/Mio.h"
 
 #include "RibDynamicPrefixList/Trace.h"
+#include "framework/rib/MioSink.h"
 
 namespace RibDynamicPrefixList {
 
@@ -43,6 +44,10 @@ RibPath Mio::mioPath() const {
 
 void Mio::execute(std::string_view opName, const String& name, const RibValue& values,
                   bool del) const {
+  // As on the route-map channel: a host that forgot its sink learns it at trace level 1.
+  if (dynPfxTrace().enabled(traceDelete) && Rib::sink() == nullptr) {
+    DPL_TRACE(traceDelete, "Mio: no sink installed, operation dropped: " << opName);
+  }
   RibPath path = mioPath();
   path->doPushString(kDynamicPrefixList, name);
   auto op = Vox::validPtr(Vox::make<Rib::MioOp>(opName, path));

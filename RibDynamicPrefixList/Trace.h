@@ -5,7 +5,7 @@
 // traced on their own; the levels mean the same in both.
 #pragma once
 
-#include "framework/vox/Trace.h"
+#include "framework/vox/TraceHandle.h"
 
 namespace RibDynamicPrefixList {
 

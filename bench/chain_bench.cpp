@@ -11,8 +11,7 @@
 #include <cstdio>
 #include <string>
 
-#include "RibRouteMap/root/Root.h"
-#include "framework/rib/MioSink.h"
+#include "bench/Library.h"
 
 namespace {
 
@@ -44,19 +43,10 @@ struct Chain {
   Vox::Ptr<RibRouteMap::Root> root;
 
   void start() {
-    root = RibRouteMap::rootFactory("bench");
-    root->vrfNameIs("default");
-    root->routeMapConfigIs(routeMaps);
-    root->peerFilterConfigIs(Vox::make<RM::PeerFilterConfig>());
-    root->aclListConfigIs(Vox::make<Acl::AclListConfig>());
-    root->aclConfigIs(Vox::make<Acl::Config>());
-    root->dynPfxListConfigIs(lists);
-    root->policyMapIs(policyMap);
+    root = bench::makeRoot();
+    root->inputsIs(bench::vrfInputs(routeMaps, nullptr, lists, policyMap));
   }
-  ~Chain() {
-    if (root) root->routeMapConfigIs(nullptr);
-    RibRouteMap::rmRoot = nullptr;
-  }
+  ~Chain() { bench::dropRoot(root); }
 };
 
 // R(n-1) -> R(n-2) -> ... -> R0; the head is R(n-1).

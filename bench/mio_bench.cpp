@@ -11,6 +11,8 @@
 
 namespace {
 
+using Vox::U32;
+
 constexpr int kOps = 1'000'000;
 
 void BM_MioPrefixEntry(benchmark::State& state) {

@@ -11,9 +11,11 @@
 #include <random>
 #include <vector>
 
-#include "framework/rib/MioSink.h"
+#include "framework/rib/EngineModel.h"
 
 namespace {
+
+using Vox::U32;
 
 void executeEntry(U32 seq, bool del) {
   auto path = Vox::make<Rib::MioTagArray>();

@@ -7,10 +7,11 @@
 // ordinary change, which must not grow with the number of maps).
 #include <benchmark/benchmark.h>
 
-#include "RibRouteMap/root/Root.h"
-#include "framework/rib/MioSink.h"
+#include "bench/Library.h"
 
 namespace {
+
+using Vox::U32;
 
 namespace RM = Routing::RouteMap;
 constexpr int kMaps = 10'000;
@@ -36,39 +37,27 @@ Vox::Ptr<RM::Config> makeConfig(int maps = kMaps) {
   return config;
 }
 
-// The library's root with every input attached but the route-map configuration.
-Vox::Ptr<RibRouteMap::Root> makeRoot() {
-  auto root = RibRouteMap::rootFactory("bench");
-  root->vrfNameIs("default");
-  root->peerFilterConfigIs(Vox::make<RM::PeerFilterConfig>());
-  root->aclListConfigIs(Vox::make<Acl::AclListConfig>());
-  root->aclConfigIs(Vox::make<Acl::Config>());
-  root->dynPfxListConfigIs(Vox::make<Routing::DynamicPrefixList::Config>());
-  root->policyMapIs(Vox::make<RoutingPolicyMap::PolicyMap>());
-  return root;
-}
-
 void BM_StartUpMaps(benchmark::State& state) {
   Rib::CountingSink sink;
   Rib::ScopedSink scope(&sink);
   const auto maps = static_cast<int>(state.range(0));
-  const auto config = makeConfig(maps);
-  auto root = makeRoot();
+  const RibRouteMap::VrfInputs inputs = bench::vrfInputs(makeConfig(maps));
+  auto root = bench::makeRoot();
   std::size_t startOps = 0;
   for (auto _ : state) {
     const std::size_t before = sink.ops();
-    root->routeMapConfigIs(config);
+    root->inputsIs(inputs);
     state.PauseTiming();
     startOps += sink.ops() - before;
     // Tearing the state down sends the clean-up of every sequence; it is not the start-up.
-    root->routeMapConfigIs(nullptr);
+    root->inputsIs({});
     state.ResumeTiming();
   }
   state.counters["ops_per_start"] = static_cast<double>(startOps) / state.iterations();
   state.counters["us_per_map"] =
       benchmark::Counter(static_cast<double>(maps) * state.iterations() * 1e-6,
                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-  RibRouteMap::rmRoot = nullptr;
+  bench::dropRoot(root);
 }
 BENCHMARK(BM_StartUpMaps)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(3);
 
@@ -76,15 +65,14 @@ void BM_RefreshOneMapOfTenThousand(benchmark::State& state) {
   Rib::CountingSink sink;
   Rib::ScopedSink scope(&sink);
   const auto config = makeConfig();
-  auto root = makeRoot();
-  root->routeMapConfigIs(config);
+  auto root = bench::makeRoot();
+  root->inputsIs(bench::vrfInputs(config));
   auto map = config->routeMap().at("RM5000");
   U32 version = 1;
   const std::size_t before = sink.ops();
   for (auto _ : state) map->versionIs(++version);
   state.counters["ops_per_refresh"] = static_cast<double>(sink.ops() - before) / state.iterations();
-  root->routeMapConfigIs(nullptr);
-  RibRouteMap::rmRoot = nullptr;
+  bench::dropRoot(root);
 }
 BENCHMARK(BM_RefreshOneMapOfTenThousand)->Unit(benchmark::kMicrosecond);
 

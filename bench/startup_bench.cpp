@@ -15,11 +15,11 @@
 
 #include <string>
 
-#include "RibRouteMap/root/Root.h"
-#include "framework/rib/MioSink.h"
-#include "framework/vox/Trace.h"
+#include "bench/Library.h"
 
 namespace {
+
+using Vox::U32;
 
 // Whether this binary carries the trace code (bench/trace-cost.sh compares the two builds).
 [[maybe_unused]] const bool kTraceContext =
@@ -47,23 +47,9 @@ Vox::Ptr<Acl::AclListConfig> prefixListConfig(int lists, int entries) {
   return config;
 }
 
-// The library's root with every input attached but the filter lists and, unless given, the
-// route maps.
-Vox::Ptr<RibRouteMap::Root> makeRoot(const Vox::Ptr<RM::Config>& routeMaps = nullptr) {
-  auto root = RibRouteMap::rootFactory("bench");
-  root->vrfNameIs("default");
-  root->routeMapConfigIs(routeMaps ? routeMaps : Vox::make<RM::Config>());
-  root->peerFilterConfigIs(Vox::make<RM::PeerFilterConfig>());
-  root->aclConfigIs(Vox::make<Acl::Config>());
-  root->dynPfxListConfigIs(Vox::make<Routing::DynamicPrefixList::Config>());
-  root->policyMapIs(Vox::make<RoutingPolicyMap::PolicyMap>());
-  return root;
-}
-
-void dropRoot(Vox::Ptr<RibRouteMap::Root>& root) {
-  root = nullptr;
-  RibRouteMap::rmRoot = nullptr;
-}
+using bench::dropRoot;
+using bench::makeRoot;
+using bench::vrfInputs;
 
 void opsRate(benchmark::State& state, std::size_t ops) {
   state.counters["ops_per_s"] =
@@ -79,7 +65,7 @@ void BM_StartUpPrefixLists(benchmark::State& state) {
   for (auto _ : state) {
     const std::size_t before = sink.ops();
     auto root = makeRoot();
-    root->aclListConfigIs(config);
+    root->inputsIs(vrfInputs(nullptr, config));
     ops += sink.ops() - before;
     state.PauseTiming();
     dropRoot(root);
@@ -151,7 +137,7 @@ void entryChange(benchmark::State& state, EntryChange kind) {
   Rib::CountingSink sink;
   Rib::ScopedSink scope(&sink);
   auto root = makeRoot();
-  root->aclListConfigIs(config);
+  root->inputsIs(vrfInputs(nullptr, config));
   const auto middle = static_cast<U32>(entries / 2 + 1);
   const Acl::PrefixEntry original = *list->entry(middle);
   Acl::PrefixEntry changed = original;
@@ -245,8 +231,8 @@ void BM_CommunityListFanOut(benchmark::State& state) {
   }
   Rib::CountingSink sink;
   Rib::ScopedSink scope(&sink);
-  auto root = makeRoot(maps);
-  root->aclListConfigIs(lists);
+  auto root = makeRoot();
+  root->inputsIs(vrfInputs(maps, lists));
   std::size_t ops = 0;
   U32 community = 0x10001;
   for (auto _ : state) {
@@ -258,7 +244,6 @@ void BM_CommunityListFanOut(benchmark::State& state) {
   state.counters["ns_per_clause"] =
       benchmark::Counter(static_cast<double>(clauses) * state.iterations() * 1e-9,
                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-  root->routeMapConfigIs(nullptr);
   dropRoot(root);
 }
 BENCHMARK(BM_CommunityListFanOut)

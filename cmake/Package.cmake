@@ -1,18 +1,37 @@
-# What an install provides to other projects: the library with its headers, the CMake package
-# (find_package(ribpolicy 0.2 CONFIG) and the imported target ribpolicy::ribpolicy) and a
-# pkg-config file. The build tree exports the same target, so a consumer can also point
+# What an install provides to other projects: the library and its text target with their public
+# headers, the CMake package (find_package(ribpolicy 0.2 CONFIG) and the imported targets
+# ribpolicy::ribpolicy and ribpolicy::text) and a pkg-config file for each. The build tree exports the same target, so a consumer can also point
 # ribpolicy_DIR at a build directory without installing.
 include(CMakePackageConfigHelpers)
 
 set(ribpolicy_config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ribpolicy)
 
-install(TARGETS ribpolicy_library EXPORT ribpolicyTargets
+install(TARGETS ribpolicy_library ribpolicy_text EXPORT ribpolicyTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-# Every header of the library folders, under one prefix so that the library's own
-# "RibRouteMap/root/Root.h" includes resolve the same way for consumers.
-foreach(dir IN LISTS library_dirs)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${dir} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ribpolicy
-          FILES_MATCHING PATTERN "*.h")
+
+# The public headers and every library header they include, and nothing else: the state
+# machines and the command channel stay inside the library (scripts/check-includes.sh checks
+# that this closure holds no state machine and no macro). Installed under one prefix so that
+# the headers' own "framework/vox/Ptr.h" includes resolve the same way for consumers.
+set(ribpolicy_public_headers RibRouteMap/Host.h RibText/Text.h)
+set(pending ${ribpolicy_public_headers})
+set(closure)
+while(pending)
+  list(POP_FRONT pending header)
+  if(header IN_LIST closure)
+    continue()
+  endif()
+  list(APPEND closure ${header})
+  file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^[ \t]*#[ \t]*include[ \t]*\"")
+  foreach(line IN LISTS includes)
+    string(REGEX REPLACE "^[^\"]*\"([^\"]+)\".*$" "\\1" included "${line}")
+    list(APPEND pending ${included})
+  endforeach()
+endwhile()
+foreach(header IN LISTS closure)
+  get_filename_component(dir ${header} DIRECTORY)
+  install(FILES ${PROJECT_SOURCE_DIR}/${header}
+          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ribpolicy/${dir})
 endforeach()
 
 install(EXPORT ribpolicyTargets NAMESPACE ribpolicy:: DESTINATION ${ribpolicy_config_dir})
@@ -38,5 +57,7 @@ else()
   string(REGEX REPLACE "/$" "" ribpolicy_pc_up "${ribpolicy_pc_up}")
   set(ribpolicy_pc_prefix "\${pcfiledir}/${ribpolicy_pc_up}")
 endif()
-configure_file(${PROJECT_SOURCE_DIR}/cmake/ribpolicy.pc.in ${PROJECT_BINARY_DIR}/ribpolicy.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/ribpolicy.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(pc ribpolicy ribpolicy-text)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc}.pc.in ${PROJECT_BINARY_DIR}/${pc}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${pc}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

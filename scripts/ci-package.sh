@@ -4,7 +4,8 @@
 #     and installs into a temporary prefix;
 #  2. the host example builds against that prefix with find_package and its output matches
 #     examples/host/expected.txt;
-#  3. pkg-config describes the installed library well enough to build the same example;
+#  3. pkg-config describes the installed library well enough to build the same example, C++20
+#     flag included, and an older standard gets a clear error instead of one deep inside;
 #  4. the host example also builds through add_subdirectory of the source tree, where this
 #     project's warnings-as-errors stay off;
 #  5. the bash completion completes the commands and option values.
@@ -40,11 +41,13 @@ fi
 cmake --build "$work/lib" -j "$jobs" >"$work/lib-build.log" || { cat "$work/lib-build.log"; fail "build"; }
 cmake --install "$work/lib" --prefix "$work/prefix" >/dev/null
 prefix=$work/prefix
-for f in include/ribpolicy/RibRouteMap/root/Root.h include/ribpolicy/framework/rib/MioSink.h \
-  include/ribpolicy/RibDynamicPrefixList/DynPfxConfigSm.h \
-  include/ribpolicy/RoutingPolicyMap/UpdatePolicyMap.h; do
+for f in include/ribpolicy/RibRouteMap/Host.h include/ribpolicy/RibText/Text.h \
+  include/ribpolicy/RibRouteMap/root/Root.h include/ribpolicy/framework/rib/MioSink.h; do
   [ -f "$prefix/$f" ] || fail "not installed: $f"
 done
+# The install holds the public headers and what they include: no state machine, no reactor.
+internals=$(find "$prefix/include" -name '*Sm.h' -o -name 'Reactor*.h' -o -path '*/mio/*')
+[ -z "$internals" ] || fail "internals installed: $internals"
 config=$(find "$prefix" -name ribpolicyConfigVersion.cmake)
 [ -n "$config" ] || fail "no ribpolicyConfigVersion.cmake installed"
 [ ! -e "$prefix/bin/ribpolicy" ] || fail "the library-only install holds the program"
@@ -57,11 +60,18 @@ check_host "$work/host/ribpolicy_host"
 
 step "host example: pkg-config"
 pc_dir=$(dirname "$(find "$prefix" -name ribpolicy.pc)")
-flags=$(PKG_CONFIG_PATH=$pc_dir pkg-config --cflags --libs ribpolicy) || fail "pkg-config ribpolicy"
+flags=$(PKG_CONFIG_PATH=$pc_dir pkg-config --cflags --libs ribpolicy-text) || fail "pkg-config ribpolicy-text"
 [ "$(PKG_CONFIG_PATH=$pc_dir pkg-config --modversion ribpolicy)" = "0.2.0" ] || fail "pkg-config version"
+# No flag of its own: the C++20 flag comes from the .pc file.
 # shellcheck disable=SC2086 # the flags are words
-"${CXX:-c++}" -std=c++20 examples/host/main.cpp $flags -o "$work/host-pc" || fail "build with: $flags"
+"${CXX:-c++}" examples/host/main.cpp $flags -o "$work/host-pc" || fail "build with: $flags"
 check_host "$work/host-pc"
+# shellcheck disable=SC2086
+if "${CXX:-c++}" -std=c++17 -fsyntax-only -I"$prefix/include/ribpolicy" examples/host/main.cpp \
+  2>"$work/cxx17.log"; then
+  fail "the host example compiled as C++17"
+fi
+grep -q "ribpolicy needs C++20" "$work/cxx17.log" || { cat "$work/cxx17.log"; fail "no clear error for C++17"; }
 
 step "host example: add_subdirectory"
 cmake -S examples/host -B "$work/sub" -DRIBPOLICY_HOST_VIA_SUBDIR=ON -DCMAKE_BUILD_TYPE=Release \

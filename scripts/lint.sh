@@ -56,7 +56,7 @@ if ! cmake -S . -B "$build" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DCMAKE_CXX_COMPI
 fi
 rm -f "$build.log"
 mapfile -t sources < <(git ls-files 'framework/*.cpp' 'RibRouteMap/*.cpp' \
-  'RibDynamicPrefixList/*.cpp' 'RoutingPolicyMap/*.cpp' 'tools/*.cpp')
+  'RibDynamicPrefixList/*.cpp' 'RoutingPolicyMap/*.cpp' 'RibText/*.cpp' 'tools/*.cpp')
 echo "== clang-tidy: ${#sources[@]} files"
 if ! printf '%s\n' "${sources[@]}" |
   xargs -P "$jobs" -n 4 "$tidy" -p "$build" --quiet --warnings-as-errors='*' 2>/dev/null; then

@@ -1,6 +1,5 @@
-// Standard IP access lists: a named list of permit or deny entries, each an IPv4 source
-// address with a full mask. None of these commands commits.
-#include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/acl/MioAcl.h"
+
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
 
@@ -8,14 +7,14 @@ namespace RibRouteMap {
 
 namespace {
 
-RibPath stdAclPath(const Mio& mio, const Vox::String& name) {
+RibPath stdAclPath(const MioChannel& mio, const Vox::String& name) {
   RibPath path = mio.ribPathIs(Tag::policyRoot);
   path->doPushPath(Tag::stdAcls);
   path->doPushString(Tag::stdAcl, name);
   return path;
 }
 
-RibPath stdAclEntryPath(const Mio& mio, const Vox::String& name, U32 seqno) {
+RibPath stdAclEntryPath(const MioChannel& mio, const Vox::String& name, U32 seqno) {
   RibPath path = stdAclPath(mio, name);
   path->doPushU32(Tag::stdAclEntry, seqno);
   return path;
@@ -31,7 +30,7 @@ Vela::IpAddr maskAddress(std::uint32_t mask) {
 
 }  // namespace
 
-void Mio::doAddIpStdAcl(const String& name) const {
+void MioAcl::doAddIpStdAcl(const String& name) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddIpStdAcl(Vox::String)"
                              << " name: " << name);
   RibValue v = ribValueIs();
@@ -39,8 +38,8 @@ void Mio::doAddIpStdAcl(const String& name) const {
   ribExecute("doAddIpStdAcl", stdAclPath(*this, name), v);
 }
 
-void Mio::doAddIpStdAclEntry(const String& name, U32 seqno, Acl::MatchPermit action,
-                             const Vela::IpAddrWithFullMask& source) const {
+void MioAcl::doAddIpStdAclEntry(const String& name, U32 seqno, Acl::MatchPermit action,
+                                const Vela::IpAddrWithFullMask& source) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddIpStdAclEntry(Vox::String, U32, Acl::MatchPermit, "
            "Vela::IpAddrWithFullMask)"
@@ -55,13 +54,13 @@ void Mio::doAddIpStdAclEntry(const String& name, U32 seqno, Acl::MatchPermit act
   ribExecute("doAddIpStdAclEntry", stdAclEntryPath(*this, name, seqno), v);
 }
 
-void Mio::doDelIpStdAcl(const String& name) const {
+void MioAcl::doDelIpStdAcl(const String& name) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDelIpStdAcl(Vox::String)"
                              << " name: " << name);
   ribExecute("doDelIpStdAcl", stdAclPath(*this, name), nullptr, true);
 }
 
-void Mio::doDelIpStdAclEntry(const String& name, U32 seqno) const {
+void MioAcl::doDelIpStdAclEntry(const String& name, U32 seqno) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDelIpStdAclEntry(Vox::String, U32)"
                              << " name: " << name << " seqno: " << seqno);
   ribExecute("doDelIpStdAclEntry", stdAclEntryPath(*this, name, seqno), nullptr, true);

@@ -9,7 +9,8 @@
 //
 // The list reactor remembers every entry it has seen present (commSetName): the engine may
 // hold a set for each, and those sets must go when the list goes.
-#include "RibRouteMap/filterlist/AclListConfigSm.h"
+#include "RibRouteMap/community/CommunityListSm.h"
+
 #include "RibRouteMap/mio/Trace.h"
 
 namespace RibRouteMap {

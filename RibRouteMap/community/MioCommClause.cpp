@@ -5,14 +5,14 @@
 // single entry refers to) or draws on configured community lists (then the internal list
 // refers to those lists' entry sets directly). Extended and large communities go through one
 // set per sequence (".e", ".l"). Every internal object is rebuilt whole: deleted, then added.
+#include "RibRouteMap/community/MioCommunity.h"
+
 #include <cstdio>
 #include <string>
 
-#include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
-#include "RibRouteMap/root/Root.h"
-#include "framework/vox/Fatal.h"
+#include "framework/vox/Assert.h"
 
 namespace RibRouteMap {
 
@@ -40,7 +40,8 @@ Vox::String exactNames(const Vox::String& names) {
 
 }  // namespace
 
-void Mio::doSetCommunity(const String& mapName, U32 seqno, const CommunitySetPtr& set) const {
+void MioCommunity::doSetCommunity(const String& mapName, U32 seqno,
+                                  const CommunitySetPtr& set) const {
   const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doSetCommunity(Vox::String, U32, "
@@ -53,8 +54,8 @@ void Mio::doSetCommunity(const String& mapName, U32 seqno, const CommunitySetPtr
                             cs.flag);
 }
 
-void Mio::doAddInternalCommunityList(const String& mapName, U32 seqno,
-                                     const CommunitySetPtr& set) const {
+void MioCommunity::doAddInternalCommunityList(const String& mapName, U32 seqno,
+                                              const CommunitySetPtr& set) const {
   const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
   const String clName = getInternalCommunityListName(mapName, seqno, cs.flag);
   const String csName = getInternalCommunitySetName(mapName, seqno, cs.flag);
@@ -74,8 +75,8 @@ void Mio::doAddInternalCommunityList(const String& mapName, U32 seqno,
   doAddCommunitySetToList(clName, kInternalEntrySeqno, csName, Acl::deny);
 }
 
-void Mio::doAddInternalMergeCommunityListName(const String& mapName, U32 seqno,
-                                              const CommunitySetPtr& set) const {
+void MioCommunity::doAddInternalMergeCommunityListName(const String& mapName, U32 seqno,
+                                                       const CommunitySetPtr& set) const {
   const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
   const String clName = getInternalCommunityListName(mapName, seqno, cs.flag);
   RM_TRACE(traceCommand,
@@ -86,7 +87,7 @@ void Mio::doAddInternalMergeCommunityListName(const String& mapName, U32 seqno,
   doAddCommunityList(clName);
   // The configured lists of the VRF; without them the list stays empty until the refresh of
   // its users fills it once the named lists are configured.
-  const AclListConfigPtr config = rmRoot ? rmRoot->aclListConfig() : nullptr;
+  const AclListConfigPtr& config = aclListConfig_;
   for (const std::string& listName : cs.communityListName) {
     RM_TRACE(traceCommand, "merging: " << listName << "into " << clName);
     if (!config) continue;
@@ -101,8 +102,8 @@ void Mio::doAddInternalMergeCommunityListName(const String& mapName, U32 seqno,
   }
 }
 
-void Mio::doApplyCommListToRouteMap(const String& mapName, U32 seqno, const String& clName,
-                                    Acl::CommSetFlag flag) const {
+void MioCommunity::doApplyCommListToRouteMap(const String& mapName, U32 seqno, const String& clName,
+                                             Acl::CommSetFlag flag) const {
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doApplyCommListToRouteMap(Vox::String, "
            "U32, Vox::String, Acl::CommSetFlag)"
@@ -117,8 +118,8 @@ void Mio::doApplyCommListToRouteMap(const String& mapName, U32 seqno, const Stri
   ribExecute("setCommunity", ribSetPathIs(mapName, seqno), v);
 }
 
-void Mio::doDeleteInternalCommunityList(const String& mapName, U32 seqno,
-                                        Acl::CommSetFlag flag) const {
+void MioCommunity::doDeleteInternalCommunityList(const String& mapName, U32 seqno,
+                                                 Acl::CommSetFlag flag) const {
   const String clName = getInternalCommunityListName(mapName, seqno, flag);
   const String csName = getInternalCommunitySetName(mapName, seqno, flag);
   RM_TRACE(traceCommand,
@@ -151,7 +152,7 @@ constexpr SetClauseTags kLargeClause{"setLargeCommunity", Tag::CommValue::largeS
 // The sequence's own set of that kind is rebuilt whole, then named on the set-action node with
 // the clause's mode: replacing (a false flag), adding (the kind's additive mode), or neither
 // for a delete clause. `replaces` forces the replacing mode.
-void applySetClause(const Mio& mio, const Vox::String& mapName, U32 seqno,
+void applySetClause(const MioChannel& mio, const Vox::String& mapName, U32 seqno,
                     const Vox::String& setName, Acl::CommSetFlag flag, bool replaces,
                     const SetClauseTags& tags) {
   RibValue v = mio.ribValueIs();
@@ -166,7 +167,8 @@ void applySetClause(const Mio& mio, const Vox::String& mapName, U32 seqno,
 
 }  // namespace
 
-void Mio::doSetExtCommunity(const String& mapName, U32 seqno, const CommunitySetPtr& set) const {
+void MioCommunity::doSetExtCommunity(const String& mapName, U32 seqno,
+                                     const CommunitySetPtr& set) const {
   const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
   const String name = getExtCommunitySetName(mapName, seqno);
   RM_TRACE(traceCommand,
@@ -179,7 +181,8 @@ void Mio::doSetExtCommunity(const String& mapName, U32 seqno, const CommunitySet
   applySetClause(*this, mapName, seqno, name, cs.flag, linkBandwidth, kExtendedClause);
 }
 
-void Mio::doSetLargeCommunity(const String& mapName, U32 seqno, const CommunitySetPtr& set) const {
+void MioCommunity::doSetLargeCommunity(const String& mapName, U32 seqno,
+                                       const CommunitySetPtr& set) const {
   const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
   const String name = getLargeCommunitySetName(mapName, seqno);
   RM_TRACE(traceCommand,
@@ -191,8 +194,9 @@ void Mio::doSetLargeCommunity(const String& mapName, U32 seqno, const CommunityS
   applySetClause(*this, mapName, seqno, name, cs.flag, false, kLargeClause);
 }
 
-void Mio::doSetExtCommunityLbwOpts(const String& mapName, U32 seqno,
-                                   Acl::ExtCommLinkBandwidthSetFlag flag, float bandwidth) const {
+void MioCommunity::doSetExtCommunityLbwOpts(const String& mapName, U32 seqno,
+                                            Acl::ExtCommLinkBandwidthSetFlag flag,
+                                            float bandwidth) const {
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doSetExtCommunityLbwOpts(Vox::String, "
            "U32, Acl::ExtCommLinkBandwidthSetFlag, float)"
@@ -230,9 +234,9 @@ void Mio::doSetExtCommunityLbwOpts(const String& mapName, U32 seqno,
   ribExecute("ExtCommSetLinkBwOpts", ribSetPathIs(mapName, seqno), v);
 }
 
-void Mio::doAddMatchCommunity(const String& mapName, U32 seqno,
-                              const Routing::RouteMap::CommListSet& comm, bool firstFlag,
-                              bool exact, Acl::CommunityType kind) const {
+void MioCommunity::doAddMatchCommunity(const String& mapName, U32 seqno,
+                                       const Routing::RouteMap::CommListSet& comm, bool firstFlag,
+                                       bool exact, Acl::CommunityType kind) const {
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doAddMatchCommunity(Vox::String, U32, "
            "Routing::RouteMap::CommListSet const&, bool, bool, "
@@ -277,7 +281,7 @@ void Mio::doAddMatchCommunity(const String& mapName, U32 seqno,
   ribExecute(opName, path, v);
 }
 
-void Mio::doDeleteMapSeqCommObjects(const String& mapName, U32 seqno) const {
+void MioCommunity::doDeleteMapSeqCommObjects(const String& mapName, U32 seqno) const {
   RM_TRACE(traceCommand, "      void RibRouteMap::Mio::doDeleteMapSeqCommObjects(Vox::String, U32)"
                              << "( " << mapName << "," << seqno << ")");
   delRmFromCommListUsers(mapName, seqno);

@@ -1,33 +1,23 @@
-// Which route-map clauses use which community list, kept on the root so that a change of a
-// list can re-issue every clause that draws on it. This is the only way a community-list
-// change reaches the route maps.
-#include <algorithm>
+// Which route-map clauses use which community list, kept by the root and handed to the channel,
+// so that a change of a list can re-issue every clause that draws on it. This is the only way
+// a community-list change reaches the route maps.
+#include "RibRouteMap/community/MioCommunity.h"
+
 #include <vector>
 
-#include "RibRouteMap/community/CommListUsers.h"
-#include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Trace.h"
-#include "RibRouteMap/root/Root.h"
 
 namespace RibRouteMap {
 
-namespace {
-
-Vox::Ptr<CommListUsers> trackingEntity() {
-  return rmRoot ? rmRoot->commListUsers() : nullptr;
-}
-
-}  // namespace
-
-void Mio::addRmClauseToCommListUsers(const String& mapName, U32 seqno,
-                                     const CommunitySetPtr& set) const {
+void MioCommunity::addRmClauseToCommListUsers(const String& mapName, U32 seqno,
+                                              const CommunitySetPtr& set) const {
   const Routing::RouteMap::CommunitySet& cs = *Vox::validPtr(set);
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::addRmClauseToCommListUsers(Vox::String, "
            "U32, Vox::Ptr<Routing::RouteMap::CommunitySet const>)"
                << "( " << mapName << "," << seqno << ")");
   const String clName = getInternalCommunityListName(mapName, seqno, cs.flag);
-  const Vox::Ptr<CommListUsers> users = trackingEntity();
+  const Vox::Ptr<CommListUsers>& users = commListUsers_;
   CommSetClauseInMapEntry record;
   record.mapEntryClause = MapEntryCommSetClause(mapName, seqno, cs.flag);
   record.commSet = set;
@@ -39,8 +29,8 @@ void Mio::addRmClauseToCommListUsers(const String& mapName, U32 seqno,
   }
 }
 
-void Mio::delRmFromCommListUsers(const String& mapName, U32 seqno) const {
-  const Vox::Ptr<CommListUsers> users = trackingEntity();
+void MioCommunity::delRmFromCommListUsers(const String& mapName, U32 seqno) const {
+  const Vox::Ptr<CommListUsers>& users = commListUsers_;
   if (!users) {
     // Only while the whole library is being torn down.
     RM_TRACE(traceCommand, "delRmFromCommListUsers"
@@ -73,22 +63,17 @@ void Mio::delRmFromCommListUsers(const String& mapName, U32 seqno) const {
   }
 }
 
-void Mio::refreshCommListUsersOf(const String& listName) const {
+void MioCommunity::refreshCommListUsersOf(const String& listName) const {
   RM_TRACE(traceCommand, "      void RibRouteMap::Mio::refreshCommListUsersOf(Vox::String)"
                              << "( " << listName << ")");
-  const Vox::Ptr<CommListUsers> users = trackingEntity();
+  const Vox::Ptr<CommListUsers>& users = commListUsers_;
   if (!users) return;
   const Vox::Ptr<CommSetClauseMapEntryColl> coll = users->commListUser(listName);
   if (!coll) return;
-  // A copy in clause order: the same order on every run, and re-issuing a clause cannot
-  // disturb the walk.
+  // A copy, in clause order: re-issuing a clause cannot disturb the walk.
   std::vector<CommSetClauseInMapEntry> records;
   records.reserve(coll->commSetClause().size());
   for (const auto& [clause, record] : coll->commSetClause()) records.push_back(record);
-  std::sort(records.begin(), records.end(),
-            [](const CommSetClauseInMapEntry& a, const CommSetClauseInMapEntry& b) {
-              return a.mapEntryClause < b.mapEntryClause;
-            });
   for (const CommSetClauseInMapEntry& record : records) {
     doSetCommunity(record.mapEntryClause.mapName, record.mapEntryClause.mapSeqno, record.commSet);
   }

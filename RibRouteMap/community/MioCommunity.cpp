@@ -5,10 +5,11 @@
 // (named after the list and the entry's sequence number) and one entry in each copy that
 // refers to that set. Sets, lists and entries are addressed by path texts rather than bare
 // names.
+#include "RibRouteMap/community/MioCommunity.h"
+
 #include <optional>
 #include <vector>
 
-#include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
 #include "framework/vox/Fatal.h"
@@ -69,21 +70,23 @@ std::optional<EntryForm> entryForm(Acl::CommunityListType type) {
   return std::nullopt;
 }
 
-RibPath commListPath(const Mio& mio, const Vox::String& listName) {
+RibPath commListPath(const MioChannel& mio, const Vox::String& listName) {
   RibPath path = mio.ribPathIs(Tag::policyRoot);
   path->doPushPath(Tag::commLists);
   path->doPushString(Tag::commListKey, kListPathPrefix + listName);
   return path;
 }
 
-RibPath commListEntryPath(const Mio& mio, const Vox::String& listName, const Vox::String& setName) {
+RibPath commListEntryPath(const MioChannel& mio, const Vox::String& listName,
+                          const Vox::String& setName) {
   RibPath path = commListPath(mio, listName);
   path->doPushPath(Tag::commListEntries);
   path->doPushString(Tag::commListEntryKey, kEntryPathPrefix + setName);
   return path;
 }
 
-RibPath commSetPath(const Mio& mio, const std::pair<U32, U32>& tags, const Vox::String& setName) {
+RibPath commSetPath(const MioChannel& mio, const std::pair<U32, U32>& tags,
+                    const Vox::String& setName) {
   RibPath path = mio.ribPathIs(Tag::policyRoot);
   path->doPushPath(tags.first);
   path->doPushString(tags.second, kSetPathPrefix + setName);
@@ -92,7 +95,7 @@ RibPath commSetPath(const Mio& mio, const std::pair<U32, U32>& tags, const Vox::
 
 // The values of a list entry that refers to set `setName`. The kind is left out for a list
 // type the engine does not know.
-RibValue entryValues(const Mio& mio, const Vox::String& setName, U32 seqno,
+RibValue entryValues(const MioChannel& mio, const Vox::String& setName, U32 seqno,
                      std::optional<Acl::CommunityType> kind, Acl::MatchPermit permit) {
   RibValue v = mio.ribValueIs();
   v->doPushString(Tag::CommValue::name, setName);
@@ -129,31 +132,31 @@ std::string_view clauseSuffix(Acl::CommSetFlag flag) {
 
 }  // namespace
 
-Vox::String Mio::getCommunitySetName(std::string_view listName, U32 seqno) {
+Vox::String MioCommunity::getCommunitySetName(std::string_view listName, U32 seqno) {
   return madeName(".", listName, seqno);
 }
 
-Vox::String Mio::getInternalCommunitySetName(std::string_view mapName, U32 seqno,
-                                             Acl::CommSetFlag flag) {
+Vox::String MioCommunity::getInternalCommunitySetName(std::string_view mapName, U32 seqno,
+                                                      Acl::CommSetFlag flag) {
   return madeName(".cs", mapName, seqno, clauseSuffix(flag));
 }
 
-Vox::String Mio::getInternalCommunityListName(std::string_view mapName, U32 seqno,
-                                              Acl::CommSetFlag flag) {
+Vox::String MioCommunity::getInternalCommunityListName(std::string_view mapName, U32 seqno,
+                                                       Acl::CommSetFlag flag) {
   return madeName(".cl", mapName, seqno, clauseSuffix(flag));
 }
 
-Vox::String Mio::getExtCommunitySetName(std::string_view mapName, U32 seqno) {
+Vox::String MioCommunity::getExtCommunitySetName(std::string_view mapName, U32 seqno) {
   return madeName(".e", mapName, seqno);
 }
 
-Vox::String Mio::getLargeCommunitySetName(std::string_view mapName, U32 seqno) {
+Vox::String MioCommunity::getLargeCommunitySetName(std::string_view mapName, U32 seqno) {
   return madeName(".l", mapName, seqno);
 }
 
 // --- Lists --------------------------------------------------------------------------------
 
-void Mio::doAddCommunityList(const String& name) const {
+void MioCommunity::doAddCommunityList(const String& name) const {
   RM_TRACE(traceCommand, "      void RibRouteMap::Mio::doAddCommunityList(Vox::String)"
                              << "( " << name << ", listPath " << kListPathPrefix + name << " )");
   RibValue v = ribValueIs();
@@ -161,15 +164,15 @@ void Mio::doAddCommunityList(const String& name) const {
   ribExecute("addCommunityList", commListPath(*this, name), v);
 }
 
-void Mio::doDelCommunityList(const String& name) const {
+void MioCommunity::doDelCommunityList(const String& name) const {
   RM_TRACE(traceCommand, "      void RibRouteMap::Mio::doDelCommunityList(Vox::String)"
                              << "( " << name << ", listPath " << kListPathPrefix + name << " )");
   ribExecute("delCommunityList", commListPath(*this, name), nullptr, true);
   doCommit();
 }
 
-void Mio::doAddCommunityListEntry(const String& listName,
-                                  const Acl::CommunityListEntry& entry) const {
+void MioCommunity::doAddCommunityListEntry(const String& listName,
+                                           const Acl::CommunityListEntry& entry) const {
   const String setName = getCommunitySetName(listName, entry.seqno());
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doAddCommunityListEntry(Vox::String, "
@@ -194,7 +197,7 @@ void Mio::doAddCommunityListEntry(const String& listName,
              commListEntryPath(*this, kExactPrefix + listName, setName), exact);
 }
 
-void Mio::doDelCommunityListEntry(const String& listName, U32 seqno) const {
+void MioCommunity::doDelCommunityListEntry(const String& listName, U32 seqno) const {
   const String setName = getCommunitySetName(listName, seqno);
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doDelCommunityListEntry(Vox::String, "
@@ -209,8 +212,8 @@ void Mio::doDelCommunityListEntry(const String& listName, U32 seqno) const {
              commListEntryPath(*this, kExactPrefix + listName, setName), nullptr, true);
 }
 
-void Mio::doAddCommunitySetToList(const String& listName, U32 seqno, const String& setName,
-                                  Acl::MatchPermit permit) const {
+void MioCommunity::doAddCommunitySetToList(const String& listName, U32 seqno, const String& setName,
+                                           Acl::MatchPermit permit) const {
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doAddCommunitySetToList(Vox::String, "
            "U32, Vox::String, Acl::MatchPermit)"
@@ -222,7 +225,8 @@ void Mio::doAddCommunitySetToList(const String& listName, U32 seqno, const Strin
 
 // --- Sets ---------------------------------------------------------------------------------
 
-void Mio::doAddListCommSet(const String& setName, const Acl::CommunityListEntry& entry) const {
+void MioCommunity::doAddListCommSet(const String& setName,
+                                    const Acl::CommunityListEntry& entry) const {
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doAddListCommSet(Vox::String, "
            "Acl::CommunityListEntry const&) "
@@ -251,8 +255,8 @@ void Mio::doAddListCommSet(const String& setName, const Acl::CommunityListEntry&
   doCommit();
 }
 
-bool Mio::doAddSetCommSet(const String& setName, const CommunitySetPtr& set,
-                          Acl::CommunityType kind) const {
+bool MioCommunity::doAddSetCommSet(const String& setName, const CommunitySetPtr& set,
+                                   Acl::CommunityType kind) const {
   RM_TRACE(traceCommand,
            "      bool RibRouteMap::Mio::doAddSetCommSet(Vox::String, "
            "Vox::Ptr<Routing::RouteMap::CommunitySet const>, Acl::CommunityType)"
@@ -292,7 +296,7 @@ bool Mio::doAddSetCommSet(const String& setName, const CommunitySetPtr& set,
   return linkBandwidth;
 }
 
-void Mio::doDelCommSet(const String& setName, Acl::CommunityType kind) const {
+void MioCommunity::doDelCommSet(const String& setName, Acl::CommunityType kind) const {
   RM_TRACE(traceCommand,
            "      void RibRouteMap::Mio::doDelCommSet(Vox::String, "
            "Acl::CommunityType) "

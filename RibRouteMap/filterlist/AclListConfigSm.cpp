@@ -1,6 +1,11 @@
 #include "RibRouteMap/filterlist/AclListConfigSm.h"
 
+#include <functional>
+
+#include "RibRouteMap/aspath/AsPathListSm.h"
+#include "RibRouteMap/community/CommunityListSm.h"
 #include "RibRouteMap/mio/Trace.h"
+#include "RibRouteMap/prefixlist/PrefixListSm.h"
 
 namespace RibRouteMap {
 
@@ -11,8 +16,31 @@ Vox::Ptr<AclListConfigSm> aclListConfigSmFactory(const AclListConfigSm::ConfigPt
 
 // --- AclListConfigSm --------------------------------------------------------------------
 
+namespace {
+
+// The collection `coll` of the configuration that `sm` watches, or null while it watches none.
+template <class List>
+std::function<const Acl::AclListConfig::Coll<List>*()> watched(
+    const AclListConfigSm* sm,
+    const Acl::AclListConfig::Coll<List>& (Acl::AclListConfig::*coll)() const) {
+  return [sm, coll]() -> const Acl::AclListConfig::Coll<List>* {
+    const AclListConfigSm::ConfigPtr config = sm->aclListConfig();
+    return config ? &((*config).*coll)() : nullptr;
+  };
+}
+
+}  // namespace
+
 AclListConfigSm::AclListConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName)
-    : vrfName_(vrfName) {
+    : vrfName_(vrfName),
+      pathList_(this, "RibRouteMap::AclListConfigSm::pathList",
+                watched<Acl::AsPathList>(this, &Acl::AclListConfig::pathList)),
+      prefixList_(this, "RibRouteMap::AclListConfigSm::prefixList",
+                  watched<Acl::PrefixList>(this, &Acl::AclListConfig::prefixList)),
+      ipv6PrefixList_(this, "RibRouteMap::AclListConfigSm::ipv6PrefixList",
+                      watched<Acl::Ipv6PrefixList>(this, &Acl::AclListConfig::ipv6PrefixList)),
+      communityList_(this, "RibRouteMap::AclListConfigSm::communityList",
+                     watched<Acl::CommunityList>(this, &Acl::AclListConfig::communityList)) {
   communityList_.zombieHookIs([this](VoxCommunityList& r) { vox_handleCommunityList(r); });
   aclConfig_.set(Vox::make<VoxAclConfig>(config, this));
   // The dialect goes first: switching it removes every AS-path list from the engine.

@@ -2,10 +2,10 @@
 // IPv6 prefix lists, AS-path access lists (with the VRF's regular-expression dialect) and
 // community lists.
 //
-// The list level lives here: a list that appears or goes is added to or deleted from the
-// engine by this state machine, before its nested reactor is made or removed, so the engine
-// knows a list before its entries arrive and forgets it before its reactor goes. The entry
-// level lives in one nested reactor per list, and each kind keeps its own rhythm:
+// The list level lives in this state machine: a list that appears or goes is added to or
+// deleted from the engine before its nested reactor is made or removed, so the engine knows a
+// list before its entries arrive and forgets it before its reactor goes. The entry level lives
+// in one nested reactor per list, and each kind keeps its own rhythm:
 //  - prefix lists collect the numbers of changed entries and send them in one batch when the
 //    list's version changes;
 //  - AS-path entries are sent as they change and committed when the version changes; a list
@@ -13,28 +13,24 @@
 //  - community-list entries are rewritten whole whenever their own version changes, and every
 //    change re-issues the route-map clauses that draw on the list.
 //
+// Each kind's code, its list-level handlers of this state machine included, is in the kind's
+// folder beside its commands (prefixlist/, aspath/, community/); this folder holds what the
+// kinds share: the configuration's reactor and the collections.
+//
 // Ownership: the state machine owns one VoxAclConfig (on the configuration) and the four
 // collections of list reactors; a community-list reactor owns one reactor per entry. Nested
 // reactors keep a plain back pointer to their owner. Deleting the state machine deletes them
 // all without sending anything.
 #pragma once
 
-#include <functional>
-#include <map>
 #include <string>
-#include <vector>
 
-#include "RibRouteMap/mio/Mio.h"
 #include "framework/config/AclListConfig.h"
 #include "framework/l3/VrfName.h"
 #include "framework/vox/Reactor.h"
 #include "framework/vox/ReactorColl.h"
 
 namespace RibRouteMap {
-
-// Whether `entry`'s expression is valid in dialect `mode`; no entry is valid in a dialect
-// other than 0 and 1.
-bool aspathEntryValidRegex(const Acl::AsPathEntry& entry, Acl::RegexMode mode);
 
 class AclListConfigSm : public Vox::Reactor {
  public:
@@ -62,119 +58,16 @@ class AclListConfigSm : public Vox::Reactor {
     AclListConfigSm* sm_;
   };
 
-  // The reactor of one prefix list of either family (`List` is Acl::PrefixList or
-  // Acl::Ipv6PrefixList): the two share their rhythm and differ only in the engine commands.
+  // The reactors of the three kinds of list, each declared beside its kind's commands:
+  // prefixlist/PrefixListSm.h (one template for both families), aspath/AsPathListSm.h and
+  // community/CommunityListSm.h. This state machine holds their collections without their
+  // definitions, so a kind that includes it sees no other kind.
   template <class List>
-  class VoxPrefixListOf : public Vox::ReactorOn<List> {
-   public:
-    using ListPtr = Vox::Ptr<List const>;
-    VoxPrefixListOf(const ListPtr& list, AclListConfigSm* sm);
-
-    const std::string& name() const { return name_; }
-    // The entries changed since the last version was applied, in notification order.
-    const std::vector<U32>& modifiedSeqNum() const { return modifiedSeqNum_; }
-
-    void onEntry(U32 seqno) override;
-    void onVersion() override;
-
-    void handlePrefixEntry(U32 seqno);
-    void handlePrefixListVersion();
-
-   protected:
-    // A new entity under the same name is sent as at creation, so that none of its entries is
-    // missed; entries marked for the old one still go (as deletes when the new one lacks them).
-    void onRetarget() override;
-
-   private:
-    // Sends every entry of the list as it stands, and the marked entries it lacks, then commits.
-    void sendWhole();
-    // Sends one entry as configured now: an add, or a delete when it is gone.
-    void sendEntry(const Mio& mio, U32 seqno);
-
-    AclListConfigSm* sm_;
-    std::string name_;
-    std::vector<U32> modifiedSeqNum_;
-  };
+  class VoxPrefixListOf;
   using VoxPrefixList = VoxPrefixListOf<Acl::PrefixList>;
   using VoxIpv6PrefixList = VoxPrefixListOf<Acl::Ipv6PrefixList>;
-
-  class VoxPathList : public Vox::ReactorOn<Acl::AsPathList> {
-   public:
-    VoxPathList(const PathListPtr& list, AclListConfigSm* sm);
-
-    const std::string& name() const { return name_; }
-    // The entries known to be invalid in the current dialect; the list is active (its
-    // entries are in the engine) exactly when this is empty.
-    const std::map<U32, bool>& inapplicableSeqno() const { return inapplicableSeqno_; }
-    bool active() const { return inapplicableSeqno_.empty(); }
-
-    void onPathEntry(U32 seqno) override;
-    void onVersion() override;
-
-    void handlePathEntry(U32 seqno);
-    void handleAsPathListVersion();
-    // Adds the list again and, when every entry is valid in the current dialect, its entries.
-    // No commit: the caller commits.
-    void reevaluatePathList();
-    void doAddPathListEntriesToEngine();
-    void doDelPathListEntriesFromEngine();
-
-   protected:
-    void onRetarget() override;
-
-   private:
-    AclListConfigSm* sm_;
-    std::string name_;
-    std::map<U32, bool> inapplicableSeqno_;
-  };
-
-  class VoxCommunityList : public Vox::ReactorOn<Acl::CommunityList> {
-   public:
-    class VoxCommunityListEntry : public Vox::ReactorOn<Acl::CommunityListEntry> {
-     public:
-      VoxCommunityListEntry(const CommunityListEntryPtr& entry, VoxCommunityList* list);
-      void onVersion() override;
-      // Rewrites the entry whole once it is complete (version not 0).
-      void handleVersion();
-
-     protected:
-      void onRetarget() override;
-
-     private:
-      VoxCommunityList* communityList_;
-    };
-    using EntryColl = Vox::ReactorColl<VoxCommunityListEntry, Acl::CommunityList::EntryMap>;
-
-    VoxCommunityList(const CommunityListPtr& list, AclListConfigSm* sm);
-
-    const std::string& name() const { return name_; }
-    AclListConfigSm* sm() const { return sm_; }
-    // Every entry seen present, whose community sets may therefore exist in the engine.
-    const std::map<U32, bool>& commSetName() const { return commSetName_; }
-    void commSetNameIs(U32 seqno, bool present) { commSetName_[seqno] = present; }
-    void commSetNameDel(U32 seqno) { commSetName_.erase(seqno); }
-    const EntryColl& communityListEntry() const { return communityListEntry_; }
-
-    void onCommunityListEntry(U32 seqno) override;
-
-    void handleCommunityListEntry(U32 seqno);
-    // Deletes the community sets of every remembered entry, in all three kinds.
-    void deleteListCommSets();
-
-   protected:
-    // Another entity under the same name: what this list remembers and what the new entity
-    // holds are compared entry by entry, as if each had been notified, so that entries the
-    // new entity lacks leave the engine.
-    void onRetarget() override;
-
-   private:
-    AclListConfigSm* sm_;
-    std::string name_;
-    std::map<U32, bool> commSetName_;
-    EntryColl communityListEntry_{
-        this, "RibRouteMap::AclListConfigSm::VoxCommunityList::communityListEntry",
-        [this] { return this->notifier() ? &this->notifier()->communityListEntry() : nullptr; }};
-  };
+  class VoxPathList;
+  class VoxCommunityList;
 
   AclListConfigSm(const ConfigPtr& config, const L3::VrfName& vrfName);
   ~AclListConfigSm() override;
@@ -230,24 +123,12 @@ class AclListConfigSm : public Vox::Reactor {
 
   Vox::ReactorSlot<VoxAclConfig> aclConfig_{this};
   L3::VrfName vrfName_;
-  // Each collection mirrors its kind in the watched configuration.
-  template <class List>
-  std::function<const Acl::AclListConfig::Coll<List>*()> watched(
-      const Acl::AclListConfig::Coll<List>& (Acl::AclListConfig::*coll)() const) {
-    return [this, coll]() -> const Acl::AclListConfig::Coll<List>* {
-      const ConfigPtr config = aclListConfig();
-      return config ? &((*config).*coll)() : nullptr;
-    };
-  }
-  PathListColl pathList_{this, "RibRouteMap::AclListConfigSm::pathList",
-                         watched<Acl::AsPathList>(&Acl::AclListConfig::pathList)};
-  PrefixListColl prefixList_{this, "RibRouteMap::AclListConfigSm::prefixList",
-                             watched<Acl::PrefixList>(&Acl::AclListConfig::prefixList)};
-  Ipv6PrefixListColl ipv6PrefixList_{
-      this, "RibRouteMap::AclListConfigSm::ipv6PrefixList",
-      watched<Acl::Ipv6PrefixList>(&Acl::AclListConfig::ipv6PrefixList)};
-  CommunityListColl communityList_{this, "RibRouteMap::AclListConfigSm::communityList",
-                                   watched<Acl::CommunityList>(&Acl::AclListConfig::communityList)};
+  // Each collection mirrors its kind in the watched configuration. They are made by the
+  // constructor, where the reactors' classes are known.
+  PathListColl pathList_;
+  PrefixListColl prefixList_;
+  Ipv6PrefixListColl ipv6PrefixList_;
+  CommunityListColl communityList_;
 };
 
 Vox::Ptr<AclListConfigSm> aclListConfigSmFactory(const AclListConfigSm::ConfigPtr& config,

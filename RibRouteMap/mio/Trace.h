@@ -6,7 +6,7 @@
 // use.
 #pragma once
 
-#include "framework/vox/Trace.h"
+#include "framework/vox/TraceHandle.h"
 
 namespace RibRouteMap {
 

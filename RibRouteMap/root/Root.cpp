@@ -1,6 +1,11 @@
 #include "RibRouteMap/root/Root.h"
 
+#include <utility>
+
+#include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Trace.h"
+#include "RibRouteMap/root/VrfStatusSm.h"
 #include "framework/vox/Fatal.h"
 
 namespace RibRouteMap {
@@ -11,53 +16,13 @@ Vox::Ptr<Root> rootFactory(const Vox::Name& name) {
   return Vox::make<Root>(name);
 }
 
-// --- VrfStatusSm ------------------------------------------------------------------------
-
-VrfStatusSm::VrfStatusSm(L3::VrfName vrfName, VrfInputs inputs)
-    : vrfName_(std::move(vrfName)), inputs_(std::move(inputs)) {
-  handleInitialized();
-}
-
-VrfStatusSm::~VrfStatusSm() = default;
-
-void VrfStatusSm::handleInitialized() {
-  RM_TRACE(traceHandler, "void RibRouteMap::VrfStatusSm::handleInitialized()");
-  // Children take the root's VRF name, so every command channel of this VRF passes the
-  // root's check.
-  const L3::VrfName vrf = rmRoot ? rmRoot->vrfName() : vrfName_;
-  // In a fixed order: route maps, peer filters, filter lists, access lists, dynamic prefix
-  // lists.
-  routeMapConfigSmIs(inputs_.routeMapConfig, vrf, inputs_.policyMap);
-  peerFilterConfigSmIs(inputs_.peerFilterConfig, vrf);
-  aclListConfigSmIs(inputs_.aclListConfig, vrf);
-  aclConfigSmIs(inputs_.aclConfig, vrf);
-  // Last: the other machines' start-up has entered their references in the policy map by now,
-  // so the dynamic prefix lists they refer to are sent at once.
-  dynPfxConfigSmIs(inputs_.dynPfxListConfig, inputs_.policyMap);
-  initializedIs(true);
-}
-
-void VrfStatusSm::routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
-                                     const PolicyMapPtr& policyMap) {
-  start(routeMapConfigSm_, routeMapConfigSmFactory(config, vrfName, policyMap));
-}
-
-void VrfStatusSm::peerFilterConfigSmIs(const PeerFilterConfigPtr& config,
-                                       const L3::VrfName& vrfName) {
-  start(peerFilterConfigSm_, peerFilterConfigSmFactory(config, vrfName));
-}
-
-void VrfStatusSm::aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName) {
-  start(aclListConfigSm_, aclListConfigSmFactory(config, vrfName));
-}
-
-void VrfStatusSm::aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName) {
-  start(aclConfigSm_, aclConfigSmFactory(config, vrfName));
-}
-
-void VrfStatusSm::dynPfxConfigSmIs(const DynPfxListConfigPtr& config,
-                                   const PolicyMapPtr& policyMap) {
-  start(dynPfxConfigSm_, RibDynamicPrefixList::dynPfxConfigSmFactory(config, policyMap));
+// Every command channel is made here, where the library-wide root is known: the channel takes
+// from the root what the commands of a VRF read beyond their arguments, so that neither the
+// channel nor a kind of policy object needs the root.
+Vox::Ptr<Mio> mioFactory(const L3::VrfName& vrfName) {
+  if (!rmRoot) return Vox::make<Mio>(vrfName);
+  return Vox::make<Mio>(vrfName, MioContext{rmRoot->vrfName() != vrfName, rmRoot->commListUsers(),
+                                            rmRoot->aclListConfig()});
 }
 
 // --- Root -------------------------------------------------------------------------------
@@ -106,6 +71,21 @@ void Root::dynPfxListConfigIs(const DynPfxListConfigPtr& v) {
 }
 void Root::policyMapIs(const PolicyMapPtr& v) {
   configIs(inputs_.policyMap, v, &Notifiee::onPolicyMap);
+}
+
+void Root::inputsIs(const VrfInputs& v) {
+  if (v == inputs_) return;
+  const VrfInputs before = std::exchange(inputs_, v);
+  handleStatusSmCtorArg();
+  const auto changed = [&](const auto& was, const auto& is, void (Notifiee::*on)()) {
+    if (was != is) notify([&](Notifiee& n) { (n.*on)(); });
+  };
+  changed(before.routeMapConfig, v.routeMapConfig, &Notifiee::onRouteMapConfig);
+  changed(before.peerFilterConfig, v.peerFilterConfig, &Notifiee::onPeerFilterConfig);
+  changed(before.aclListConfig, v.aclListConfig, &Notifiee::onAclListConfig);
+  changed(before.aclConfig, v.aclConfig, &Notifiee::onAclConfig);
+  changed(before.dynPfxListConfig, v.dynPfxListConfig, &Notifiee::onDynPfxListConfig);
+  changed(before.policyMap, v.policyMap, &Notifiee::onPolicyMap);
 }
 
 void Root::commListUsersIs(const Vox::Name& name) {

@@ -7,19 +7,13 @@
 // community-list user tracking and is reachable library-wide as `rmRoot`.
 #pragma once
 
-#include "RibDynamicPrefixList/DynPfxConfigSm.h"
-#include "RibRouteMap/acl/AclConfigSm.h"
-#include "RibRouteMap/community/CommListUsers.h"
-#include "RibRouteMap/filterlist/AclListConfigSm.h"
-#include "RibRouteMap/peerfilter/PeerFilterConfigSm.h"
-#include "RibRouteMap/routemap/RouteMapConfigSm.h"
 #include "framework/config/AclListConfig.h"
 #include "framework/config/DynamicPrefixListConfig.h"
 #include "framework/config/PolicyMap.h"
 #include "framework/config/RouteMapConfig.h"
 #include "framework/l3/VrfName.h"
 #include "framework/vox/Entity.h"
-#include "framework/vox/Reactor.h"
+#include "framework/vox/Ptr.h"
 
 namespace RibRouteMap {
 
@@ -47,54 +41,10 @@ struct VrfInputs {
   friend bool operator==(const VrfInputs&, const VrfInputs&) = default;
 };
 
-// The per-VRF state: owns the configuration state machines of one VRF. It exists exactly
-// while all of the Root's inputs are set.
-class VrfStatusSm : public Vox::Reactor {
- public:
-  VrfStatusSm(L3::VrfName vrfName, VrfInputs inputs);
-  ~VrfStatusSm() override;
+class CommListUsers;
+class VrfStatusSm;
 
-  const L3::VrfName& vrfName() const { return vrfName_; }
-  const VrfInputs& inputs() const { return inputs_; }
-
-  // The configuration state machines, built in this order at start-up.
-  RouteMapConfigSm* routeMapConfigSm() const { return routeMapConfigSm_.get(); }
-  void routeMapConfigSmIs(const RouteMapConfigPtr& config, const L3::VrfName& vrfName,
-                          const PolicyMapPtr& policyMap);
-  void routeMapConfigSmDel() { routeMapConfigSm_.reset(); }
-  PeerFilterConfigSm* peerFilterConfigSm() const { return peerFilterConfigSm_.get(); }
-  void peerFilterConfigSmIs(const PeerFilterConfigPtr& config, const L3::VrfName& vrfName);
-  void peerFilterConfigSmDel() { peerFilterConfigSm_.reset(); }
-  AclListConfigSm* aclListConfigSm() const { return aclListConfigSm_.get(); }
-  void aclListConfigSmIs(const AclListConfigPtr& config, const L3::VrfName& vrfName);
-  void aclListConfigSmDel() { aclListConfigSm_.reset(); }
-  AclConfigSm* aclConfigSm() const { return aclConfigSm_.get(); }
-  void aclConfigSmIs(const AclConfigPtr& config, const L3::VrfName& vrfName);
-  void aclConfigSmDel() { aclConfigSm_.reset(); }
-  RibDynamicPrefixList::DynPfxConfigSm* dynPfxConfigSm() const { return dynPfxConfigSm_.get(); }
-  void dynPfxConfigSmIs(const DynPfxListConfigPtr& config, const PolicyMapPtr& policyMap);
-  void dynPfxConfigSmDel() { dynPfxConfigSm_.reset(); }
-
-  void handleInitialized();
-
- private:
-  // Installs a newly built state machine and switches its notifications on.
-  template <class Sm>
-  static void start(Vox::ReactorSlot<Sm>& slot, const Vox::Ptr<Sm>& sm) {
-    slot.set(sm);
-    sm->hasNotificationActiveIs(true);
-  }
-
-  L3::VrfName vrfName_;
-  VrfInputs inputs_;
-  Vox::ReactorSlot<RouteMapConfigSm> routeMapConfigSm_{this};
-  Vox::ReactorSlot<PeerFilterConfigSm> peerFilterConfigSm_{this};
-  Vox::ReactorSlot<AclListConfigSm> aclListConfigSm_{this};
-  Vox::ReactorSlot<AclConfigSm> aclConfigSm_{this};
-  Vox::ReactorSlot<RibDynamicPrefixList::DynPfxConfigSm> dynPfxConfigSm_{this};
-};
-
-class Root : public Vox::PtrInterface {
+class Root : public Vox::PtrInterface, public Vox::NotifierBase<Root> {
  public:
   class Notifiee : public Vox::NotifieeBase<Root, Notifiee> {
    public:
@@ -108,7 +58,6 @@ class Root : public Vox::PtrInterface {
     virtual void onPolicyMap() {}
     virtual void onVrfStatusSm() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   explicit Root(Vox::Name name);
   ~Root() override;
@@ -135,6 +84,10 @@ class Root : public Vox::PtrInterface {
   void aclConfigIs(const AclConfigPtr& v);
   void dynPfxListConfigIs(const DynPfxListConfigPtr& v);
   void policyMapIs(const PolicyMapPtr& v);
+  // Every input in one call: the VRF state is built, replaced or deleted once, for the inputs
+  // as a whole, and then each input that changed notifies. The way a host attaches and detaches
+  // its configuration.
+  void inputsIs(const VrfInputs& v);
   void commListUsersIs(const Vox::Name& name);
   void commListUsersDel();
 

@@ -1,17 +1,17 @@
-// Route maps and their sequences. A map is always written whole: its caller deletes it,
-// commits, sends it again with doInsertRouteMap and commits. None of these commands commits.
+#include "RibRouteMap/routemap/MioRouteMap.h"
+
 #include <map>
 
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
-#include "framework/vox/Fatal.h"
+#include "framework/vox/Assert.h"
 
 namespace RibRouteMap {
 
 namespace {
 
-RibPath routeMapPath(const Mio& mio, const Vox::String& name) {
+RibPath routeMapPath(const MioChannel& mio, const Vox::String& name) {
   RibPath path = mio.ribPathIs(Tag::policyRoot);
   path->doPushString(Tag::routeMap, name);
   return path;
@@ -27,22 +27,28 @@ U32 clampAction(S64 value) {
   Vox::assertionFailed("0");
 }
 
+// The whole channel that this part belongs to: a map's insertion takes the match, set and
+// community commands as well.
+const Mio& channelOf(const MioRouteMap& part) {
+  return static_cast<const Mio&>(part);
+}
+
 }  // namespace
 
-void Mio::doDeleteRouteMap(const String& name) const {
+void MioRouteMap::doDeleteRouteMap(const String& name) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDeleteRouteMap(Vox::String)"
                              << ": map=" << name);
   ribExecute("deleteRouteMap", routeMapPath(*this, name), nullptr, true);
 }
 
-void Mio::doDeleteMapSequence(const String& name, U32 seqno) const {
+void MioRouteMap::doDeleteMapSequence(const String& name, U32 seqno) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDeleteMapSequence(Vox::String, U32)"
                              << "(" << name << "," << seqno << ")");
   // Same operation as a whole map: the longer path is what limits it to one sequence.
   ribExecute("deleteRouteMap", ribMapSeqPathIs(name, seqno), nullptr, true);
 }
 
-void Mio::doAddMapSequence(const String& name, Acl::MatchPermit permit, U32 seqno) const {
+void MioRouteMap::doAddMapSequence(const String& name, Acl::MatchPermit permit, U32 seqno) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMapSequence(Vox::String, Acl::MatchPermit, "
            "U32)"
@@ -58,7 +64,7 @@ void Mio::doAddMapSequence(const String& name, Acl::MatchPermit permit, U32 seqn
   ribExecute("routeMapSeq", ribMapSeqPathIs(name, seqno), seqValues);
 }
 
-void Mio::doAddSubRouteMap(const String& name, U32 seqno, const String& subRm) const {
+void MioRouteMap::doAddSubRouteMap(const String& name, U32 seqno, const String& subRm) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddSubRouteMap(Vox::String, U32, Vox::String)"
                              << name << ", " << seqno << ", " << subRm << " ) ");
   RibPath path = ribMapSeqPathIs(name, seqno);
@@ -68,16 +74,17 @@ void Mio::doAddSubRouteMap(const String& name, U32 seqno, const String& subRm) c
   ribExecute("subRouteMap", path, v);
 }
 
-void Mio::doInsertRouteMap(const Vox::Ptr<Routing::RouteMap::Map const>& map,
-                           const String& name) const {
+void MioRouteMap::doInsertRouteMap(const Vox::Ptr<Routing::RouteMap::Map const>& map,
+                                   const String& name) const {
+  const Mio& mio = channelOf(*this);
   using namespace Routing::RouteMap;
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doInsertRouteMap(const PtrConst&, Vox::String)"
                              << ": map=" << name);
   for (const auto& [seqno, entryPtr] : Vox::validPtr(map)->mapEntry()) {
     const MapEntry& entry = *Vox::validPtr(entryPtr);
-    doAddMapSequence(name, entry.permit(), seqno);
-    for (const auto& [option, rule] : entry.matchRule()) doAddMatchRule(name, seqno, rule);
-    if (!entry.subRouteMap().empty()) doAddSubRouteMap(name, seqno, entry.subRouteMap());
+    mio.doAddMapSequence(name, entry.permit(), seqno);
+    for (const auto& [option, rule] : entry.matchRule()) mio.doAddMatchRule(name, seqno, rule);
+    if (!entry.subRouteMap().empty()) mio.doAddSubRouteMap(name, seqno, entry.subRouteMap());
 
     // The set clauses go in one fixed order, not in bit order, so that the same entry always
     // produces the same stream.
@@ -87,7 +94,7 @@ void Mio::doInsertRouteMap(const Vox::Ptr<Routing::RouteMap::Map const>& map,
                           static_cast<U32>(set.asPathPrepend.size()));
     }
     if (set.has(setAsPathPrependLastAs)) {
-      doSetIntValue(name, seqno, SetAction::asPathPrependLastAs, set.asPathPrependLastAs);
+      mio.doSetIntValue(name, seqno, SetAction::asPathPrependLastAs, set.asPathPrependLastAs);
     }
     if (set.has(setAsPathReplace)) {
       doSetAsPathReplace_(vrfName(), name, seqno, set.asPathReplace,
@@ -95,29 +102,29 @@ void Mio::doInsertRouteMap(const Vox::Ptr<Routing::RouteMap::Map const>& map,
     }
     if (set.has(setNextHop) || set.has(setIpv6NextHop)) {
       // One next hop per sequence: the IPv6 one wins when both are configured.
-      doSetNextHop(name, seqno, set.nextHop, set.ipv6NextHop, set.has(setIpv6NextHop));
+      mio.doSetNextHop(name, seqno, set.nextHop, set.ipv6NextHop, set.has(setIpv6NextHop));
     }
     if (set.has(setAction19)) {
-      doSetIntValue(name, seqno, SetAction::action19, clampAction(set.action19));
+      mio.doSetIntValue(name, seqno, SetAction::action19, clampAction(set.action19));
     }
     if (set.has(setAction26)) {
-      doSetIntValue(name, seqno, SetAction::action26, clampAction(set.action26));
+      mio.doSetIntValue(name, seqno, SetAction::action26, clampAction(set.action26));
     }
     if (set.has(setOrigin)) {
       if (set.origin < 1 || set.origin > 3) {
         RM_TRACE(traceError, "doInsertRouteMap invalid origin " << set.origin);
         invalidSetClause();
       }
-      doSetU8Value(name, seqno, SetAction::origin, static_cast<U8>(set.origin));
+      mio.doSetU8Value(name, seqno, SetAction::origin, static_cast<U8>(set.origin));
     }
-    if (set.has(setMetric)) doSetMetric(name, seqno, clampAction(set.metric), set.medType);
+    if (set.has(setMetric)) mio.doSetMetric(name, seqno, clampAction(set.metric), set.medType);
     if (set.has(setOspfMetricType)) {
       switch (set.ospfMetricType) {
         case 1:
-          doSetIntValue(name, seqno, SetAction::ospfMetricType, 3);
+          mio.doSetIntValue(name, seqno, SetAction::ospfMetricType, 3);
           break;
         case 2:
-          doSetIntValue(name, seqno, SetAction::ospfMetricType, 4);
+          mio.doSetIntValue(name, seqno, SetAction::ospfMetricType, 4);
           break;
         default:
           RM_TRACE(traceError, "doInsertRouteMap invalid metric type: " << set.ospfMetricType);
@@ -129,48 +136,63 @@ void Mio::doInsertRouteMap(const Vox::Ptr<Routing::RouteMap::Map const>& map,
         RM_TRACE(traceError, "doInsertRouteMap invalid level: " << set.isisLevel);
         invalidSetClause();
       }
-      doSetIntValue(name, seqno, SetAction::isisLevel, set.isisLevel);
+      mio.doSetIntValue(name, seqno, SetAction::isisLevel, set.isisLevel);
     }
-    if (set.has(setAction2)) doSetIntValue(name, seqno, SetAction::action2, set.action2);
+    if (set.has(setAction2)) mio.doSetIntValue(name, seqno, SetAction::action2, set.action2);
     if (set.has(setCommunityAddReplace)) {
-      const CommunitySetPtr& comm = Vox::validPtr(set.communityAddReplace);
+      const MioCommunity::CommunitySetPtr& comm = Vox::validPtr(set.communityAddReplace);
       VOX_ASSERT_MSG(comm->flag != Acl::commSetDelete_,
                      "entryPtr->communityAddReplace()->flag() != Acl::commSetDelete_");
-      addRmClauseToCommListUsers(name, seqno, comm);
-      doSetCommunity(name, seqno, comm);
+      mio.addRmClauseToCommListUsers(name, seqno, comm);
+      mio.doSetCommunity(name, seqno, comm);
     }
     if (set.has(setCommunityDelete)) {
-      const CommunitySetPtr& comm = Vox::validPtr(set.communityDelete);
+      const MioCommunity::CommunitySetPtr& comm = Vox::validPtr(set.communityDelete);
       VOX_ASSERT_MSG(comm->flag == Acl::commSetDelete_,
                      "entryPtr->communityDelete()->flag() == Acl::commSetDelete_");
-      addRmClauseToCommListUsers(name, seqno, comm);
-      doSetCommunity(name, seqno, comm);
+      mio.addRmClauseToCommListUsers(name, seqno, comm);
+      mio.doSetCommunity(name, seqno, comm);
     }
     if (set.has(setExtCommunity)) {
-      doSetExtCommunity(name, seqno, set.extCommunity);
-      doSetExtCommunityLbwOpts(name, seqno, set.extCommLbwFlag, set.extCommLbwBandwidth);
+      mio.doSetExtCommunity(name, seqno, set.extCommunity);
+      mio.doSetExtCommunityLbwOpts(name, seqno, set.extCommLbwFlag, set.extCommLbwBandwidth);
     }
-    if (set.has(setLargeCommunity)) doSetLargeCommunity(name, seqno, set.largeCommunity);
+    if (set.has(setLargeCommunity)) mio.doSetLargeCommunity(name, seqno, set.largeCommunity);
     if (set.has(setAction3)) {
-      doSetIntValue(name, seqno, SetAction::action3, clampAction(set.action3));
+      mio.doSetIntValue(name, seqno, SetAction::action3, clampAction(set.action3));
     }
-    if (set.has(setAction25)) doSetIntValue(name, seqno, SetAction::action25, set.action25);
+    if (set.has(setAction25)) mio.doSetIntValue(name, seqno, SetAction::action25, set.action25);
     if (set.has(setNextHopPeerAddr)) {
-      doSetNextHopPeerAddr(name, seqno, SetAction::nextHopPeerAddr, set.nextHopPeerAddr);
+      mio.doSetNextHopPeerAddr(name, seqno, SetAction::nextHopPeerAddr, set.nextHopPeerAddr);
     }
     if (set.has(setIpv6NextHopPeerAddr)) {
-      doSetNextHopPeerAddr(name, seqno, SetAction::ipv6NextHopPeerAddr, set.ipv6NextHopPeerAddr);
+      mio.doSetNextHopPeerAddr(name, seqno, SetAction::ipv6NextHopPeerAddr,
+                               set.ipv6NextHopPeerAddr);
     }
     if (set.has(setNextHopUnchanged)) {
-      doSetNextHopUnchanged(name, seqno, SetAction::nextHopUnchanged, set.nextHopUnchanged);
+      mio.doSetNextHopUnchanged(name, seqno, SetAction::nextHopUnchanged, set.nextHopUnchanged);
     }
     if (set.has(setIpv6NextHopUnchanged)) {
-      doSetNextHopUnchanged(name, seqno, SetAction::ipv6NextHopUnchanged, set.ipv6NextHopUnchanged);
+      mio.doSetNextHopUnchanged(name, seqno, SetAction::ipv6NextHopUnchanged,
+                                set.ipv6NextHopUnchanged);
     }
     if (set.has(setAction35)) {
-      doSetIntValue(name, seqno, SetAction::action35, clampAction(set.action35));
+      mio.doSetIntValue(name, seqno, SetAction::action35, clampAction(set.action35));
     }
   }
+}
+
+void MioRouteMap::doRouteMapOpConfig(Routing::RouteMap::RouteMapOpModeType mode) const {
+  RM_TRACE(traceHandler,
+           "void RibRouteMap::Mio::doRouteMapOpConfig("
+           "Routing::RouteMap::RouteMapOpModeType)"
+               << " vrf: " << vrfName() << " config: " << mode);
+  // The global options node is addressed directly: no VRF trace and no root check.
+  RibPath path = Vox::make<Rib::MioTagArray>();
+  path->doPushPath(Tag::globalPolicy);
+  RibOp op = ribOpIs("RouteMapSetOpMode", path);
+  op->doSetU32(Tag::scalarRouteMapOpMode, mode, 0);
+  op->doExecute();
 }
 
 }  // namespace RibRouteMap

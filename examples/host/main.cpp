@@ -1,35 +1,33 @@
 // A host agent in miniature: it owns the configuration entities, starts the library on them
-// for one VRF, changes a route map and prints what the routing engine received.
+// for one VRF, changes a route map and prints, by name, what the routing engine received.
 #include <iostream>
 
-#include "RibRouteMap/root/Root.h"
-#include "framework/rib/MioSink.h"
+#include "RibRouteMap/Host.h"
+#include "RibText/Text.h"
 
 int main() {
-  // The engine side. A real host installs its own MioSink here; the recorder keeps every
+  // The engine side. A real host installs its own Rib::MioSink here; the recorder keeps every
   // operation and commit in order.
   Rib::Recorder engine;
   Rib::ScopedSink sink(&engine);
 
   // The configuration the host keeps; the library only watches it.
   auto routeMaps = Vox::make<Routing::RouteMap::Config>();
-  auto peerFilters = Vox::make<Routing::RouteMap::PeerFilterConfig>();
-  auto prefixLists = Vox::make<Acl::AclListConfig>();
   auto accessLists = Vox::make<Acl::Config>();
   accessLists->configIs(Vox::make<Acl::AclTypeConfig>(Acl::aclTypeIp));
-  auto dynamicPrefixLists = Vox::make<Routing::DynamicPrefixList::Config>();
   auto policyMap = Vox::make<RoutingPolicyMap::PolicyMap>();
+  const RibRouteMap::VrfInputs inputs{routeMaps,
+                                      Vox::make<Routing::RouteMap::PeerFilterConfig>(),
+                                      Vox::make<Acl::AclListConfig>(),
+                                      accessLists,
+                                      Vox::make<Routing::DynamicPrefixList::Config>(),
+                                      policyMap};
 
-  // The VRF name first, then the inputs: the last one builds the VRF state, which sends the
-  // whole configuration.
+  // The VRF name first, then the inputs in one call, which builds the VRF state: its start-up
+  // sends the whole configuration.
   Vox::Ptr<RibRouteMap::Root> root = RibRouteMap::rootFactory("host");
-  root->vrfNameIs(L3::VrfName("default"));
-  root->routeMapConfigIs(routeMaps);
-  root->peerFilterConfigIs(peerFilters);
-  root->aclListConfigIs(prefixLists);
-  root->aclConfigIs(accessLists);
-  root->dynPfxListConfigIs(dynamicPrefixLists);
-  root->policyMapIs(policyMap);
+  root->vrfNameIs("default");
+  root->inputsIs(inputs);
   std::cout << "start-up: " << engine.entries().size() << " operations and commits\n";
   engine.clear();
 
@@ -42,11 +40,13 @@ int main() {
   entry->permitIs(Acl::deny);
   map->mapEntryIs(entry);
   map->versionIs(map->version() + 1);
-  for (const std::string& line : engine.lines()) std::cout << line << '\n';
+  for (const Rib::Recorder::Entry& e : engine.entries()) {
+    std::cout << (e.isCommit ? std::string("commit") : RibText::readableOp(e.op)) << '\n';
+  }
 
-  // Clearing one input tears the VRF state down while the sink is still there; the library
+  // Clearing the inputs tears the VRF state down while the sink is still there; the library
   // also holds the root as rmRoot, which the host lets go of last.
-  root->routeMapConfigIs(nullptr);
+  root->inputsIs({});
   root = nullptr;
   RibRouteMap::rmRoot = nullptr;
   return 0;

@@ -37,14 +37,14 @@ struct Ipv6PrefixEntry {
 
 // Prefix lists of both families share one shape; only the notification names differ.
 template <class Entry, class Tag>
-class PrefixListBase : public Vox::PtrInterface {
+class PrefixListBase : public Vox::PtrInterface,
+                       public Vox::NotifierBase<PrefixListBase<Entry, Tag>> {
  public:
   class Notifiee : public Vox::NotifieeBase<PrefixListBase, Notifiee> {
    public:
     virtual void onEntry(U32 /*seqno*/) {}
     virtual void onVersion() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using EntryMap = std::map<U32, Entry>;
   explicit PrefixListBase(std::string name) : name_(std::move(name)) {}
@@ -63,11 +63,11 @@ class PrefixListBase : public Vox::PtrInterface {
       if (it->second == e) return;
       it->second = e;
     }
-    notify([&](Notifiee& n) { n.onEntry(e.seqno); });
+    this->notify([&](Notifiee& n) { n.onEntry(e.seqno); });
   }
   void entryDel(U32 seqno) {
     if (entries_.erase(seqno) == 0) return;
-    notify([&](Notifiee& n) { n.onEntry(seqno); });
+    this->notify([&](Notifiee& n) { n.onEntry(seqno); });
   }
   void versionIs(U32 v) { Vox::scalarIs(*this, version_, v, &Notifiee::onVersion); }
 
@@ -92,7 +92,7 @@ struct AsPathEntry {
   friend bool operator==(const AsPathEntry&, const AsPathEntry&) = default;
 };
 
-class AsPathList : public Vox::PtrInterface {
+class AsPathList : public Vox::PtrInterface, public Vox::NotifierBase<AsPathList> {
  public:
   class Notifiee : public Vox::NotifieeBase<AsPathList, Notifiee> {
    public:
@@ -100,7 +100,6 @@ class AsPathList : public Vox::PtrInterface {
     virtual void onVersion() {}
     virtual void onSource() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using EntryMap = std::map<U32, AsPathEntry>;
   explicit AsPathList(std::string name) : name_(std::move(name)) {}
@@ -126,13 +125,12 @@ class AsPathList : public Vox::PtrInterface {
   EntryMap entries_;
 };
 
-class CommunityListEntry : public Vox::PtrInterface {
+class CommunityListEntry : public Vox::PtrInterface, public Vox::NotifierBase<CommunityListEntry> {
  public:
   class Notifiee : public Vox::NotifieeBase<CommunityListEntry, Notifiee> {
    public:
     virtual void onVersion() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   explicit CommunityListEntry(U32 seqno) : seqno_(seqno) {}
 
@@ -161,13 +159,12 @@ class CommunityListEntry : public Vox::PtrInterface {
   U32 version_ = 0;
 };
 
-class CommunityList : public Vox::PtrInterface {
+class CommunityList : public Vox::PtrInterface, public Vox::NotifierBase<CommunityList> {
  public:
   class Notifiee : public Vox::NotifieeBase<CommunityList, Notifiee> {
    public:
     virtual void onCommunityListEntry(U32 /*seqno*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using EntryMap = std::map<U32, Vox::Ptr<CommunityListEntry>>;
   explicit CommunityList(std::string name) : name_(std::move(name)) {}
@@ -185,7 +182,7 @@ class CommunityList : public Vox::PtrInterface {
   EntryMap entries_;
 };
 
-class AclListConfig : public Vox::PtrInterface {
+class AclListConfig : public Vox::PtrInterface, public Vox::NotifierBase<AclListConfig> {
  public:
   class Notifiee : public Vox::NotifieeBase<AclListConfig, Notifiee> {
    public:
@@ -195,7 +192,6 @@ class AclListConfig : public Vox::PtrInterface {
     virtual void onCommunityList(const std::string& /*name*/) {}
     virtual void onRegexMode() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   template <class T>
   using Coll = std::map<std::string, Vox::Ptr<T>, std::less<>>;
@@ -275,14 +271,13 @@ class RuleSet : public Vox::PtrInterface {
   bool sameAs(const RuleSet& o) const { return rules == o.rules && ruleConfig == o.ruleConfig; }
 };
 
-class AclConfig : public Vox::PtrInterface {
+class AclConfig : public Vox::PtrInterface, public Vox::NotifierBase<AclConfig> {
  public:
   class Notifiee : public Vox::NotifieeBase<AclConfig, Notifiee> {
    public:
     virtual void onCurrCfg() {}
     virtual void onStandard() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   explicit AclConfig(std::string name) : name_(std::move(name)) {}
   const std::string& name() const { return name_; }
@@ -297,13 +292,12 @@ class AclConfig : public Vox::PtrInterface {
   Vox::Ptr<RuleSet const> currCfg_;
 };
 
-class AclTypeConfig : public Vox::PtrInterface {
+class AclTypeConfig : public Vox::PtrInterface, public Vox::NotifierBase<AclTypeConfig> {
  public:
   class Notifiee : public Vox::NotifieeBase<AclTypeConfig, Notifiee> {
    public:
     virtual void onAcl(const std::string& /*name*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll = std::map<std::string, Vox::Ptr<AclConfig>, std::less<>>;
   explicit AclTypeConfig(AclType type) : type_(type) {}
@@ -318,13 +312,12 @@ class AclTypeConfig : public Vox::PtrInterface {
   Coll acl_;
 };
 
-class Config : public Vox::PtrInterface {
+class Config : public Vox::PtrInterface, public Vox::NotifierBase<Config> {
  public:
   class Notifiee : public Vox::NotifieeBase<Config, Notifiee> {
    public:
     virtual void onConfig(AclType /*type*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll = std::map<AclType, Vox::Ptr<AclTypeConfig>>;
   const Coll& config() const { return config_; }

@@ -11,13 +11,13 @@
 
 namespace Routing::DynamicPrefixList {
 
-class DynamicPrefixListEntry : public Vox::PtrInterface {
+class DynamicPrefixListEntry : public Vox::PtrInterface,
+                               public Vox::NotifierBase<DynamicPrefixListEntry> {
  public:
   class Notifiee : public Vox::NotifieeBase<DynamicPrefixListEntry, Notifiee> {
    public:
     virtual void onVersion() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   explicit DynamicPrefixListEntry(std::string name) : name_(std::move(name)) {}
   const std::string& name() const { return name_; }
@@ -40,13 +40,12 @@ class DynamicPrefixListEntry : public Vox::PtrInterface {
   U32 version_ = 0;
 };
 
-class Config : public Vox::PtrInterface {
+class Config : public Vox::PtrInterface, public Vox::NotifierBase<Config> {
  public:
   class Notifiee : public Vox::NotifieeBase<Config, Notifiee> {
    public:
     virtual void onDynamicPrefixList(const std::string& /*name*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll = std::map<std::string, Vox::Ptr<DynamicPrefixListEntry>, std::less<>>;
   const Coll& dynamicPrefixList() const { return dpl_; }

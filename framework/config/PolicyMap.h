@@ -36,13 +36,12 @@ struct Requester {
   friend bool operator==(const Requester&, const Requester&) = default;
 };
 
-class PolicyRequester : public Vox::PtrInterface {
+class PolicyRequester : public Vox::PtrInterface, public Vox::NotifierBase<PolicyRequester> {
  public:
   class Notifiee : public Vox::NotifieeBase<PolicyRequester, Notifiee> {
    public:
     virtual void onReason(const Requester& /*r*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   explicit PolicyRequester(std::string name) : name_(std::move(name)) {}
   const std::string& name() const { return name_; }
@@ -63,7 +62,7 @@ class PolicyRequester : public Vox::PtrInterface {
   std::set<Requester> reasons_;
 };
 
-class PolicyMap : public Vox::PtrInterface {
+class PolicyMap : public Vox::PtrInterface, public Vox::NotifierBase<PolicyMap> {
  public:
   class Notifiee : public Vox::NotifieeBase<PolicyMap, Notifiee> {
    public:
@@ -71,7 +70,6 @@ class PolicyMap : public Vox::PtrInterface {
     virtual void onDynamicPrefixList(const std::string& /*name*/) {}
     virtual void onRedistributedDynPfx(const std::string& /*name*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll = std::map<std::string, Vox::Ptr<PolicyRequester>, std::less<>>;
 

@@ -171,7 +171,7 @@ struct SetClauses {
   static const std::vector<SetFlagBit>& allBits();
 };
 
-class MapEntry : public Vox::PtrInterface {
+class MapEntry : public Vox::PtrInterface, public Vox::NotifierBase<MapEntry> {
  public:
   class Notifiee : public Vox::NotifieeBase<MapEntry, Notifiee> {
    public:
@@ -180,7 +180,6 @@ class MapEntry : public Vox::PtrInterface {
     virtual void onPermit() {}
     virtual void onSetClause(SetFlagBit /*bit*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using MatchRuleMap = std::map<MatchOption, MatchRule>;
   explicit MapEntry(U32 seqno) : seqno_(seqno) {}
@@ -215,14 +214,13 @@ class MapEntry : public Vox::PtrInterface {
   SetClauses set_;
 };
 
-class Map : public Vox::PtrInterface {
+class Map : public Vox::PtrInterface, public Vox::NotifierBase<Map> {
  public:
   class Notifiee : public Vox::NotifieeBase<Map, Notifiee> {
    public:
     virtual void onMapEntry(U32 /*seqno*/) {}
     virtual void onVersion() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using EntryMap = std::map<U32, Vox::Ptr<MapEntry>>;
   explicit Map(std::string name) : name_(std::move(name)) {}
@@ -242,14 +240,13 @@ class Map : public Vox::PtrInterface {
   EntryMap mapEntry_;
 };
 
-class Config : public Vox::PtrInterface {
+class Config : public Vox::PtrInterface, public Vox::NotifierBase<Config> {
  public:
   class Notifiee : public Vox::NotifieeBase<Config, Notifiee> {
    public:
     virtual void onRouteMap(const std::string& /*name*/) {}
     virtual void onRouteMapOpMode() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll = std::map<std::string, Vox::Ptr<Map>, std::less<>>;
   const Coll& routeMap() const { return routeMap_; }
@@ -265,13 +262,12 @@ class Config : public Vox::PtrInterface {
   RouteMapOpModeType opMode_ = 0;
 };
 
-class PeerFilterConfig : public Vox::PtrInterface {
+class PeerFilterConfig : public Vox::PtrInterface, public Vox::NotifierBase<PeerFilterConfig> {
  public:
   class Notifiee : public Vox::NotifieeBase<PeerFilterConfig, Notifiee> {
    public:
     virtual void onPeerFilter(const std::string& /*name*/) {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll = std::map<std::string, Vox::Ptr<Map>, std::less<>>;
   const Coll& peerFilter() const { return peerFilter_; }

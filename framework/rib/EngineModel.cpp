@@ -5,7 +5,7 @@
 #include <tuple>
 #include <utility>
 
-#include "framework/rib/MioSink.h"
+#include "framework/rib/EngineModel.h"
 
 namespace Rib {
 

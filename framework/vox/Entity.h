@@ -1,30 +1,15 @@
 // Helpers shared by the configuration entities: the notifiee list member and keyed lookups.
 //
-// An entity stores its attributes, and each mutator that changes an attribute stores the new
-// value first and then notifies every registered notifiee (see Notifier.h for the reentrancy
-// contract). Setting an attribute to the value it already has notifies nobody.
+// An entity derives from NotifierBase<Entity> and stores its attributes; each mutator that
+// changes an attribute stores the new value first and then notifies every registered notifiee
+// (see Notifier.h for the reentrancy contract). Setting an attribute to the value it already has
+// notifies nobody.
 #pragma once
 
 #include <map>
 
 #include "framework/vox/Notifier.h"
 #include "framework/vox/Ptr.h"
-
-// Declares the notifiee list of an entity whose Notifiee class is `NotifieeType`.
-#define VOX_NOTIFIER_LIST(NotifieeType)                  \
- public:                                                 \
-  ::Vox::NotifierList<NotifieeType>& notifiees() const { \
-    return notifiees_;                                   \
-  }                                                      \
-  template <class F>                                     \
-  void notify(F&& f) const {                             \
-    notifiees_.notify(f);                                \
-  }                                                      \
-                                                         \
- private:                                                \
-  mutable ::Vox::NotifierList<NotifieeType> notifiees_;  \
-                                                         \
- public:
 
 namespace Vox {
 

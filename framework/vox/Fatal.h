@@ -24,9 +24,3 @@ namespace Vox {
 [[noreturn]] void assertionFailed(std::string_view what);
 
 }  // namespace Vox
-
-// Assertions that stay on in release builds. VOX_ASSERT names the failed expression;
-// VOX_ASSERT_MSG names `what` instead, for a check whose expression is not the text the
-// failure must show (an unreachable branch asserts false with the condition it stands for).
-#define VOX_ASSERT(expr) ((expr) ? static_cast<void>(0) : ::Vox::assertionFailed(#expr))
-#define VOX_ASSERT_MSG(expr, what) ((expr) ? static_cast<void>(0) : ::Vox::assertionFailed(what))

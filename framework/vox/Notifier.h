@@ -23,11 +23,12 @@
 
 namespace Vox {
 
-template <class Notifiee>
+// The notifiees of one entity, in registration order. Entries are kept untyped so that an
+// entity can hold its list before its Notifiee class is declared; `notify` names the type.
 class NotifierList {
  public:
-  void add(Notifiee* n) { list_.push_back(n); }
-  void remove(Notifiee* n) {
+  void add(void* n) { list_.push_back(n); }
+  void remove(void* n) {
     auto it = std::find(list_.begin(), list_.end(), n);
     if (it == list_.end()) return;
     if (depth_ > 0) {
@@ -39,16 +40,17 @@ class NotifierList {
   }
   std::size_t size() const {
     return static_cast<std::size_t>(
-        std::count_if(list_.begin(), list_.end(), [](Notifiee* n) { return n != nullptr; }));
+        std::count_if(list_.begin(), list_.end(), [](void* n) { return n != nullptr; }));
   }
 
-  // Calls f(notifiee) for every notifiee registered when the round began.
-  template <class F>
+  // Calls f(notifiee) for every notifiee registered when the round began; each was registered
+  // as a `Notifiee*`.
+  template <class Notifiee, class F>
   void notify(F&& f) {
     const std::size_t n = list_.size();
     ++depth_;
     for (std::size_t i = 0; i < n; ++i) {
-      if (Notifiee* p = list_[i]) f(*p);
+      if (void* p = list_[i]) f(*static_cast<Notifiee*>(p));
     }
     if (--depth_ == 0 && dirty_) {
       list_.erase(std::remove(list_.begin(), list_.end(), nullptr), list_.end());
@@ -57,9 +59,24 @@ class NotifierList {
   }
 
  private:
-  std::vector<Notifiee*> list_;
+  std::vector<void*> list_;
   int depth_ = 0;
   bool dirty_ = false;
+};
+
+// Base of every entity that notifies: its notifiee list and `notify`, which calls every
+// notifiee as the entity's own Notifiee class (`Entity::Notifiee`).
+template <class Entity>
+class NotifierBase {
+ public:
+  NotifierList& notifiees() const { return notifiees_; }
+  template <class F>
+  void notify(F&& f) const {
+    notifiees_.notify<typename Entity::Notifiee>(f);
+  }
+
+ private:
+  mutable NotifierList notifiees_;
 };
 
 // Base of every entity's Notifiee class: holds the watched entity through a const pointer and

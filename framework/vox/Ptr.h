@@ -42,7 +42,9 @@ class PtrInterface {
   std::uint32_t countWord() const { return word_; }
 
   void newRef() const {
-    VOX_ASSERT((word_ & kCountMask) < kMaxCount && "reference count overflow");
+    if ((word_ & kCountMask) >= kMaxCount) [[unlikely]] {
+      assertionFailed("(word_ & kCountMask) < kMaxCount && \"reference count overflow\"");
+    }
     if (threadSafePointers) {
       std::atomic_ref<std::uint32_t>(word_).fetch_add(1);
     } else {

@@ -15,6 +15,65 @@
 // A nested reactor is made as `R(entity, owner)`; it takes the owner's notification-active and
 // zombie state, so a collection that grows under an active state machine produces active
 // reactors. Iteration is in key order, so whole-collection passes are the same from run to run.
+//
+// Typical usage: a whole state machine that keeps an engine's copy of a shelf's books, with
+// the reactor on the shelf and one nested reactor per book. The configuration gives `Shelf`,
+// whose collection `book` (a map from name to Ptr<Book>, type `Shelf::Coll`) notifies
+// onBook(name), and `Book`, whose `title` notifies onTitle(). A host makes the machine with
+// Vox::make<ShelfSm>(shelf) and turns its handlers on with hasNotificationActiveIs(true).
+// (tests/framework/ReactorCollUsage_test.cpp compiles these lines and runs them.)
+//
+//   class ShelfSm : public Vox::Reactor {
+//    public:
+//     // The reactor on the watched entity: each keyed notification runs the handler, then
+//     // brings the collection in line.
+//     class VoxShelf : public Vox::ReactorOn<Shelf> {
+//      public:
+//       VoxShelf(const EntityPtr& shelf, ShelfSm* sm) : ReactorOn(shelf), sm_(sm) {
+//         initializedIs(true);
+//       }
+//       void onBook(const std::string& name) override {
+//         sm_->book_.onKey(*this, name, [this](const std::string& n) { sm_->handleBook(n); });
+//       }
+//
+//      private:
+//       ShelfSm* sm_;
+//     };
+//
+//     // One per book: made as VoxBook(book, owner), it sends its book at once.
+//     class VoxBook : public Vox::ReactorOn<Book> {
+//      public:
+//       VoxBook(const EntityPtr& book, ShelfSm* sm) : ReactorOn(book), sm_(sm) {
+//         handleTitle();
+//         initializedIs(true);
+//       }
+//       void onTitle() override { dispatch([this] { handleTitle(); }); }
+//       void handleTitle() { sm_->sent.push_back("add " + notifier()->name()); }
+//
+//      private:
+//       ShelfSm* sm_;
+//     };
+//
+//     explicit ShelfSm(const Vox::Ptr<Shelf const>& shelf) {
+//       shelf_.set(Vox::make<VoxShelf>(shelf, this));
+//       book_.reconcileAll();  // a reactor for every book already there
+//       initializedIs(true);
+//     }
+//
+//     // A book that appears is its new reactor's business; one that goes is deleted here,
+//     // before its reactor goes.
+//     void handleBook(const std::string& name) {
+//       if (!shelf_->notifier()->book().contains(name)) sent.push_back("delete " + name);
+//     }
+//
+//     std::vector<std::string> sent;  // stands in for the engine
+//
+//    private:
+//     Vox::ReactorSlot<VoxShelf> shelf_{this};
+//     Vox::ReactorColl<VoxBook, Shelf::Coll> book_{this, "ShelfSm::book", [this] {
+//       return shelf_ ? &shelf_->notifier()->book() : nullptr;
+//     }};
+//   };
 #pragma once
 
 #include <functional>

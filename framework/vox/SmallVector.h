@@ -76,11 +76,13 @@ class SmallVector {
   T& operator[](size_type i) { return data_[i]; }
   const T& operator[](size_type i) const { return data_[i]; }
   T& back() {
-    VOX_ASSERT(size_ > 0 && "back() of an empty SmallVector");
+    if (size_ == 0) [[unlikely]]
+      assertionFailed("size_ > 0 && \"back() of an empty SmallVector\"");
     return data_[size_ - 1];
   }
   const T& back() const {
-    VOX_ASSERT(size_ > 0 && "back() of an empty SmallVector");
+    if (size_ == 0) [[unlikely]]
+      assertionFailed("size_ > 0 && \"back() of an empty SmallVector\"");
     return data_[size_ - 1];
   }
 
@@ -103,7 +105,8 @@ class SmallVector {
   void push_back(const T& v) { emplace_back(v); }
   void push_back(T&& v) { emplace_back(std::move(v)); }
   void pop_back() {
-    VOX_ASSERT(size_ > 0 && "pop_back() of an empty SmallVector");
+    if (size_ == 0) [[unlikely]]
+      assertionFailed("size_ > 0 && \"pop_back() of an empty SmallVector\"");
     std::destroy_at(data_ + --size_);
   }
   void clear() {

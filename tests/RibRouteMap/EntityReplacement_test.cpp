@@ -9,9 +9,12 @@
 
 #include "RibRouteMap/acl/AclConfigSm.h"
 #include "RibRouteMap/filterlist/AclListConfigSm.h"
+#include "RibRouteMap/root/VrfStatusSm.h"
 #include "tests/support/Harness.h"
 
 namespace {
+
+using Vox::U32;
 
 using test_support::LibraryAgent;
 

@@ -9,13 +9,19 @@
 
 #include "RibDynamicPrefixList/DynPfxConfigSm.h"
 #include "RibRouteMap/acl/IpAclConfigSm.h"
+#include "RibRouteMap/aspath/AsPathListSm.h"
+#include "RibRouteMap/community/CommunityListSm.h"
 #include "RibRouteMap/filterlist/AclListConfigSm.h"
 #include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/peerfilter/PeerFilterConfigSm.h"
+#include "RibRouteMap/prefixlist/PrefixListSm.h"
+#include "RibRouteMap/root/VrfStatusSm.h"
 #include "RibRouteMap/routemap/RouteMapConfigSm.h"
 #include "tests/support/Harness.h"
 
 namespace {
+
+using Vox::U32;
 
 namespace RM = Routing::RouteMap;
 

@@ -4,10 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "framework/rib/EngineModel.h"
 #include "framework/rib/Mio.h"
-#include "framework/rib/MioSink.h"
 
 namespace {
+
+using Vox::U32;
+using Vox::U8;
 
 using Rib::EngineModel;
 using Rib::OpRecord;

@@ -16,13 +16,12 @@ namespace {
 using Log = std::vector<std::string>;
 
 // A watched entity with one attribute.
-class Dial : public Vox::PtrInterface {
+class Dial : public Vox::PtrInterface, public Vox::NotifierBase<Dial> {
  public:
   class Notifiee : public Vox::NotifieeBase<Dial, Notifiee> {
    public:
     virtual void onSetting() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   explicit Dial(std::string name) : name_(std::move(name)) {}
   const std::string& name() const { return name_; }

@@ -15,10 +15,9 @@ namespace {
 using Log = std::vector<std::string>;
 
 // A watched entry; entries of the same name but another generation are different entities.
-class Part : public Vox::PtrInterface {
+class Part : public Vox::PtrInterface, public Vox::NotifierBase<Part> {
  public:
   class Notifiee : public Vox::NotifieeBase<Part, Notifiee> {};
-  VOX_NOTIFIER_LIST(Notifiee)
 
   Part(std::string name, int generation) : name_(std::move(name)), generation_(generation) {}
   const std::string& name() const { return name_; }
@@ -31,14 +30,13 @@ class Part : public Vox::PtrInterface {
 using PartPtr = Vox::Ptr<Part const>;
 
 // A watched entity with a keyed collection of parts and one scalar attribute.
-class Machine : public Vox::PtrInterface {
+class Machine : public Vox::PtrInterface, public Vox::NotifierBase<Machine> {
  public:
   class Notifiee : public Vox::NotifieeBase<Machine, Notifiee> {
    public:
     virtual void onPart(const std::string& /*name*/) {}
     virtual void onMode() {}
   };
-  VOX_NOTIFIER_LIST(Notifiee)
 
   using Coll = std::map<std::string, Vox::Ptr<Part>>;
   const Coll& part() const { return parts_; }

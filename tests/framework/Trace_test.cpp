@@ -1,4 +1,4 @@
-#include "framework/vox/Trace.h"
+#include "framework/vox/TraceHandle.h"
 
 #include <gtest/gtest.h>
 

@@ -10,6 +10,9 @@
 
 namespace {
 
+using Vox::U32;
+using Vox::U8;
+
 using Rib::TaggedValue;
 using Rib::ValueData;
 using Rib::ValueSet;

@@ -122,7 +122,8 @@ class LibraryAgent {
     agent.applyStep(configOf(yaml), ribpolicy::InputSet::all());
   }
   ~LibraryAgent() {
-    Rib::ScopedSink quiet(nullptr);
+    Rib::DiscardingSink dropped;
+    Rib::ScopedSink quiet(&dropped);
     agent.teardown();
   }
   LibraryAgent(const LibraryAgent&) = delete;

@@ -8,6 +8,9 @@
 
 namespace {
 
+using Vox::U32;
+using Vox::U8;
+
 using Rib::EngineModel;
 using Rib::OpRecord;
 using Rib::PathEntry;

@@ -8,17 +8,41 @@
 #include <variant>
 #include <vector>
 
+#include "tests/support/JsonOracle.h"
 #include "tools/ribpolicy/StateJson.h"
 
 namespace {
 
+using Vox::U32;
+using Vox::U8;
+
 using Rib::PathEntry;
-using ribpolicy::Json;
-using ribpolicy::jsonBytes;
-using ribpolicy::nodeName;
-using ribpolicy::valueJson;
+using test_support::Json;
+using test_support::jsonBytes;
+using test_support::jsonText;
 
 // --- The state as a JSON value: the oracle ----------------------------------------------
+
+// [TYPE, VALUE] of one engine value.
+Json valueJson(const Rib::ValueData& value) {
+  Json out = Json::array();
+  out.push_back(Rib::typeName(Rib::typeOf(value)));
+  std::visit(
+      [&](const auto& x) {
+        using T = std::decay_t<decltype(x)>;
+        if constexpr (std::is_same_v<T, std::string>) {
+          out.push_back(jsonBytes(x));
+        } else if constexpr (std::is_same_v<T, Vela::IpAddr> || std::is_same_v<T, Vela::Ip6Addr>) {
+          out.push_back(x.toString());
+        } else if constexpr (std::is_same_v<T, U8>) {
+          out.push_back(static_cast<unsigned>(x));
+        } else if constexpr (!std::is_same_v<T, Rib::Reset>) {
+          out.push_back(x);
+        }
+      },
+      value);
+  return out;
+}
 
 // Adds a member after the others without looking for one of the same name: the callers walk
 // ordered maps, whose names are unique, while an ordered object's operator[] searches its
@@ -40,7 +64,7 @@ Json engineJson(const Rib::EngineModel::Node& node) {
   // which is the printed order; an ordered JSON object keeps it.
   for (const auto& [entry, child] : node.children) {
     if (!child.meaningful()) continue;
-    append(out, nodeName(entry), engineJson(child));
+    append(out, jsonBytes(ribpolicy::nodeName(entry)), engineJson(child));
   }
   return out;
 }
@@ -129,7 +153,7 @@ TEST(StateTextTest, SameTextAsTheStateMadeAsJson) {
     map->dynamicPrefixListIs("D")->reasonIs({3, 1, "cli", "key"}, true);
     for (const bool indented : {true, false}) {
       EXPECT_EQ(ribpolicy::stateText(engine, *map, indented),
-                ribpolicy::jsonText(stateJson(engine, *map), indented))
+                jsonText(stateJson(engine, *map), indented))
           << (indented ? "indented" : "compact");
     }
   }
@@ -142,8 +166,7 @@ TEST(StateTextTest, EmptyState) {
   EXPECT_EQ(ribpolicy::stateText(engine, *map, false),
             "{\"engine\":{},\"policy-map\":{\"route-maps\":{},\"dynamic-prefix-lists\":{},"
             "\"redistributed-dynamic-prefix-lists\":{}}}");
-  EXPECT_EQ(ribpolicy::stateText(engine, *map, true),
-            ribpolicy::jsonText(stateJson(engine, *map), true));
+  EXPECT_EQ(ribpolicy::stateText(engine, *map, true), jsonText(stateJson(engine, *map), true));
 }
 
 }  // namespace

@@ -366,7 +366,8 @@ CheckResult run(const ribpolicy::Scenario& scenario, const CheckOptions& options
       }
     }
   }
-  Rib::ScopedSink quiet(nullptr);
+  Rib::DiscardingSink dropped;
+  Rib::ScopedSink quiet(&dropped);
   agent.teardown();
   return result;
 }

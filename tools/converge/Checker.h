@@ -24,7 +24,7 @@
 #include <vector>
 
 #include "framework/config/PolicyMap.h"
-#include "framework/rib/MioSink.h"
+#include "framework/rib/EngineModel.h"
 #include "tools/converge/Promises.h"
 #include "tools/frr/Follower.h"
 #include "tools/ribpolicy/Scenario.h"

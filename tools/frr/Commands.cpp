@@ -3,6 +3,9 @@
 #include <set>
 #include <vector>
 
+#include "RibText/JsonLinesWriter.h"
+#include "RibText/JsonWriter.h"
+#include "framework/rib/EngineModel.h"
 #include "framework/rib/MioSink.h"
 #include "tools/frr/Follower.h"
 #include "tools/frr/Names.h"
@@ -10,7 +13,7 @@
 #include "tools/frr/Translate.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/Cli.h"
-#include "tools/ribpolicy/JsonLinesWriter.h"
+
 #include "tools/ribpolicy/StateJson.h"
 #include "tools/ribpolicy/TextWriter.h"
 #include "tools/ribpolicy/Verify.h"
@@ -110,7 +113,7 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   const auto form = options.numeric ? ribpolicy::TextWriter::Form::numeric
                                     : ribpolicy::TextWriter::Form::readable;
   ribpolicy::TextWriter text(out, form);
-  ribpolicy::JsonLinesWriter jsonl(out);
+  RibText::JsonLinesWriter jsonl(out);
   const bool json = options.format == RunFormat::jsonl;
   std::vector<Rib::MioSink*> sinks = {&frr};
   if (options.withState) sinks.push_back(&model);
@@ -123,10 +126,11 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
       const ribpolicy::Step& step = scenario.steps[i];
       frr.stepIs(i + 1);
       if (!json) text.stepIs(i + 1, step.name, detachedNote(step.inputs));
-      ribpolicy::Json line = ribpolicy::Json::object();
-      line["step"] = i + 1;
-      line["name"] = ribpolicy::jsonBytes(step.name);
-      if (json && !options.diff) out << ribpolicy::jsonText(line, false) << '\n';
+      RibText::JsonWriter line;
+      line.open('{');
+      line.member("step").number(i + 1);
+      line.member("name").string(step.name);
+      if (json && !options.diff) out << line.close('}').text() << '\n';
       agent.applyStep(step.config, step.inputs);
       frr.stepDone();
       if (!options.diff) {
@@ -135,10 +139,10 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
       }
       // The FRR lines the step sent, batch by batch.
       if (json) {
-        ribpolicy::Json sent = ribpolicy::Json::array();
-        for (const std::string& l : frr.sent()) sent.push_back(ribpolicy::jsonBytes(l));
-        line["frr"] = std::move(sent);
-        out << ribpolicy::jsonText(line, false) << '\n';
+        line.member("frr").open('[');
+        for (const std::string& l : frr.sent()) line.item().string(l);
+        line.close('[').close('{');
+        out << line.text() << '\n';
       } else {
         for (const std::string& l : frr.sent()) out << "  " << l << '\n';
         if (frr.sent().empty()) out << "  (nothing sent)\n";
@@ -165,7 +169,10 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
     return report(*frr.failure(), shown, err);
 
   int status = ribpolicy::kExitOk;
-  ribpolicy::Json steps = ribpolicy::Json::array();
+  RibText::JsonWriter j;
+  j.open('{');
+  j.member("file").string(shown);
+  j.member("steps").open('[');
   ribpolicy::LibraryRootGuard keepRoot;
   ribpolicy::Agent agent(scenario.vrf);
   {
@@ -179,13 +186,12 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
       if (frr.failure()) break;
       if (!differ.empty()) status = ribpolicy::kExitDifferent;
       if (json) {
-        ribpolicy::Json v = ribpolicy::Json::object();
-        v["step"] = i + 1;
-        v["status"] = skipped ? "skipped" : differ.empty() ? "ok" : "differs";
-        ribpolicy::Json d = ribpolicy::Json::array();
-        for (const std::string& x : differ) d.push_back(ribpolicy::jsonBytes(x));
-        v["differences"] = std::move(d);
-        steps.push_back(std::move(v));
+        j.item().open('{');
+        j.member("step").number(i + 1);
+        j.member("status").string(skipped ? "skipped" : differ.empty() ? "ok" : "differs");
+        j.member("differences").open('[');
+        for (const std::string& x : differ) j.item().string(x);
+        j.close('[').close('{');
         continue;
       }
       out << "step " << i + 1 << ": ";
@@ -202,10 +208,8 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   Rib::ScopedSink quiet(nullptr);
   agent.teardown();
   if (json) {
-    ribpolicy::Json j = ribpolicy::Json::object();
-    j["file"] = ribpolicy::jsonBytes(shown);
-    j["steps"] = std::move(steps);
-    out << ribpolicy::jsonText(j, false) << '\n';
+    j.close('[').close('{');
+    out << j.text() << '\n';
   }
   out.flush();
   return frr.failure() ? report(*frr.failure(), shown, err) : status;

@@ -24,6 +24,10 @@
 
 namespace frr {
 
+using Vox::S64;
+using Vox::U32;
+using Vox::U8;
+
 // The kinds of FRR policy object, in the order FRR prints its sections. Dynamic prefix lists
 // and peer filters have no FRR object; they appear only as notes at their place.
 enum class Kind : std::uint8_t {

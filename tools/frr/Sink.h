@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/rib/EngineModel.h"
 #include "framework/rib/MioSink.h"
 #include "tools/frr/Config.h"
 #include "tools/frr/Vtysh.h"

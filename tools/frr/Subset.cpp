@@ -4,7 +4,7 @@
 #include <initializer_list>
 
 #include "tools/frr/Words.h"
-#include "tools/ribpolicy/TagNames.h"
+#include "RibText/TagNames.h"
 
 namespace frr {
 
@@ -64,7 +64,7 @@ auto prefixValue(const Entry& e) {
 
 bool routeTargetOrOrigin(std::uint64_t value) {
   const std::string text =
-      ribpolicy::extendedCommunity(static_cast<U32>(value >> 32), static_cast<U32>(value));
+      RibText::extendedCommunity(static_cast<U32>(value >> 32), static_cast<U32>(value));
   return text.starts_with("rt:") || text.starts_with("soo:");
 }
 

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/rib/EngineModel.h"
 #include "framework/rib/MioSink.h"
 #include "tools/frr/Config.h"
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tools/ribpolicy/TagNames.h"
+#include "RibText/TagNames.h"
 
 namespace frr {
 
@@ -72,9 +72,9 @@ std::optional<std::string> communityValues(U32 kind, const std::vector<U32>& wor
     if (kind == 0) {
       word = standardCommunity(v[0]);
     } else if (kind == 2) {
-      word = ribpolicy::largeCommunity(v[0], v[1], v[2]);
+      word = RibText::largeCommunity(v[0], v[1], v[2]);
     } else {
-      word = ribpolicy::extendedCommunity(v[0], v[1]);
+      word = RibText::extendedCommunity(v[0], v[1]);
       const bool rt = word.starts_with("rt:");
       if (!rt && !word.starts_with("soo:")) {
         problem = "extended community " + word + " is neither a route target nor a site of origin";

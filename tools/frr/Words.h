@@ -13,6 +13,10 @@
 
 namespace frr {
 
+using Vox::S64;
+using Vox::U32;
+using Vox::U8;
+
 // A standard community as FRR writes it: a well-known name ("no-export", "blackhole") or
 // AA:NN.
 std::string standardCommunity(U32 value);

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "framework/l3/VrfName.h"
-#include "framework/vox/Fatal.h"
+#include "framework/vox/Assert.h"
 
 namespace ribpolicy {
 
@@ -140,59 +140,44 @@ void Agent::applyStep(const ScenarioConfig& config, const InputSet& inputs) {
   if (!root_) {
     root_ = RibRouteMap::rootFactory("ribpolicy");
     root_->vrfNameIs(L3::VrfName(vrf_));
-    for (Input i : kAllInputs) {
-      if (inputs.has(i)) attach(i, true);
-    }
-    return;
   }
-  for (Input i : kAllInputs) {
-    if (attached_.has(i) && !inputs.has(i)) attach(i, false);
-  }
-  for (Input i : kAllInputs) {
-    if (!attached_.has(i) && inputs.has(i)) attach(i, true);
-  }
+  attach(inputs);
 }
 
 void Agent::teardown() {
   if (!root_) return;
-  // The VRF state exists only while every input is set, so clearing one removes it.
-  for (Input i : kAllInputs) {
-    if (attached_.has(i)) {
-      attach(i, false);
-      break;
-    }
-  }
+  // The VRF state exists only while every input is set, so clearing them removes it.
+  attach(InputSet());
   root_ = nullptr;
 }
 
 namespace {
 
-// The root inputs, one row each in the order the agent attaches them: the name scenarios use
-// and how the agent hands its entity to the root (or takes it back).
+// The root inputs, one row each: the name scenarios use and how the agent hands its entity to
+// the root.
 struct InputRow {
   Input input;
   const char* name;
-  void (*attach)(const Agent& agent, bool on);
+  void (*put)(const Agent& agent, RibRouteMap::VrfInputs& inputs);
 };
-
-template <class T>
-Vox::Ptr<T const> ifOn(const Vox::Ptr<T>& entity, bool on) {
-  return on ? Vox::Ptr<T const>(entity) : nullptr;
-}
 
 constexpr InputRow kInputTable[] = {
     {Input::routeMapConfig, "route-map-config",
-     [](const Agent& a, bool on) { a.root()->routeMapConfigIs(ifOn(a.routeMapConfig(), on)); }},
+     [](const Agent& a, RibRouteMap::VrfInputs& in) { in.routeMapConfig = a.routeMapConfig(); }},
     {Input::peerFilterConfig, "peer-filter-config",
-     [](const Agent& a, bool on) { a.root()->peerFilterConfigIs(ifOn(a.peerFilterConfig(), on)); }},
+     [](const Agent& a, RibRouteMap::VrfInputs& in) {
+       in.peerFilterConfig = a.peerFilterConfig();
+     }},
     {Input::aclListConfig, "acl-list-config",
-     [](const Agent& a, bool on) { a.root()->aclListConfigIs(ifOn(a.aclListConfig(), on)); }},
+     [](const Agent& a, RibRouteMap::VrfInputs& in) { in.aclListConfig = a.aclListConfig(); }},
     {Input::aclConfig, "acl-config",
-     [](const Agent& a, bool on) { a.root()->aclConfigIs(ifOn(a.aclConfig(), on)); }},
+     [](const Agent& a, RibRouteMap::VrfInputs& in) { in.aclConfig = a.aclConfig(); }},
     {Input::dynPfxListConfig, "dynamic-prefix-list-config",
-     [](const Agent& a, bool on) { a.root()->dynPfxListConfigIs(ifOn(a.dynPfxListConfig(), on)); }},
+     [](const Agent& a, RibRouteMap::VrfInputs& in) {
+       in.dynPfxListConfig = a.dynPfxListConfig();
+     }},
     {Input::policyMap, "policy-map",
-     [](const Agent& a, bool on) { a.root()->policyMapIs(on ? a.policyMap() : nullptr); }},
+     [](const Agent& a, RibRouteMap::VrfInputs& in) { in.policyMap = a.policyMap(); }},
 };
 static_assert(std::size(kInputTable) == kInputCount, "one row per root input");
 
@@ -208,9 +193,13 @@ const char* inputName(Input input) {
   return rowOf(input).name;
 }
 
-void Agent::attach(Input input, bool on) {
-  attached_.set(input, on);
-  rowOf(input).attach(*this, on);
+void Agent::attach(const InputSet& inputs) {
+  attached_ = inputs;
+  RibRouteMap::VrfInputs attached;
+  for (const InputRow& row : kInputTable) {
+    if (inputs.has(row.input)) row.put(*this, attached);
+  }
+  root_->inputsIs(attached);
 }
 
 void Agent::applyConfig(const ScenarioConfig& from, const ScenarioConfig& to) {

@@ -83,7 +83,8 @@ class Agent {
   void syncMaps(const std::map<std::string, MapDef>& from, const std::map<std::string, MapDef>& to,
                 bool peerFilters);
   void syncPolicyMap(const PolicyMapDef& from, const PolicyMapDef& to);
-  void attach(Input input, bool on);
+  // Sets the root's inputs to exactly `inputs`, in one call.
+  void attach(const InputSet& inputs);
   Vox::Ptr<Acl::RuleSet const> ruleSet(const AccessListDef& def);
 
   std::string vrf_;

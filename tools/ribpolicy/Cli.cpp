@@ -13,6 +13,8 @@
 
 #include "RibDynamicPrefixList/Trace.h"
 #include "RibRouteMap/mio/Trace.h"
+#include "RibText/JsonLinesWriter.h"
+#include "RibText/JsonWriter.h"
 #include "framework/rib/MioSink.h"
 #include "framework/vox/Trace.h"
 #include "tools/frr/Commands.h"
@@ -20,7 +22,6 @@
 #include "tools/ribpolicy/DemoScenario.h"
 #include "tools/ribpolicy/Diff.h"
 #include "tools/ribpolicy/Graph.h"
-#include "tools/ribpolicy/JsonLinesWriter.h"
 #include "tools/ribpolicy/References.h"
 #include "tools/ribpolicy/ScenarioParser.h"
 #include "tools/ribpolicy/StateJson.h"
@@ -157,13 +158,15 @@ std::optional<Scenario> loadScenario(const std::string& file, std::istream& in, 
   if (error) {
     err << error->format(shown) << '\n';
     if (json) {
-      Json j = Json::object();
-      j["file"] = jsonBytes(shown);
-      j["ok"] = false;
-      j["line"] = error->line();
-      j["column"] = error->column();
-      j["message"] = jsonBytes(error->what());
-      out << jsonText(j, false) << '\n';
+      RibText::JsonWriter j;
+      j.open('{');
+      j.member("file").string(shown);
+      j.member("ok").boolean(false);
+      j.member("line").number(error->line());
+      j.member("column").number(error->column());
+      j.member("message").string(error->what());
+      j.close('}');
+      out << j.text() << '\n';
     }
   }
   return scenario;
@@ -189,15 +192,13 @@ struct RunOptions {
 // The step line of the JSON-lines stream; with `diff`, the step's changes go in it.
 void jsonStepLine(std::size_t number, const Step& step, const std::vector<NodeChange>* diff,
                   std::ostream& out) {
-  Json line = Json::object();
-  line["step"] = number;
-  line["name"] = jsonBytes(step.name);
-  std::string text = jsonText(line, false);
-  if (diff) {
-    text.pop_back();
-    text += ",\"diff\":" + diffJson(*diff) + '}';
-  }
-  out << text << '\n';
+  RibText::JsonWriter line;
+  line.open('{');
+  line.member("step").number(number);
+  line.member("name").string(step.name);
+  if (diff) writeDiff(line.member("diff"), *diff);
+  line.close('}');
+  out << line.text() << '\n';
 }
 
 int runScenario(const Scenario& scenario, const RunOptions& options, std::ostream& out) {
@@ -205,7 +206,7 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
   Rib::EngineModel model;
   const auto form = options.numeric ? TextWriter::Form::numeric : TextWriter::Form::readable;
   TextWriter text(out, form);
-  ribpolicy::JsonLinesWriter jsonl(out);
+  RibText::JsonLinesWriter jsonl(out);
   // The engine's state is kept only when something reads it: a model of a million entries
   // costs more than everything else a run holds.
   std::vector<Rib::MioSink*> sinks;
@@ -254,7 +255,8 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
     }
   }
   // What the library sends while its VRF state goes is not part of the scenario.
-  Rib::ScopedSink quiet(nullptr);
+  Rib::DiscardingSink dropped;
+  Rib::ScopedSink quiet(&dropped);
   agent.teardown();
   return kExitOk;
 }
@@ -272,34 +274,37 @@ int printState(const Scenario& scenario, std::size_t steps, std::ostream& out) {
   }
   writeState(out, model.committed(), *agent.policyMap(), true);
   out << '\n';
-  Rib::ScopedSink quiet(nullptr);
+  Rib::DiscardingSink dropped;
+  Rib::ScopedSink quiet(&dropped);
   agent.teardown();
   return kExitOk;
 }
 
 int verifyJson(const Scenario& scenario, const std::string& shown, std::ostream& out) {
   int status = kExitOk;
-  Json steps = Json::array();
+  RibText::JsonWriter j;
+  j.open('{');
+  j.member("file").string(shown);
+  j.member("steps").open('[');
   for (const StepVerdict& v : verifyScenario(scenario)) {
-    Json step = Json::object();
-    step["step"] = v.step;
-    Json differences = Json::array();
-    for (const std::string& d : v.differences) differences.push_back(jsonBytes(d));
+    j.item().open('{');
+    j.member("step").number(v.step);
     if (v.skipped) {
-      step["status"] = "skipped";
+      j.member("status").string("skipped");
     } else if (v.differences.empty()) {
-      step["status"] = "ok";
+      j.member("status").string("ok");
     } else {
       status = kExitDifferent;
-      step["status"] = "differs";
+      j.member("status").string("differs");
     }
-    step["differences"] = std::move(differences);
-    steps.push_back(std::move(step));
+    j.member("differences").open('[');
+    for (const std::string& d : v.differences) j.item().string(d);
+    j.close(']');
+    j.close('}');
   }
-  Json j = Json::object();
-  j["file"] = jsonBytes(shown);
-  j["steps"] = std::move(steps);
-  out << jsonText(j, false) << '\n';
+  j.close(']');
+  j.close('}');
+  out << j.text() << '\n';
   return status;
 }
 
@@ -331,21 +336,23 @@ int checkScenario(const Scenario& scenario, const std::string& shown, bool json,
         << (werror ? ": error: " : ": warning: ") << w.message << '\n';
   }
   if (json) {
-    Json list = Json::array();
+    RibText::JsonWriter j;
+    j.open('{');
+    j.member("file").string(shown);
+    j.member("ok").boolean(!failed);
+    j.member("steps").number(scenario.steps.size());
+    j.member("warnings").open('[');
     for (const Warning& w : warnings) {
-      Json item = Json::object();
-      item["step"] = w.step;
-      item["line"] = w.mark.line;
-      item["column"] = w.mark.column;
-      item["message"] = jsonBytes(w.message);
-      list.push_back(std::move(item));
+      j.item().open('{');
+      j.member("step").number(w.step);
+      j.member("line").number(w.mark.line);
+      j.member("column").number(w.mark.column);
+      j.member("message").string(w.message);
+      j.close('}');
     }
-    Json j = Json::object();
-    j["file"] = jsonBytes(shown);
-    j["ok"] = !failed;
-    j["steps"] = scenario.steps.size();
-    j["warnings"] = std::move(list);
-    out << jsonText(j, false) << '\n';
+    j.close(']');
+    j.close('}');
+    out << j.text() << '\n';
   } else if (!failed) {
     out << shown << ": ok, " << scenario.steps.size()
         << (scenario.steps.size() == 1 ? " step" : " steps");

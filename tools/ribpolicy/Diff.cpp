@@ -1,11 +1,15 @@
 #include "tools/ribpolicy/Diff.h"
 
-#include "tools/ribpolicy/JsonLinesWriter.h"
-#include "tools/ribpolicy/TagNames.h"
+#include "RibText/JsonLinesWriter.h"
+#include "RibText/TagNames.h"
 
 namespace ribpolicy {
 
 namespace {
+
+using RibText::nodeTagOf;
+using RibText::readablePath;
+using RibText::readableValue;
 
 using Node = Rib::EngineModel::Node;
 using Path = std::vector<Rib::PathEntry>;
@@ -107,15 +111,10 @@ std::string valuesText(const std::map<U32, Rib::ValueData>& values, U32 node,
   return out + '}';
 }
 
-void appendValues(std::string& out, const std::map<U32, Rib::ValueData>& values) {
-  out += '[';
-  bool first = true;
-  for (const auto& [tag, data] : values) {
-    if (!first) out += ',';
-    first = false;
-    JsonLinesWriter::appendTaggedValue(out, tag, data);
-  }
-  out += ']';
+void writeValues(RibText::JsonWriter& w, const std::map<U32, Rib::ValueData>& values) {
+  w.open('[');
+  for (const auto& [tag, data] : values) RibText::writeTaggedValue(w.item(), tag, data);
+  w.close(']');
 }
 
 }  // namespace
@@ -155,33 +154,33 @@ std::string diffLine(const NodeChange& change, TextWriter::Form form) {
 }
 
 std::string diffJson(const std::vector<NodeChange>& changes) {
-  std::string out = "[";
+  RibText::JsonWriter w;
+  writeDiff(w, changes);
+  return w.take();
+}
+
+void writeDiff(RibText::JsonWriter& w, const std::vector<NodeChange>& changes) {
+  w.open('[');
   for (const NodeChange& c : changes) {
-    if (out.size() > 1) out += ',';
+    w.item().open('{');
     switch (c.kind) {
       case NodeChange::Kind::added:
-        out += "{\"added\":";
-        JsonLinesWriter::appendPath(out, c.path);
-        out += ",\"values\":";
-        appendValues(out, c.after);
+        RibText::writePath(w.member("added"), c.path);
+        writeValues(w.member("values"), c.after);
         break;
       case NodeChange::Kind::removed:
-        out += "{\"removed\":";
-        JsonLinesWriter::appendPath(out, c.path);
-        out += ",\"nodes\":" + std::to_string(c.nodes);
+        RibText::writePath(w.member("removed"), c.path);
+        w.member("nodes").number(c.nodes);
         break;
       case NodeChange::Kind::changed:
-        out += "{\"changed\":";
-        JsonLinesWriter::appendPath(out, c.path);
-        out += ",\"before\":";
-        appendValues(out, c.before);
-        out += ",\"after\":";
-        appendValues(out, c.after);
+        RibText::writePath(w.member("changed"), c.path);
+        writeValues(w.member("before"), c.before);
+        writeValues(w.member("after"), c.after);
         break;
     }
-    out += '}';
+    w.close('}');
   }
-  return out + ']';
+  w.close(']');
 }
 
 }  // namespace ribpolicy

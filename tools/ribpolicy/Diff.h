@@ -22,10 +22,13 @@
 #include <string>
 #include <vector>
 
-#include "framework/rib/MioSink.h"
+#include "RibText/JsonWriter.h"
+#include "framework/rib/EngineModel.h"
 #include "tools/ribpolicy/TextWriter.h"
 
 namespace ribpolicy {
+
+using Vox::U32;
 
 struct NodeChange {
   enum class Kind : std::uint8_t { added, removed, changed };
@@ -45,7 +48,8 @@ std::vector<NodeChange> engineDiff(const Rib::EngineModel::Node& before,
 
 // One line per change, as above, without the line end.
 std::string diffLine(const NodeChange& change, TextWriter::Form form);
-// The "diff" array of the JSON form, compact.
+// The "diff" array of the JSON form, compact; or written by `w`.
 std::string diffJson(const std::vector<NodeChange>& changes);
+void writeDiff(RibText::JsonWriter& w, const std::vector<NodeChange>& changes);
 
 }  // namespace ribpolicy

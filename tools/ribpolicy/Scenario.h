@@ -25,6 +25,10 @@
 
 namespace ribpolicy {
 
+using Vox::S64;
+using Vox::U32;
+using Vox::U8;
+
 // The root inputs, in the order in which the agent attaches them.
 enum class Input : std::uint8_t {
   routeMapConfig,
@@ -245,3 +249,10 @@ void forEachKey(const std::map<K, V, C>& before, const std::map<K, V, C>& after,
 }
 
 }  // namespace ribpolicy
+
+// Random convergence testing works on the same scenarios, with the same integers.
+namespace converge {
+using Vox::S64;
+using Vox::U32;
+using Vox::U8;
+}  // namespace converge

@@ -1,10 +1,16 @@
 #include "tools/ribpolicy/TextWriter.h"
 
-#include "tools/ribpolicy/TagNames.h"
+#include "RibText/TagNames.h"
 
 namespace ribpolicy {
 
 namespace {
+
+using RibText::nodeTagOf;
+using RibText::readablePath;
+using RibText::readableScalar;
+using RibText::readableValue;
+using Vox::U32;
 
 constexpr std::size_t kNameWidth = 28;
 constexpr std::size_t kPathWidth = 60;

@@ -9,7 +9,7 @@
 //
 // Deletes carry "DEL" in the first column so that they stand out; commits are rules across
 // the operation columns. Tags are named and communities and AS paths written in their usual
-// forms (TagNames.h); the numeric form writes every tag and value as the engine gets it
+// forms (RibText/TagNames.h); the numeric form writes every tag and value as the engine gets it
 // (`512/576="RM1"/577/578=10 {0:u32=10 1:flag=true}`). Strings are quoted with bytes outside
 // printable ASCII as \xHH.
 #pragma once

@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "RibText/JsonWriter.h"
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/StateJson.h"
 
@@ -11,12 +12,9 @@ namespace {
 
 std::string reasonsText(const RoutingPolicyMap::PolicyRequester* r) {
   if (!r) return "absent";
-  Json reasons = Json::array();
-  for (const RoutingPolicyMap::Requester& x : r->reason()) {
-    reasons.push_back(
-        Json::array({x.plugin, x.mode, jsonBytes(x.configCli), jsonBytes(x.configKey)}));
-  }
-  return jsonText(reasons, false);
+  RibText::JsonWriter reasons;
+  writeReasons(reasons, *r);
+  return reasons.take();
 }
 
 void compareColl(const char* what, const RoutingPolicyMap::PolicyMap::Coll& left,
@@ -30,8 +28,9 @@ void compareColl(const char* what, const RoutingPolicyMap::PolicyMap::Coll& left
     const RoutingPolicyMap::PolicyRequester* lr = l == left.end() ? nullptr : l->second.ptr();
     const RoutingPolicyMap::PolicyRequester* rr = r == right.end() ? nullptr : r->second.ptr();
     if (lr && rr && lr->reason() == rr->reason()) continue;
-    out.push_back(std::string("policy-map ") + what + ' ' + jsonText(Json(jsonBytes(name)), false) +
-                  ": " + reasonsText(lr) + " vs " + reasonsText(rr));
+    std::string line = std::string("policy-map ") + what + ' ';
+    RibText::JsonWriter::appendString(line, name);
+    out.push_back(line + ": " + reasonsText(lr) + " vs " + reasonsText(rr));
   }
 }
 
@@ -97,7 +96,8 @@ std::vector<StepVerdict> verifyScenario(const Scenario& scenario) {
       verdicts.push_back(std::move(v));
     }
   }
-  Rib::ScopedSink quiet(nullptr);
+  Rib::DiscardingSink dropped;
+  Rib::ScopedSink quiet(&dropped);
   agent.teardown();
   return verdicts;
 }

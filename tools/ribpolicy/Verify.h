@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "framework/config/PolicyMap.h"
-#include "framework/rib/MioSink.h"
+#include "framework/rib/EngineModel.h"
 #include "tools/ribpolicy/Scenario.h"
 
 namespace ribpolicy {

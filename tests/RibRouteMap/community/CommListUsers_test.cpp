@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <unordered_set>
 #include <vector>
 
 namespace RibRouteMap {
 namespace {
+
+using Vox::U32;
 
 using Routing::RouteMap::CommunitySet;
 using SetPtr = Vox::Ptr<CommunitySet const>;
@@ -110,7 +113,7 @@ TEST(MapEntryCommSetClauseTest, HashFollowsEveryField) {
   // The fields are mixed in order, not summed: swapping sequence and flag values differs.
   EXPECT_NE(MapEntryCommSetClause("RM", 1, static_cast<Acl::CommSetFlag>(2)).hash(),
             MapEntryCommSetClause("RM", 2, static_cast<Acl::CommSetFlag>(1)).hash());
-  EXPECT_EQ(MapEntryCommSetClauseHash()(base), base.hash());
+  EXPECT_EQ(std::hash<MapEntryCommSetClause>()(base), base.hash());
 }
 
 // --- CommSetClauseInMapEntry --------------------------------------------------------------

@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "RibDynamicPrefixList/Mio.h"
+#include "RibRouteMap/community/CommListUsers.h"
+#include "RibRouteMap/mio/Mio.h"
+#include "RibRouteMap/root/VrfStatusSm.h"
 #include "tests/support/Harness.h"
 
 namespace {
@@ -62,6 +66,52 @@ TEST(RootTest, VrfStateKeptForSameInputsReplacedForNewOnes) {
   EXPECT_NE(a.root()->vrfStatusSm(), before);
   EXPECT_TRUE(before->zombie());
   a.root()->routeMapConfigIs(a.routeMapConfig());
+}
+
+// The inputs in one call: the VRF state is built once they are all there, before any input
+// notifies; each input that changed notifies once; clearing them all deletes the state.
+TEST(RootTest, InputsInOneCallBuildOnceThenNotify) {
+  ribpolicy::LibraryRootGuard keepRoot;
+  Rib::DiscardingSink engine;
+  Rib::ScopedSink sink(&engine);
+  const RibRouteMap::VrfInputs inputs{Vox::make<Routing::RouteMap::Config>(),
+                                      Vox::make<Routing::RouteMap::PeerFilterConfig>(),
+                                      Vox::make<Acl::AclListConfig>(),
+                                      Vox::make<Acl::Config>(),
+                                      Vox::make<Routing::DynamicPrefixList::Config>(),
+                                      Vox::make<RoutingPolicyMap::PolicyMap>()};
+  auto root = RibRouteMap::rootFactory("r");
+  RootWatcher watcher;
+  watcher.notifierIs(root);
+  RibRouteMap::VrfInputs partial = inputs;
+  partial.policyMap = nullptr;
+  root->inputsIs(partial);
+  EXPECT_FALSE(root->vrfStatusSm());
+  root->inputsIs(inputs);
+  ASSERT_TRUE(root->vrfStatusSm());
+  const Vox::Ptr<RibRouteMap::VrfStatusSm> built = root->vrfStatusSm();
+  root->inputsIs(inputs);
+  EXPECT_EQ(root->vrfStatusSm(), built);
+  root->inputsIs({});
+  EXPECT_FALSE(root->vrfStatusSm());
+  EXPECT_EQ(watcher.seen, (std::vector<std::string>{"routeMapConfig none", "policyMap built",
+                                                    "routeMapConfig none", "policyMap none"}));
+}
+
+// With no sink installed, every operation of either channel is dropped and traced at level 1.
+TEST(RootTest, OperationsWithoutSinkAreTracedAtLevelOne) {
+  ribpolicy::LibraryRootGuard keepRoot;
+  RibRouteMap::rmRoot = nullptr;
+  Rib::ScopedSink none(nullptr);
+  test_support::TraceCapture trace(1);  // both handles write to its stream
+  Vox::traceLevelIs("RibDynamicPrefixList", 1);
+  RibRouteMap::mioFactory("default")->doDeleteRouteMap("RM");
+  RibDynamicPrefixList::mioFactory()->doDelDynamicPrefixList("D");
+  Vox::traceLevelIs("RibDynamicPrefixList", -1);
+  EXPECT_EQ(trace.lines(),
+            (std::vector<std::string>{"Mio: no sink installed, operation dropped: deleteRouteMap",
+                                      "Mio: no sink installed, operation dropped: "
+                                      "delDynamicPrefixList"}));
 }
 
 }  // namespace

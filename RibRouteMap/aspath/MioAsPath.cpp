@@ -1,12 +1,7 @@
-// AS-path access lists on the engine.
-//
-// Lists and entries are addressed by path texts rather than bare names: a list by
-// "/policy/asplist " and its name, an entry by its sequence number followed by
-// "/asplist/entry". The regular expression goes to the engine as configured; whether it is
-// valid in the VRF's dialect is decided before a command is issued.
+#include "RibRouteMap/aspath/MioAsPath.h"
+
 #include <string>
 
-#include "RibRouteMap/mio/Mio.h"
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
 
@@ -25,14 +20,14 @@ U32 originMask(Acl::BGPOrigin origin) {
   return origin <= 2 ? kAnyOrigin | (1u << origin) : kAnyOrigin;
 }
 
-RibPath asPathListPath(const Mio& mio, const Vox::String& name) {
+RibPath asPathListPath(const MioChannel& mio, const Vox::String& name) {
   RibPath path = mio.ribPathIs(Tag::policyRoot);
   path->doPushPath(Tag::asPathLists);
   path->doPushString(Tag::asPathListKey, kListKeyPrefix + name);
   return path;
 }
 
-RibPath asPathEntryPath(const Mio& mio, const Vox::String& name, U32 seqno) {
+RibPath asPathEntryPath(const MioChannel& mio, const Vox::String& name, U32 seqno) {
   RibPath path = asPathListPath(mio, name);
   path->doPushPath(Tag::asPathEntries);
   path->doPushString(Tag::asPathEntryKey, std::to_string(seqno) + kEntryKeySuffix);
@@ -41,7 +36,7 @@ RibPath asPathEntryPath(const Mio& mio, const Vox::String& name, U32 seqno) {
 
 }  // namespace
 
-void Mio::doAddAsPathList(const String& name) const {
+void MioAsPath::doAddAsPathList(const String& name) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddAsPathList(Vox::String)"
                              << " name: " << name);
   RibValue v = ribValueIs();
@@ -49,14 +44,14 @@ void Mio::doAddAsPathList(const String& name) const {
   ribExecute("addAsPathList", asPathListPath(*this, name), v);
 }
 
-void Mio::doDeleteAsPathList(const String& name) const {
+void MioAsPath::doDeleteAsPathList(const String& name) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDeleteAsPathList(Vox::String)"
                              << " name: " << name);
   ribExecute("deleteAsPathList", asPathListPath(*this, name), nullptr, true);
 }
 
-void Mio::doAddAsPathListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
-                               const String& regex, Acl::BGPOrigin origin) const {
+void MioAsPath::doAddAsPathListEntry(const String& name, U32 seqno, Acl::MatchPermit permit,
+                                     const String& regex, Acl::BGPOrigin origin) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddAsPathListEntry(Vox::String, U32, Acl::MatchPermit, "
            "Vox::String, Acl::BGPOrigin)"
@@ -70,10 +65,17 @@ void Mio::doAddAsPathListEntry(const String& name, U32 seqno, Acl::MatchPermit p
   ribExecute("addAsPathListEntry", asPathEntryPath(*this, name, seqno), v);
 }
 
-void Mio::doDelAsPathListEntry(const String& name, U32 seqno) const {
+void MioAsPath::doDelAsPathListEntry(const String& name, U32 seqno) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doDelAsPathListEntry(Vox::String, U32)"
                              << " name: " << name << " seqno: " << seqno);
   ribExecute("delAsPathListEntry", asPathEntryPath(*this, name, seqno), nullptr, true);
+}
+
+void MioAsPath::doAsPathRegexMode(Acl::RegexMode mode) const {
+  RibPath path = ribPathIs(Tag::globalPolicy);
+  RibOp op = ribOpIs("AsPathRegexMode", path);
+  op->doSetU32(Tag::scalarAsPathRegexMode, mode == 1 ? 2 : 1, 0);
+  op->doExecute();
 }
 
 }  // namespace RibRouteMap

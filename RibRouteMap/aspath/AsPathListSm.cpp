@@ -5,7 +5,8 @@
 // it stays defined in the engine, with no entries, since a partial list would filter more
 // routes through than the user wrote. Entries are sent as they change and committed when the
 // list's version changes.
-#include "RibRouteMap/filterlist/AclListConfigSm.h"
+#include "RibRouteMap/aspath/AsPathListSm.h"
+
 #include "RibRouteMap/mio/Trace.h"
 
 namespace RibRouteMap {

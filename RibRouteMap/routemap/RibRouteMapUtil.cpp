@@ -1,4 +1,4 @@
-#include "RibRouteMap/mio/RibRouteMapUtil.h"
+#include "RibRouteMap/routemap/RibRouteMapUtil.h"
 
 #include <map>
 #include <utility>

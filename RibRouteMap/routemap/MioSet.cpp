@@ -1,5 +1,5 @@
-// Set clauses of a route-map sequence: every command addresses the sequence's set-action node
-// and carries one value under the tag of its set-action number. None of them commits.
+#include "RibRouteMap/routemap/MioSet.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
@@ -13,7 +13,7 @@
 
 namespace RibRouteMap {
 
-void Mio::doSetIntValue(const String& name, U32 seqno, U32 action, U32 value) const {
+void MioSet::doSetIntValue(const String& name, U32 seqno, U32 action, U32 value) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetIntValue(Vox::String, U32, U32, U32)"
                              << " rmName: " << name << " seqno: " << seqno << " action: " << action
                              << " value: " << value);
@@ -22,7 +22,7 @@ void Mio::doSetIntValue(const String& name, U32 seqno, U32 action, U32 value) co
   ribExecute("setIntValue", ribSetPathIs(name, seqno), v);
 }
 
-void Mio::doSetU8Value(const String& name, U32 seqno, U32 action, U8 value) const {
+void MioSet::doSetU8Value(const String& name, U32 seqno, U32 action, U8 value) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetU8Value(Vox::String, U32, U32, U8)"
                              << " rmName: " << name << " seqno: " << seqno << " action: " << action
                              << " value: " << static_cast<unsigned>(value));
@@ -31,7 +31,7 @@ void Mio::doSetU8Value(const String& name, U32 seqno, U32 action, U8 value) cons
   ribExecute("setU8Value", ribSetPathIs(name, seqno), v);
 }
 
-void Mio::doSetStrValue(const String& name, U32 seqno, U32 action, const String& value) const {
+void MioSet::doSetStrValue(const String& name, U32 seqno, U32 action, const String& value) const {
   // The value may be packed binary (AS-path lists), so only its size is traced.
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetStrValue(Vox::String, U32, U32, Vox::String)"
                              << " rmName: " << name << " seqno: " << seqno << " action: " << action
@@ -41,8 +41,8 @@ void Mio::doSetStrValue(const String& name, U32 seqno, U32 action, const String&
   ribExecute("setStrValue", ribSetPathIs(name, seqno), v);
 }
 
-void Mio::doSetNextHop(const String& name, U32 seqno, Vela::IpAddr nextHop,
-                       const Vela::Ip6Addr& ipv6NextHop, bool isIpv6) const {
+void MioSet::doSetNextHop(const String& name, U32 seqno, Vela::IpAddr nextHop,
+                          const Vela::Ip6Addr& ipv6NextHop, bool isIpv6) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doSetNextHop(Vox::String, U32, Vela::IpAddr, "
            "const Vela::Ip6Addr&, bool)"
@@ -58,7 +58,7 @@ void Mio::doSetNextHop(const String& name, U32 seqno, Vela::IpAddr nextHop,
   ribExecute("setNextHop", ribSetPathIs(name, seqno), v);
 }
 
-void Mio::doSetNextHopPeerAddr(const String& name, U32 seqno, U32 action, bool on) const {
+void MioSet::doSetNextHopPeerAddr(const String& name, U32 seqno, U32 action, bool on) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetNextHopPeerAddr(Vox::String, U32, U32, bool)"
                              << " rmName: " << name << " seqno: " << seqno << " action: " << action
                              << " on: " << on);
@@ -67,7 +67,7 @@ void Mio::doSetNextHopPeerAddr(const String& name, U32 seqno, U32 action, bool o
   ribExecute("setNextHopPeerAddr", ribSetPathIs(name, seqno), v);
 }
 
-void Mio::doSetNextHopUnchanged(const String& name, U32 seqno, U32 action, bool on) const {
+void MioSet::doSetNextHopUnchanged(const String& name, U32 seqno, U32 action, bool on) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetNextHopUnchanged(Vox::String, U32, U32, bool)"
                              << " rmName: " << name << " seqno: " << seqno << " action: " << action
                              << " on: " << on);
@@ -76,8 +76,8 @@ void Mio::doSetNextHopUnchanged(const String& name, U32 seqno, U32 action, bool 
   ribExecute("setNextHopUnchanged", ribSetPathIs(name, seqno), v);
 }
 
-void Mio::doSetMetric(const String& name, U32 seqno, U32 metric,
-                      Routing::RouteMap::MedType medType) const {
+void MioSet::doSetMetric(const String& name, U32 seqno, U32 metric,
+                         Routing::RouteMap::MedType medType) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doSetMetric(Vox::String, U32, U32, "
            "Routing::RouteMap::MedType)"
@@ -129,7 +129,7 @@ void Mio::doSetMetric(const String& name, U32 seqno, U32 metric,
   Vox::assertionFailed("0 && \"invalid med type\"");
 }
 
-void Mio::doSetMetricType(const String& name, U32 seqno, const String& type) const {
+void MioSet::doSetMetricType(const String& name, U32 seqno, const String& type) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetMetricType(Vox::String, U32, Vox::String)"
                              << " rmName: " << name << " seqno: " << seqno << " type: " << type);
   if (type == "type-1") {
@@ -141,7 +141,7 @@ void Mio::doSetMetricType(const String& name, U32 seqno, const String& type) con
   }
 }
 
-void Mio::doSetAsPathPrependLastAs(const String& name, U32 seqno, U8 count) const {
+void MioSet::doSetAsPathPrependLastAs(const String& name, U32 seqno, U8 count) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetAsPathPrependLastAs(Vox::String, U32, U8)"
                              << " rmName: " << name << " seqno: " << seqno
                              << " count: " << static_cast<unsigned>(count));
@@ -187,20 +187,20 @@ Vox::String packAsPath(const std::map<U32, U32>& list, U32 count) {
 
 }  // namespace
 
-void Mio::doSetAsPathPrepend(const String& name, U32 seqno, const String& asPath) const {
+void MioSet::doSetAsPathPrepend(const String& name, U32 seqno, const String& asPath) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetAsPathPrepend(Vox::String, U32, Vox::String)"
                              << " rmName: " << name << " seqno: " << seqno
                              << " asPath: " << asPath);
   const std::map<U32, U32> list = parseAsPath(asPath);
-  doSetAsPathPrepend_(vrfName_, name, seqno, list, static_cast<U32>(list.size()));
+  doSetAsPathPrepend_(vrfName(), name, seqno, list, static_cast<U32>(list.size()));
 }
 
-void Mio::doSetAsPathReplace(const String& name, U32 seqno, const String& asPath) const {
+void MioSet::doSetAsPathReplace(const String& name, U32 seqno, const String& asPath) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doSetAsPathReplace(Vox::String, U32, Vox::String)"
                              << " rmName: " << name << " seqno: " << seqno
                              << " asPath: " << asPath);
   const std::map<U32, U32> list = parseAsPath(asPath);
-  doSetAsPathReplace_(vrfName_, name, seqno, list, static_cast<U32>(list.size()));
+  doSetAsPathReplace_(vrfName(), name, seqno, list, static_cast<U32>(list.size()));
 }
 
 void doSetAsPathPrepend_(const L3::VrfName& vrf, const Vox::String& name, U32 seqno,

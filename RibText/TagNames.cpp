@@ -1,4 +1,4 @@
-#include "tools/ribpolicy/TagNames.h"
+#include "RibText/TagNames.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,7 @@
 
 #include "RibRouteMap/mio/Tags.h"
 
-namespace ribpolicy {
+namespace RibText {
 
 namespace {
 
@@ -426,4 +426,22 @@ std::string readableScalar(const Rib::OpScalar& scalar) {
   return std::string(*name) + '=' + std::to_string(scalar.value);
 }
 
-}  // namespace ribpolicy
+std::string readableOp(const Rib::OpRecord& op) {
+  std::string out = op.name + ' ' + readablePath(op.path);
+  const U32 node = nodeTagOf(op.path);
+  const auto items = [&](const char* open, const auto& list, const auto& text) {
+    if (list.empty()) return;
+    out += open;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      if (i) out += ' ';
+      out += text(list[i]);
+    }
+    out += '}';
+  };
+  items(" {", op.values, [&](const Rib::TaggedValue& v) { return readableValue(node, v); });
+  items(" scalars{", op.scalars, readableScalar);
+  if (op.del) out += " del";
+  return out;
+}
+
+}  // namespace RibText

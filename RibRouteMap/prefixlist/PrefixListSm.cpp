@@ -6,9 +6,10 @@
 // engine's entry of that number), a delete for one that is gone. An entry that is removed and
 // added again within one batch is therefore sent once, as an add. Both families share the
 // engine node; an IPv6 list is kept apart by its prefixed name (Mio::prefixListId).
+#include "RibRouteMap/prefixlist/PrefixListSm.h"
+
 #include <algorithm>
 
-#include "RibRouteMap/filterlist/AclListConfigSm.h"
 #include "RibRouteMap/mio/Trace.h"
 
 namespace RibRouteMap {

@@ -1,6 +1,6 @@
 // The readable forms of the text stream: communities, packed AS paths, and values whose tag
 // or form the names do not cover, which must keep everything the numeric form says.
-#include "tools/ribpolicy/TagNames.h"
+#include "RibText/TagNames.h"
 
 #include <gtest/gtest.h>
 
@@ -12,16 +12,19 @@
 
 namespace {
 
+using Vox::U32;
+using Vox::U8;
+
 using Rib::TaggedValue;
-using ribpolicy::readableValue;
+using RibText::readableValue;
 namespace Tag = RibRouteMap::Tag;
 
 // Standard, extended and large communities at their edges; extended kinds without a usual
 // form, and four-byte ASes that would read as two-byte ones, stay hex.
 TEST(TagNamesTest, Communities) {
-  EXPECT_EQ(ribpolicy::standardCommunity(0), "0:0");
-  EXPECT_EQ(ribpolicy::standardCommunity(0xffff029a), "65535:666");
-  EXPECT_EQ(ribpolicy::standardCommunity(0xffffffff), "65535:65535");
+  EXPECT_EQ(RibText::standardCommunity(0), "0:0");
+  EXPECT_EQ(RibText::standardCommunity(0xffff029a), "65535:666");
+  EXPECT_EQ(RibText::standardCommunity(0xffffffff), "65535:65535");
   const struct {
     U32 upper, lower;
     const char* text;
@@ -35,19 +38,19 @@ TEST(TagNamesTest, Communities) {
       {0x00080000, 0, "0x0008000000000000"},
   };
   for (const auto& e : extended) {
-    EXPECT_EQ(ribpolicy::extendedCommunity(e.upper, e.lower), e.text) << std::hex << e.upper;
+    EXPECT_EQ(RibText::extendedCommunity(e.upper, e.lower), e.text) << std::hex << e.upper;
   }
-  EXPECT_EQ(ribpolicy::largeCommunity(4294967295u, 0, 1), "4294967295:0:1");
+  EXPECT_EQ(RibText::largeCommunity(4294967295u, 0, 1), "4294967295:0:1");
 }
 
 // AS numbers come back in order from the machine's byte order; a length that is not whole
 // AS numbers gives nothing.
 TEST(TagNamesTest, PackedAsPaths) {
   const U32 path[] = {64496, 4200000000u, 0};
-  EXPECT_EQ(ribpolicy::packedAsPath(std::string(reinterpret_cast<const char*>(path), 12)),
+  EXPECT_EQ(RibText::packedAsPath(std::string(reinterpret_cast<const char*>(path), 12)),
             "[64496 4200000000 0]");
-  EXPECT_EQ(ribpolicy::packedAsPath(""), "[]");
-  EXPECT_EQ(ribpolicy::packedAsPath("abcde"), std::nullopt);
+  EXPECT_EQ(RibText::packedAsPath(""), "[]");
+  EXPECT_EQ(RibText::packedAsPath("abcde"), std::nullopt);
 }
 
 // Each value's type shows in its text or is written out; words and strings that do not hold
@@ -82,12 +85,12 @@ TEST(TagNamesTest, ValuesKeepTheirTypes) {
 TEST(TagNamesTest, PathsNameEachTagOnce) {
   std::set<std::string_view> names;
   for (U32 tag = 0; tag < 1024; ++tag) {
-    const auto name = ribpolicy::pathTagName(tag);
+    const auto name = RibText::pathTagName(tag);
     if (!name) continue;
     EXPECT_TRUE(names.insert(*name).second) << *name << " names two tags";
     std::set<std::string_view> values;
     for (U32 v = 0; v < 64; ++v) {
-      const auto value = ribpolicy::valueTagName(tag, v);
+      const auto value = RibText::valueTagName(tag, v);
       if (value) {
         EXPECT_TRUE(values.insert(*value).second) << *name << ": " << *value << " names two tags";
       }
@@ -96,7 +99,7 @@ TEST(TagNamesTest, PathsNameEachTagOnce) {
   Rib::PathEntry seq{Tag::routeMapSeq, Rib::PathEntry::Kind::u32, 10, ""};
   Rib::PathEntry odd{700, Rib::PathEntry::Kind::string, 0, "k\n"};
   Rib::PathEntry root{Tag::policyRoot, Rib::PathEntry::Kind::none, 0, ""};
-  EXPECT_EQ(ribpolicy::readablePath({root, seq, odd}), R"(policy/seq=10/700="k\x0a")");
+  EXPECT_EQ(RibText::readablePath({root, seq, odd}), R"(policy/seq=10/700="k\x0a")");
 }
 
 }  // namespace

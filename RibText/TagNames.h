@@ -20,7 +20,7 @@
 
 #include "framework/rib/MioSink.h"
 
-namespace ribpolicy {
+namespace RibText {
 
 // The node name of a path tag ("route-map" for 576), or nothing for a tag the library does
 // not use.
@@ -47,7 +47,12 @@ std::optional<std::string> packedAsPath(std::string_view bytes);
 std::string readablePath(const std::vector<Rib::PathEntry>& path);
 std::string readableValue(U32 nodeTag, const Rib::TaggedValue& value);
 std::string readableScalar(const Rib::OpScalar& scalar);
+// One whole operation, as Rib::opText writes it with numbers:
+//   routeMapSeq policy/route-map="RM1"/seqs/seq=10 {seq=10 permit=true}
+//   RouteMapSetOpMode global scalars{route-map-op-mode=0}
+//   deleteRouteMap policy/route-map="RM1" del
+std::string readableOp(const Rib::OpRecord& op);
 // The tag of the node a path ends at (0 for an empty path).
 U32 nodeTagOf(const std::vector<Rib::PathEntry>& path);
 
-}  // namespace ribpolicy
+}  // namespace RibText

@@ -1,14 +1,13 @@
-// Match clauses of a route-map sequence. Every command addresses a match node below the
-// sequence path; a negated match carries flag 0 = true ahead of its other values, a plain match
-// carries no flag at all. Nothing here commits: the caller commits the whole map.
+#include "RibRouteMap/routemap/MioMatch.h"
+
 #include <iterator>
 #include <string_view>
 
 #include "RibRouteMap/mio/Mio.h"
-#include "RibRouteMap/mio/RibRouteMapUtil.h"
 #include "RibRouteMap/mio/Tags.h"
 #include "RibRouteMap/mio/Trace.h"
-#include "framework/vox/Fatal.h"
+#include "RibRouteMap/routemap/RibRouteMapUtil.h"
+#include "framework/vox/Assert.h"
 
 namespace RibRouteMap {
 
@@ -20,7 +19,7 @@ constexpr U8 accessListKind = 2;
 constexpr U8 ipv6PrefixListKind = 6;
 
 // A fresh value list that starts with the negation flag when the match is inverted.
-RibValue matchValues(const Mio& mio, bool invert) {
+RibValue matchValues(const MioChannel& mio, bool invert) {
   RibValue v = mio.ribValueIs();
   if (invert) v->doPushFlag(Tag::MatchValue::invert, true);
   return v;
@@ -31,7 +30,7 @@ Mio::PrefixListFamily familyOf(bool isIpv6) {
 }
 
 // The three prefix-list matches differ only in their node and operation name.
-void addPrefixListMatch(const Mio& mio, std::string_view opName, U32 nodeTag,
+void addPrefixListMatch(const MioChannel& mio, std::string_view opName, U32 nodeTag,
                         const Vox::String& name, U32 seqno, const Vox::String& list, bool invert,
                         bool isIpv6) {
   const Vox::String id = Mio::prefixListId(list, familyOf(isIpv6));
@@ -45,7 +44,7 @@ void addPrefixListMatch(const Mio& mio, std::string_view opName, U32 nodeTag,
 
 // The list nodes of interface, gateway and next-hop matches hold the negation; their entries
 // are added one per command below the node. A plain match leaves the node's flag unset.
-void addListNodeInvert(const Mio& mio, std::string_view opName, U32 nodeTag,
+void addListNodeInvert(const MioChannel& mio, std::string_view opName, U32 nodeTag,
                        const Vox::String& name, U32 seqno, bool invert) {
   if (!invert) return;
   RibPath path = mio.ribMapSeqPathIs(name, seqno);
@@ -57,14 +56,16 @@ void addListNodeInvert(const Mio& mio, std::string_view opName, U32 nodeTag,
 
 }  // namespace
 
-void Mio::doAddMatchRule(const String& mapName, U32 seqno,
-                         const Routing::RouteMap::MatchRule& rule) const {
+void MioMatch::doAddMatchRule(const String& mapName, U32 seqno,
+                              const Routing::RouteMap::MatchRule& rule) const {
   using namespace Routing::RouteMap;
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchRule(Vox::String, U32, "
            "const Routing::RouteMap::MatchRule&)"
                << " rmName: " << mapName << " seqno: " << seqno << " option: " << rule.option
                << " invert: " << rule.invert);
+  // Community matches are commands of the community part of the channel.
+  const Mio& mio = static_cast<const Mio&>(*this);
   const MatchOption option = rule.option;
   const String& str = rule.stringValue;
   const bool invert = rule.invert;
@@ -94,13 +95,14 @@ void Mio::doAddMatchRule(const String& mapName, U32 seqno,
   } else if (option == matchInterface) {
     doAddMatchInterface(mapName, seqno, str, invert);
   } else if (option == matchCommunity) {
-    doAddMatchCommunity(mapName, seqno, rule.commListSet, invert, rule.exact,
-                        Acl::communityStandard);
+    mio.doAddMatchCommunity(mapName, seqno, rule.commListSet, invert, rule.exact,
+                            Acl::communityStandard);
   } else if (option == matchExtCommunity) {
-    doAddMatchCommunity(mapName, seqno, rule.commListSet, invert, rule.exact,
-                        Acl::communityExtended);
+    mio.doAddMatchCommunity(mapName, seqno, rule.commListSet, invert, rule.exact,
+                            Acl::communityExtended);
   } else if (option == matchLargeCommunity) {
-    doAddMatchCommunity(mapName, seqno, rule.commListSet, invert, rule.exact, Acl::communityLarge);
+    mio.doAddMatchCommunity(mapName, seqno, rule.commListSet, invert, rule.exact,
+                            Acl::communityLarge);
   } else if (option == matchProtocol) {
     doAddMatchProto(mapName, seqno, rule.intValue, invert);
   } else if (option == matchAsRange) {
@@ -125,8 +127,8 @@ void Mio::doAddMatchRule(const String& mapName, U32 seqno,
   }
 }
 
-void Mio::doAddMatchIntValue(const String& name, U32 seqno, U32 pathTag, U32 valueTag, U32 value,
-                             bool invert) const {
+void MioMatch::doAddMatchIntValue(const String& name, U32 seqno, U32 pathTag, U32 valueTag,
+                                  U32 value, bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchIntValue(Vox::String, U32, U32, U32, "
            "U32, bool)"
@@ -139,8 +141,8 @@ void Mio::doAddMatchIntValue(const String& name, U32 seqno, U32 pathTag, U32 val
   ribExecute("matchIntValue", path, v);
 }
 
-void Mio::doAddMatchStrValue(const String& name, U32 seqno, U32 pathTag, U32 valueTag,
-                             const String& value, bool invert) const {
+void MioMatch::doAddMatchStrValue(const String& name, U32 seqno, U32 pathTag, U32 valueTag,
+                                  const String& value, bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchStrValue(Vox::String, U32, U32, U32, "
            "Vox::String, bool)"
@@ -153,8 +155,8 @@ void Mio::doAddMatchStrValue(const String& name, U32 seqno, U32 pathTag, U32 val
   ribExecute("matchstrValue", path, v);
 }
 
-void Mio::doAddMatchAccessList(const String& name, U32 seqno, const String& list,
-                               bool invert) const {
+void MioMatch::doAddMatchAccessList(const String& name, U32 seqno, const String& list,
+                                    bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchAccessList(Vox::String, U32, "
            "Vox::String, bool)"
@@ -168,8 +170,8 @@ void Mio::doAddMatchAccessList(const String& name, U32 seqno, const String& list
   ribExecute("accessList", path, v);
 }
 
-void Mio::doAddMatchPrefixList(const String& name, U32 seqno, const String& list, bool invert,
-                               bool isIpv6) const {
+void MioMatch::doAddMatchPrefixList(const String& name, U32 seqno, const String& list, bool invert,
+                                    bool isIpv6) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchPrefixList(Vox::String, U32, "
            "Vox::String, bool, bool)"
@@ -178,8 +180,8 @@ void Mio::doAddMatchPrefixList(const String& name, U32 seqno, const String& list
   addPrefixListMatch(*this, "prefixList", Tag::matchPrefixList, name, seqno, list, invert, isIpv6);
 }
 
-void Mio::doAddMatchNextHopPrefixList(const String& name, U32 seqno, const String& list,
-                                      bool invert, bool isIpv6) const {
+void MioMatch::doAddMatchNextHopPrefixList(const String& name, U32 seqno, const String& list,
+                                           bool invert, bool isIpv6) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchNextHopPrefixList(Vox::String, U32, "
            "Vox::String, bool, bool)"
@@ -189,8 +191,9 @@ void Mio::doAddMatchNextHopPrefixList(const String& name, U32 seqno, const Strin
                      invert, isIpv6);
 }
 
-void Mio::doAddMatchResolvedNextHopPrefixList(const String& name, U32 seqno, const String& list,
-                                              bool invert, bool isIpv6) const {
+void MioMatch::doAddMatchResolvedNextHopPrefixList(const String& name, U32 seqno,
+                                                   const String& list, bool invert,
+                                                   bool isIpv6) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchResolvedNextHopPrefixList("
            "Vox::String, U32, Vox::String, bool, bool)"
@@ -200,7 +203,7 @@ void Mio::doAddMatchResolvedNextHopPrefixList(const String& name, U32 seqno, con
                      seqno, list, invert, isIpv6);
 }
 
-void Mio::doAddMatchMetricType(const String& name, U32 seqno, U32 type, bool invert) const {
+void MioMatch::doAddMatchMetricType(const String& name, U32 seqno, U32 type, bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchMetricType(Vox::String, U32, U32, "
            "bool)"
@@ -221,7 +224,7 @@ void Mio::doAddMatchMetricType(const String& name, U32 seqno, U32 type, bool inv
                      invert);
 }
 
-void Mio::doAddMatchRouteType(const String& name, U32 seqno, U32 type, bool invert) const {
+void MioMatch::doAddMatchRouteType(const String& name, U32 seqno, U32 type, bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchRouteType(Vox::String, U32, U32, "
            "bool)"
@@ -232,8 +235,8 @@ void Mio::doAddMatchRouteType(const String& name, U32 seqno, U32 type, bool inve
   doAddMatchIntValue(name, seqno, Tag::matchRouteType, Tag::MatchValue::routeType, type, invert);
 }
 
-void Mio::doAddMatchInterface(const String& name, U32 seqno, const String& intf,
-                              bool invert) const {
+void MioMatch::doAddMatchInterface(const String& name, U32 seqno, const String& intf,
+                                   bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchInterface(Vox::String, U32, "
            "Vox::String, bool)"
@@ -251,7 +254,7 @@ void Mio::doAddMatchInterface(const String& name, U32 seqno, const String& intf,
   ribExecute("ifname", path, v);
 }
 
-void Mio::doAddMatchProto(const String& name, U32 seqno, U32 proto, bool invert) const {
+void MioMatch::doAddMatchProto(const String& name, U32 seqno, U32 proto, bool invert) const {
   RM_TRACE(traceCommand, "void RibRouteMap::Mio::doAddMatchProto(Vox::String, U32, U32, bool)"
                              << " rmName: " << name << " seqno: " << seqno << " proto: " << proto
                              << " invert: " << invert);
@@ -264,7 +267,8 @@ void Mio::doAddMatchProto(const String& name, U32 seqno, U32 proto, bool invert)
                      engineProto[proto - 1], invert);
 }
 
-void Mio::doAddMatchAsRange(const String& name, U32 seqno, U32 low, U32 high, bool invert) const {
+void MioMatch::doAddMatchAsRange(const String& name, U32 seqno, U32 low, U32 high,
+                                 bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchAsRange(Vox::String, U32, U32, U32, "
            "bool)"
@@ -278,8 +282,8 @@ void Mio::doAddMatchAsRange(const String& name, U32 seqno, U32 low, U32 high, bo
   ribExecute("AsRangeEntry", path, v);
 }
 
-void Mio::doAddMatchAsPathLength(const String& name, U32 seqno, U32 first, U32 second,
-                                 bool invert) const {
+void MioMatch::doAddMatchAsPathLength(const String& name, U32 seqno, U32 first, U32 second,
+                                      bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchAsPathLength(Vox::String, U32, U32, "
            "U32, bool)"
@@ -293,8 +297,8 @@ void Mio::doAddMatchAsPathLength(const String& name, U32 seqno, U32 first, U32 s
   ribExecute("AsPathLength", path, v);
 }
 
-void Mio::doAddMatchCommInst(const String& name, U32 seqno, U32 first, U32 second,
-                             bool invert) const {
+void MioMatch::doAddMatchCommInst(const String& name, U32 seqno, U32 first, U32 second,
+                                  bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchCommInst(Vox::String, U32, U32, U32, "
            "bool)"
@@ -308,8 +312,8 @@ void Mio::doAddMatchCommInst(const String& name, U32 seqno, U32 first, U32 secon
   ribExecute("CommInstances", path, v);
 }
 
-void Mio::doAddMatchDynamicPrefixList(const String& name, U32 seqno, const String& list,
-                                      bool isIpv6) const {
+void MioMatch::doAddMatchDynamicPrefixList(const String& name, U32 seqno, const String& list,
+                                           bool isIpv6) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchDynamicPrefixList(Vox::String, U32, "
            "Vox::String, bool)"
@@ -325,8 +329,8 @@ void Mio::doAddMatchDynamicPrefixList(const String& name, U32 seqno, const Strin
   ribExecute("dynamicPrefixList", path, v);
 }
 
-void Mio::doAddMatchContribAggAttr(const String& name, U32 seqno, const String& mapName,
-                                   bool invert) const {
+void MioMatch::doAddMatchContribAggAttr(const String& name, U32 seqno, const String& mapName,
+                                        bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchContribAggAttr(Vox::String, U32, "
            "Vox::String, bool)"
@@ -342,8 +346,8 @@ void Mio::doAddMatchContribAggAttr(const String& name, U32 seqno, const String& 
   ribExecute("aggAttrMapName", path, v);
 }
 
-void Mio::doAddMatchGateway(const String& name, U32 seqno, Vela::IpAddr gateway,
-                            bool invert) const {
+void MioMatch::doAddMatchGateway(const String& name, U32 seqno, Vela::IpAddr gateway,
+                                 bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchGateway(Vox::String, U32, "
            "Vela::IpAddr, bool)"
@@ -358,8 +362,8 @@ void Mio::doAddMatchGateway(const String& name, U32 seqno, Vela::IpAddr gateway,
   ribExecute("gwListEntry", path, v);
 }
 
-void Mio::doAddMatchNextHop(const String& name, U32 seqno, Vela::IpAddr nextHop,
-                            const Vela::Ip6Addr& ipv6NextHop, bool isIpv6, bool invert) const {
+void MioMatch::doAddMatchNextHop(const String& name, U32 seqno, Vela::IpAddr nextHop,
+                                 const Vela::Ip6Addr& ipv6NextHop, bool isIpv6, bool invert) const {
   RM_TRACE(traceCommand,
            "void RibRouteMap::Mio::doAddMatchNextHop(Vox::String, U32, "
            "Vela::IpAddr, const Vela::Ip6Addr&, bool, bool)"

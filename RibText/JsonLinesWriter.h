@@ -1,23 +1,22 @@
-// The operation stream as JSON lines, the program's format for other programs.
+// The operation stream as JSON lines, for another program to read.
 #pragma once
 
 #include <ostream>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "RibText/JsonWriter.h"
 #include "framework/rib/MioSink.h"
 
-namespace ribpolicy {
+namespace RibText {
 
 // Writes every operation and commit as one JSON object a line:
 //   {"op":"routeMap","path":[[512],[576,"RM1"]],"values":[[0,"str","RM1"]]}
 //   {"op":"RouteMapSetOpMode","path":[[256]],"scalars":[[18,"u32",0]]}
 //   {"op":"deleteRouteMap","path":[[512],[576,"RM1"]],"del":true}
 //   {"commit":"engine"}   {"commit":"op"}
-// "values", "scalars" and "del" appear only when present. In strings, '"' and '\' are
-// escaped and every byte outside 0x20..0x7e is written as \u00XX, one escape per byte, so
-// packed binary strings survive exactly.
+// "values", "scalars" and "del" appear only when present. Strings are escaped a byte at a time
+// (JsonWriter.h), so packed binary strings survive exactly.
 class JsonLinesWriter : public Rib::MioSink {
  public:
   explicit JsonLinesWriter(std::ostream& out) : out_(out) {}
@@ -27,14 +26,15 @@ class JsonLinesWriter : public Rib::MioSink {
   // One line each, without the line end (execute and commit add it).
   static std::string opLine(const Rib::OpRecord& op);
   static std::string commitLine(Rib::CommitKind kind);
-  // Appends `s` as a JSON string, quotes included, escaped as above.
-  static void appendJsonString(std::string& out, std::string_view s);
-  // Appends a path, [[512],[576,"RM1"]], and one value, [0,"str","RM1"], as in an operation.
-  static void appendPath(std::string& out, const std::vector<Rib::PathEntry>& path);
-  static void appendTaggedValue(std::string& out, U32 tag, const Rib::ValueData& data);
 
  private:
   std::ostream& out_;
 };
 
-}  // namespace ribpolicy
+// A path, [[512],[576,"RM1"]], and one value, [0,"str","RM1"], as an operation's line has them.
+void writePath(JsonWriter& w, const std::vector<Rib::PathEntry>& path);
+void writeTaggedValue(JsonWriter& w, U32 tag, const Rib::ValueData& data);
+// A value's type and payload as items of an array that is open: "u32",7 or "reset" alone.
+void writeValueItems(JsonWriter& w, const Rib::ValueData& data);
+
+}  // namespace RibText
