@@ -705,7 +705,7 @@ void Generator::change(ScenarioConfig& c) {
     changeAsPathLists(c.asPathLists);
   } else if (what < 88) {
     changeListSection(
-        c.accessLists, kAccessLists, [](AccessListDef & d) -> auto& { return d.rules; },
+        c.accessLists, kAccessLists, [](AccessListDef & d) -> auto& { return d.entries; },
         [&](U32) { return accessRule(); });
   } else if (what < 91) {
     c.routeMapOpMode = between(0, 3);

@@ -42,13 +42,6 @@ void notifyAsPathEntry(std::set<U32>& inapplicable, U32 seq, const Acl::AsPathEn
   }
 }
 
-bool sameEntries(const std::map<U32, ribpolicy::MapEntryDef>& a,
-                 const std::map<U32, ribpolicy::MapEntryDef>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
-    return x.first == y.first && x.second.sameAs(y.second);
-  });
-}
-
 // Whether every entry of `from` is in `to`, unchanged.
 template <class Entry, class Same>
 bool entriesKept(const std::map<U32, Entry>& from, const std::map<U32, Entry>& to, Same same) {
@@ -128,10 +121,8 @@ bool onlyAdds(const ScenarioConfig& from, const ScenarioConfig& to) {
   auto prefixListKept = [&](const auto& a, const auto& b) {
     return a.version == b.version && entriesKept(a.entries, b.entries, same);
   };
-  auto mapKept = [](const ribpolicy::MapDef& a, const ribpolicy::MapDef& b) {
-    return a.version == b.version &&
-           entriesKept(a.entries, b.entries,
-                       [](const auto& x, const auto& y) { return x.sameAs(y); });
+  auto mapKept = [&](const ribpolicy::MapDef& a, const ribpolicy::MapDef& b) {
+    return a.version == b.version && entriesKept(a.entries, b.entries, same);
   };
   return objectsKept(from.prefixLists, to.prefixLists, prefixListKept) &&
          objectsKept(from.ipv6PrefixLists, to.ipv6PrefixLists, prefixListKept) &&
@@ -141,18 +132,15 @@ bool onlyAdds(const ScenarioConfig& from, const ScenarioConfig& to) {
                               entriesKept(a.entries, b.entries, same);
                      }) &&
          objectsKept(from.communityLists, to.communityLists,
-                     [](const auto& a, const auto& b) {
-                       return entriesKept(a.entries, b.entries, [](const auto& x, const auto& y) {
-                         return x.sameContents(y) && x.version == y.version;
-                       });
+                     [&](const auto& a, const auto& b) {
+                       return entriesKept(a.entries, b.entries, same);
                      }) &&
-         objectsKept(
-             from.accessLists, to.accessLists,
-             [&](const auto& a, const auto& b) { return entriesKept(a.rules, b.rules, same); }) &&
+         objectsKept(from.accessLists, to.accessLists,
+                     [&](const auto& a, const auto& b) {
+                       return entriesKept(a.entries, b.entries, same);
+                     }) &&
          objectsKept(from.dynamicPrefixLists, to.dynamicPrefixLists,
-                     [](const auto& a, const auto& b) {
-                       return a.sameFields(b) && a.version == b.version;
-                     }) &&
+                     [](const auto& a, const auto& b) { return a == b; }) &&
          objectsKept(from.routeMaps, to.routeMaps, mapKept) &&
          objectsKept(from.peerFilters, to.peerFilters, mapKept) &&
          includes(to.policyMap.routeMaps, from.policyMap.routeMaps) &&
@@ -236,7 +224,7 @@ void PromiseTracker::trackVersions(const ScenarioConfig& from, const ScenarioCon
   };
   auto sameList = [](const auto& b, const auto& a) { return b.entries == a.entries; };
   auto sameMap = [](const ribpolicy::MapDef& b, const ribpolicy::MapDef& a) {
-    return sameEntries(b.entries, a.entries);
+    return b.entries == a.entries;
   };
   section(VersionedKind::prefixList, from.prefixLists, to.prefixLists, sameList);
   section(VersionedKind::ipv6PrefixList, from.ipv6PrefixLists, to.ipv6PrefixLists, sameList);
@@ -244,7 +232,7 @@ void PromiseTracker::trackVersions(const ScenarioConfig& from, const ScenarioCon
       VersionedKind::asPathList, from.asPathLists, to.asPathLists,
       [](const auto& b, const auto& a) { return b.entries == a.entries && b.source == a.source; });
   section(VersionedKind::dynamicPrefixList, from.dynamicPrefixLists, to.dynamicPrefixLists,
-          [](const auto& b, const auto& a) { return b.sameFields(a); });
+          [](const auto& b, const auto& a) { return b.contents() == a.contents(); });
   section(VersionedKind::routeMap, from.routeMaps, to.routeMaps, sameMap);
   section(VersionedKind::peerFilter, from.peerFilters, to.peerFilters, sameMap);
   const ribpolicy::CommunityListDef none;
@@ -257,7 +245,8 @@ void PromiseTracker::trackVersions(const ScenarioConfig& from, const ScenarioCon
                                 if (!ea) {
                                   forget(o);
                                 } else {
-                                  follow(o, ea->version, !eb, eb && !eb->sameContents(*ea));
+                                  follow(o, ea->version, !eb,
+                                         eb && !(eb->contents() == ea->contents()));
                                 }
                               });
                         });

@@ -287,7 +287,7 @@ void accessLists(Emitter& y, const std::map<std::string, ribpolicy::AccessListDe
   y.mapStart();
   for (const auto& [name, list] : lists) {
     y.text(name);
-    entryList(y, std::nullopt, "", list.rules, [&](U32 seq, const Acl::RuleConfig& r) {
+    entryList(y, std::nullopt, "", list.entries, [&](U32 seq, const Acl::RuleConfig& r) {
       y.mapStart(true);
       y.numberAt("seq", seq);
       y.textAt("action", actionText(r.action));
@@ -612,45 +612,6 @@ void config(Emitter& y, const ScenarioConfig& c) {
   y.mapEnd();
 }
 
-// --- Equality -----------------------------------------------------------------------------
-
-bool sameMaps(const std::map<std::string, MapDef>& a, const std::map<std::string, MapDef>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
-    return x.first == y.first && x.second.version == y.second.version &&
-           std::equal(x.second.entries.begin(), x.second.entries.end(), y.second.entries.begin(),
-                      y.second.entries.end(), [](const auto& ex, const auto& ey) {
-                        return ex.first == ey.first && ex.second.sameAs(ey.second);
-                      });
-  });
-}
-
-bool sameConfig(const ScenarioConfig& a, const ScenarioConfig& b) {
-  auto sameCommunityLists = [](const auto& x, const auto& y) {
-    return x.first == y.first &&
-           std::equal(x.second.entries.begin(), x.second.entries.end(), y.second.entries.begin(),
-                      y.second.entries.end(), [](const auto& ex, const auto& ey) {
-                        return ex.first == ey.first && ex.second.sameContents(ey.second) &&
-                               ex.second.version == ey.second.version;
-                      });
-  };
-  auto sameDynamicPrefixLists = [](const auto& x, const auto& y) {
-    return x.first == y.first && x.second.sameFields(y.second) &&
-           x.second.version == y.second.version;
-  };
-  return a.routeMapOpMode == b.routeMapOpMode && a.asPathRegexMode == b.asPathRegexMode &&
-         a.prefixLists == b.prefixLists && a.ipv6PrefixLists == b.ipv6PrefixLists &&
-         a.asPathLists == b.asPathLists &&
-         std::equal(a.communityLists.begin(), a.communityLists.end(), b.communityLists.begin(),
-                    b.communityLists.end(), sameCommunityLists) &&
-         a.accessLists == b.accessLists &&
-         std::equal(a.dynamicPrefixLists.begin(), a.dynamicPrefixLists.end(),
-                    b.dynamicPrefixLists.begin(), b.dynamicPrefixLists.end(),
-                    sameDynamicPrefixLists) &&
-         sameMaps(a.routeMaps, b.routeMaps) && sameMaps(a.peerFilters, b.peerFilters) &&
-         a.policyMap.routeMaps == b.policyMap.routeMaps &&
-         a.policyMap.dynamicPrefixLists == b.policyMap.dynamicPrefixLists;
-}
-
 }  // namespace
 
 std::string writeScenario(const ribpolicy::Scenario& scenario) {
@@ -683,8 +644,7 @@ bool sameScenario(const ribpolicy::Scenario& a, const ribpolicy::Scenario& b) {
   return a.vrf == b.vrf &&
          std::equal(a.steps.begin(), a.steps.end(), b.steps.begin(), b.steps.end(),
                     [](const ribpolicy::Step& x, const ribpolicy::Step& y) {
-                      return x.name == y.name && x.inputs == y.inputs &&
-                             sameConfig(x.config, y.config);
+                      return x.name == y.name && x.inputs == y.inputs && x.config == y.config;
                     });
 }
 

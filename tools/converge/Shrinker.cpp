@@ -172,8 +172,7 @@ class Shrinker {
     removeEntries(out, &ScenarioConfig::prefixLists, entries);
     removeEntries(out, &ScenarioConfig::ipv6PrefixLists, entries);
     removeEntries(out, &ScenarioConfig::asPathLists, entries);
-    removeEntries(
-        out, &ScenarioConfig::accessLists, [](auto& def) -> auto& { return def.rules; });
+    removeEntries(out, &ScenarioConfig::accessLists, entries);
     return out;
   }
 

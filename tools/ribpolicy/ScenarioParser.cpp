@@ -781,9 +781,9 @@ EntryReader<Entry> prefixEntries(const std::string& what) {
 }
 
 template <class Entry>
-PrefixListDef<Entry> parsePrefixList(const Node& n, const std::string& what) {
+Versioned<EntryList<Entry>> parsePrefixList(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, true, false);
-  PrefixListDef<Entry> def;
+  Versioned<EntryList<Entry>> def;
   def.version = form.version;
   def.entries = readEntries(form.entries, prefixEntries<Entry>(what));
   return def;
@@ -926,7 +926,7 @@ EntryReader<Acl::RuleConfig> accessRules(const std::string& what) {
 AccessListDef parseAccessList(const Node& n, const std::string& what) {
   const ListForm form = listForm(n, what, false, false);
   AccessListDef def;
-  def.rules = readEntries(form.entries, accessRules(what));
+  def.entries = readEntries(form.entries, accessRules(what));
   return def;
 }
 
@@ -1219,7 +1219,7 @@ struct SetClauseRow {
   void (*read)(const Node& value, SetClauses& into);
 };
 
-SetClauses parseSetClauses(const Node& n) {
+SetClauseDefs parseSetClauses(const Node& n) {
   using namespace Routing::RouteMap;
   static const SetClauseRow kRows[] = {
       {"as-path-prepend", setAsPathPrepend,
@@ -1311,7 +1311,7 @@ SetClauses parseSetClauses(const Node& n) {
     return keys;
   }();
   const Fields f(n, "set", kKeys);
-  SetClauses s;
+  SetClauseDefs s;
   for (const SetClauseRow& row : kRows) {
     if (const Node* v = f.get(row.key)) {
       row.read(*v, s);
