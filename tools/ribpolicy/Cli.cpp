@@ -18,6 +18,7 @@
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
 #include "tools/ribpolicy/Diff.h"
+#include "tools/ribpolicy/FormatJson.h"
 #include "tools/ribpolicy/Graph.h"
 #include "tools/ribpolicy/JsonLinesWriter.h"
 #include "tools/ribpolicy/References.h"
@@ -420,6 +421,10 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   graph->add_option("--step", graphStep, "the step to draw, from 1 (default: the last)")
       ->check(CLI::PositiveNumber);
 
+  // The format's table as JSON, for the schema's test and other tools; not a user's command.
+  CLI::App* formatTable =
+      app.add_subcommand("format-table", "print the scenario format's table as JSON")->group("");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -431,8 +436,12 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     return kExitBadInput;
   }
 
-  TraceScope traceScope(err);
   CLI::App* used = app.get_subcommands().front();
+  if (used == formatTable) {
+    out << formatTableJson();
+    return kExitOk;
+  }
+  TraceScope traceScope(err);
   const CLI::Option* traceOption = used->get_option_no_throw("--trace");
   if (traceOption && traceOption->count() > 0) {
     std::optional<std::string> problem = traceSettingError(trace);

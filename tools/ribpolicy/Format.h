@@ -18,7 +18,9 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
 #include <variant>
+#include <vector>
 
 #include "tools/ribpolicy/Scenario.h"
 
@@ -135,6 +137,11 @@ static_assert(std::apply([](const auto&... s) { return (detail::sectionAgrees(s)
                          kSectionTable),
               "a section's versioning must be the one its definitions carry");
 
+// The keys of a definition written as a mapping: a list's entries, with its version and its
+// source where its kind has them, or the fields of an object.
+template <class Def>
+std::vector<std::string_view> definitionKeys();
+
 // The modes: single numbers of the configuration, before the sections.
 struct ModeRow {
   std::string_view key;
@@ -188,6 +195,21 @@ inline constexpr CommunityListTypeRow kCommunityListTypes[] = {
 // The row of a type; every type a scenario can hold has one.
 constexpr const CommunityListTypeRow& communityListTypeRow(Acl::CommunityListType type) {
   return kCommunityListTypes[type < std::size(kCommunityListTypes) ? type : Acl::standardValues];
+}
+
+template <class Def>
+std::vector<std::string_view> definitionKeys() {
+  std::vector<std::string_view> keys;
+  if constexpr (EntryDefinition<Def>) {
+    keys.push_back("entries");
+    if constexpr (VersionedDefinition<Def>) keys.push_back("version");
+    if constexpr (SourcedDefinition<Def>) keys.push_back("source");
+  } else {
+    static_assert(std::is_same_v<Def, DynamicPrefixListDef>, "an object's fields are in a table");
+    for (const NameFieldRow& field : kDynamicPrefixListFields) keys.push_back(field.key);
+    keys.push_back("version");
+  }
+  return keys;
 }
 
 // --- Match options ------------------------------------------------------------------------

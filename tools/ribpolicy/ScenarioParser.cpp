@@ -121,7 +121,8 @@ struct ListForm {
   std::optional<Node> entries;  // the list of entries, if any
 };
 
-ListForm listForm(const Node& n, const std::string& what, bool versioned, bool sourced) {
+template <class Def>
+ListForm listForm(const Node& n, const std::string& what) {
   ListForm out;
   if (n.isNull()) return out;
   if (n.isList()) {
@@ -130,13 +131,11 @@ ListForm listForm(const Node& n, const std::string& what, bool versioned, bool s
   }
   if (!n.isMapping()) {
     expected(n, what,
-             versioned ? "a list of entries or a mapping {version, entries}"
-                       : "a list of entries or a mapping {entries}");
+             VersionedDefinition<Def> ? "a list of entries or a mapping {version, entries}"
+                                      : "a list of entries or a mapping {entries}");
   }
-  std::vector<std::string_view> keys = {"entries"};
-  if (versioned) keys.push_back("version");
-  if (sourced) keys.push_back("source");
-  Fields f(n, what, keys);
+  static const std::vector<std::string_view> kKeys = definitionKeys<Def>();
+  Fields f(n, what, kKeys);
   if (const Node* v = f.get("version")) out.version = number(*v, "version");
   if (const Node* s = f.get("source")) out.source = text(*s, "source");
   if (const Node* e = f.get("entries")) {
@@ -608,12 +607,7 @@ Def readObject(const Node& n, const std::string& what);
 
 template <>
 DynamicPrefixListDef readObject(const Node& n, const std::string& what) {
-  static const std::vector<std::string_view> kKeys = [] {
-    std::vector<std::string_view> keys;
-    for (const NameFieldRow& field : kDynamicPrefixListFields) keys.push_back(field.key);
-    keys.push_back("version");
-    return keys;
-  }();
+  static const std::vector<std::string_view> kKeys = definitionKeys<DynamicPrefixListDef>();
   Fields f(n, what, kKeys);
   DynamicPrefixListDef d;
   for (const NameFieldRow& field : kDynamicPrefixListFields) {
@@ -631,7 +625,7 @@ DynamicPrefixListDef readObject(const Node& n, const std::string& what) {
 template <class Def>
 Def readDefinition(const Node& n, const std::string& what) {
   if constexpr (EntryDefinition<Def>) {
-    const ListForm form = listForm(n, what, VersionedDefinition<Def>, SourcedDefinition<Def>);
+    const ListForm form = listForm<Def>(n, what);
     Def def;
     if constexpr (VersionedDefinition<Def>) def.version = form.version;
     if constexpr (SourcedDefinition<Def>) def.source = form.source;
