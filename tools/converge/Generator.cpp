@@ -354,7 +354,7 @@ void Generator::setClause(SetClauses& s, const SetClauseRow& row) {
     case SetForm::number: {
       const U32 n = row.high == ribpolicy::kNoLimit ? smallOrAny() : between(row.low, row.high);
       if (const auto* byte = std::get_if<ribpolicy::ByteField>(&row.field)) {
-        c.** byte = static_cast<U8>(n);
+        c.*(*byte) = static_cast<U8>(n);
       } else {
         c.*std::get<ribpolicy::NumberField>(row.field) = n;
       }

@@ -279,7 +279,7 @@ void setClause(Emitter& y, const SetClauseRow& row, const SetClauses& s) {
       return;
     case SetForm::number:
       if (const auto* byte = std::get_if<ribpolicy::ByteField>(&row.field)) {
-        y.numberAt(row.key, s.**byte);
+        y.numberAt(row.key, s.*(*byte));
       } else {
         y.numberAt(row.key, s.*std::get<ribpolicy::NumberField>(row.field));
       }

@@ -517,7 +517,7 @@ void readSetClause(const SetClauseRow& row, const Node& v, SetClauses& into) {
     case SetForm::number: {
       const U32 n = number(v, row.key, row.low, row.high, row.what);
       if (const ByteField* byte = std::get_if<ByteField>(&row.field)) {
-        into.** byte = static_cast<U8>(n);
+        into.*(*byte) = static_cast<U8>(n);
       } else {
         into.*std::get<NumberField>(row.field) = n;
       }

@@ -254,20 +254,25 @@ std::pair<std::string_view, U32> splitPrefix(const Node& n, std::string_view key
   return {std::string_view(s).substr(0, slash), static_cast<U32>(*len)};
 }
 
+// "ADDRESS/LENGTH" of one family, the length within the family's bits.
+template <class Prefix, class Address>
+Prefix prefix(const Node& n, std::string_view key, std::string_view what, U32 maxLength,
+              std::string_view family) {
+  const auto [addr, len] = splitPrefix(n, key, what, maxLength);
+  const auto a = Address::parse(addr);
+  if (!a) {
+    fail(n, std::string(key) + ": bad " + std::string(family) + " address " + quote(addr) + " in " +
+                describe(n));
+  }
+  return Prefix(*a, len);
+}
+
 Vela::Prefix ipv4Prefix(const Node& n, std::string_view key) {
-  constexpr std::string_view kWhat = "an IPv4 prefix A.B.C.D/N";
-  const auto [addr, len] = splitPrefix(n, key, kWhat, 32);
-  const auto a = Vela::IpAddr::parse(addr);
-  if (!a) fail(n, std::string(key) + ": bad IPv4 address " + quote(addr) + " in " + describe(n));
-  return Vela::Prefix(*a, len);
+  return prefix<Vela::Prefix, Vela::IpAddr>(n, key, "an IPv4 prefix A.B.C.D/N", 32, "IPv4");
 }
 
 Vela::Ip6Prefix ipv6Prefix(const Node& n, std::string_view key) {
-  constexpr std::string_view kWhat = "an IPv6 prefix ADDRESS/N";
-  const auto [addr, len] = splitPrefix(n, key, kWhat, 128);
-  const auto a = Vela::Ip6Addr::parse(addr);
-  if (!a) fail(n, std::string(key) + ": bad IPv6 address " + quote(addr) + " in " + describe(n));
-  return Vela::Ip6Prefix(*a, len);
+  return prefix<Vela::Ip6Prefix, Vela::Ip6Addr>(n, key, "an IPv6 prefix ADDRESS/N", 128, "IPv6");
 }
 
 // "A.B.C.D/M.M.M.M" or "A.B.C.D/N".
