@@ -92,8 +92,9 @@ const std::vector<MatchOptionRow> kOptions = [] {
       out.push_back(row);
     }
   }
-  for (const MatchOption option : {200u, 4242u})
+  for (const MatchOption option : {200u, 4242u}) {
     out.push_back({"", option, MatchForm::passThrough});
+  }
   return out;
 }();
 
@@ -259,7 +260,7 @@ DynamicPrefixListDef Generator::dynamicPrefixList() {
 
 MatchRule Generator::matchRule() {
   const MatchOptionRow& o = pick(kOptions);
-  const ribpolicy::MatchFormRow& form = ribpolicy::matchFormOf(o.option);
+  const ribpolicy::MatchFormRow& form = ribpolicy::formRow(o.form);
   MatchRule r;
   r.option = o.option;
   r.invert = chance(0.2);

@@ -27,7 +27,7 @@ const MatchOptionRow* matchOptionRow(Routing::RouteMap::MatchOption option) {
 
 const MatchFormRow& matchFormOf(Routing::RouteMap::MatchOption option) {
   const MatchOptionRow* row = matchOptionRow(option);
-  return kMatchForms[static_cast<std::size_t>(row ? row->form : MatchForm::passThrough)];
+  return formRow(row ? row->form : MatchForm::passThrough);
 }
 
 std::string optionLabel(Routing::RouteMap::MatchOption option) {

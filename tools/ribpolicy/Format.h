@@ -5,7 +5,8 @@
 // analysis finds references through them; the convergence tester's generator, shrinker and
 // promises walk them; `ribpolicy format-table` prints them, which is how the schema's test
 // holds docs/scenario.schema.json to the program. A match option is one row here; a section
-// is one row, its definition's type in Scenario.h and the reader of its entries.
+// is one row, its definition's type in Scenario.h, and the code that reads, writes, applies and
+// draws its entries (the README's list for a new kind).
 #pragma once
 
 #include <array>
@@ -54,8 +55,10 @@ struct SectionRow {
   ObjectKind kind;
   Versioning versioning;
   // Whether only this configuration can use an object of the section, so that one nothing here
-  // refers to is worth a warning. Sessions, peers and other features of the router use the
-  // other kinds directly.
+  // refers to is worth a warning. Sessions apply prefix lists and AS-path lists directly, peers
+  // name peer filters, and other features of the router use standard access lists; community
+  // lists, route maps (which the policy map records when used) and dynamic prefix lists are
+  // used only through what the configuration says.
   bool usedOnlyHere;
 };
 
@@ -261,6 +264,10 @@ inline constexpr MatchFormRow kMatchForms[] = {
     {MatchForm::integer, "integer", {"value"}, 1},
     {MatchForm::passThrough, "passThrough", {"value", "upper"}, 0},
 };
+
+constexpr const MatchFormRow& formRow(MatchForm form) {
+  return kMatchForms[static_cast<std::size_t>(form)];
+}
 
 // Every key a match rule may hold, in the order in which messages list them.
 inline constexpr std::string_view kMatchRuleKeys[] = {"option", "value", "invert", "upper",

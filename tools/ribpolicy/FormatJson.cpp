@@ -112,7 +112,7 @@ Json matchOptions() {
     Json o = Json::object();
     o["name"] = row.name.empty() ? Json(nullptr) : Json(row.name);
     o["option"] = row.option;
-    o["form"] = kMatchForms[static_cast<std::size_t>(row.form)].name;
+    o["form"] = formRow(row.form).name;
     o["refers"] = refers(row.refers);
     out.push_back(std::move(o));
   }
