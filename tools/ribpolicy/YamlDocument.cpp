@@ -38,8 +38,9 @@ namespace {
 
 // Two shapes of YAML would have a reader give up badly or work without end, so the document
 // is measured while it is read:
-// - A scenario nests about a dozen levels of lists and mappings. Deeper nesting is refused
-//   at the list or mapping one level too deep, named where it opens.
+// - The documents read here, scenarios, nest about a dozen levels of lists and mappings.
+//   Deeper nesting is refused at the list or mapping one level too deep, named where it
+//   opens.
 // - An alias repeats its anchored node without repeating its text, so a few kilobytes of
 //   anchors and aliases can stand for billions of values, each of which the reader would
 //   check and keep. Aliases may repeat a bounded number of nodes in all; the alias that
@@ -381,7 +382,7 @@ class DocumentBuilder {
     doc_.kids_.resize(start.kids);
     doc_.texts_.resize(start.texts);
   }
-  bool inEntries() const { return !open_.empty() && open_.back().early; }
+  bool inEarlyList() const { return !open_.empty() && open_.back().early; }
 
   void text(const yaml_event_t& ev, const yaml_mark_t& mark) {
     const auto& s = ev.data.scalar;
@@ -406,7 +407,7 @@ class DocumentBuilder {
     place(node, null ? nullptr : &value);
     ++nodes_;
     remember(s.anchor, node, 1);
-    if (inEntries()) entryDone(node, start);
+    if (inEarlyList()) entryDone(node, start);
   }
 
   void alias(const std::string& anchor, const yaml_mark_t& mark) {
@@ -415,8 +416,8 @@ class DocumentBuilder {
       const auto [line, column] = where(mark);
       throw InputError(line, column, "invalid YAML: the referenced anchor is not defined");
     }
-    // An alias of a node still open (a node that holds itself) counts as one node: the
-    // reader never takes one node for two levels of a scenario, so it stops there at once.
+    // An alias of a node still open (a node that holds itself) counts as one node: a reader
+    // that takes one node for two levels of its document stops there at once.
     const std::uint64_t size = it->second.size;
     nodes_ += size;
     repeated_ += size - 1;
@@ -428,7 +429,7 @@ class DocumentBuilder {
     }
     const Start start = here();
     place(it->second.node);
-    if (inEntries()) entryDone(it->second.node, start);
+    if (inEarlyList()) entryDone(it->second.node, start);
   }
 
   void open(NodeKind kind, const unsigned char* anchor, const yaml_mark_t& mark) {
@@ -481,7 +482,7 @@ class DocumentBuilder {
       r.first = done.list;
       doc_.lists_[done.list]->finish();
     }
-    if (inEntries()) entryDone(done.node, done.start);
+    if (inEarlyList()) entryDone(done.node, done.start);
   }
 
   TextSource& source_;
