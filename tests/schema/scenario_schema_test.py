@@ -9,13 +9,16 @@ The test
 - has the schema refuse a table of bad documents, each of which the program refuses too,
   and accept a table of documents in unusual but valid forms, each of which the program
   accepts too;
-- keeps the schema and the program's reader in step through what the program does, not
-  through its source text (the reader may be rewritten with the same keys and messages):
-  a scenario using every match option and every set clause of the schema must pass
-  `ribpolicy check`; for every mapping of fixed keys, the keys that the program's
-  "unknown key" message lists must be the schema's; and for every option number up to 255
-  the name and the keys that the program's "does not apply" message gives must be the
-  schema's; and docs/scenario-format.md must name every key, option and option number.
+- holds the schema to the format's table, which `ribpolicy format-table` prints and the
+  reader, the writer and the random scenarios follow: the configuration's keys, each
+  section's keys, the policy map's lists, every match option with its number, value form and
+  keys and ranges, and every set clause with its value form, range and community flags;
+- checks that the program does what its table says, through its messages rather than its
+  source: a scenario using every match option and every set clause of the schema must pass
+  `ribpolicy check`; for every mapping of fixed keys, the keys that the program's "unknown
+  key" message lists must be the schema's; for every option of the table and a few other
+  numbers, the name and the keys that its "does not apply" message gives must be the
+  table's; and docs/scenario-format.md must name every key, option and option number.
 
 Scenarios are loaded as the program reads them: the reader takes every scalar as its text,
 and the program reads numbers (decimal or 0x hexadecimal) and booleans
@@ -102,10 +105,14 @@ def describe(error):
 
 
 class Program:
-    """Runs `ribpolicy check` on a file or on text."""
+    """Runs `ribpolicy check` on a file or on text, and reads the format's table."""
 
     def __init__(self, path):
         self.path = path
+
+    def format_table(self):
+        r = subprocess.run([self.path, "format-table"], capture_output=True, text=True, check=True)
+        return json.loads(r.stdout)
 
     def check_file(self, path):
         r = subprocess.run([self.path, "check", str(path)], capture_output=True, text=True)
@@ -327,54 +334,119 @@ def entry_probe(section, entry):
 
 UNKNOWN = "zz-unknown"
 
-# Every mapping of fixed keys: where it is in the schema, and a document that puts an unknown
-# key into it.
-FIXED_KEY_MAPPINGS = [
-    ("scenario", "", {"steps": [{"config": {}}], UNKNOWN: 1}),
-    ("step", "$defs/step", {"steps": [{"config": {}, UNKNOWN: 1}]}),
-    ("config", "$defs/config", wrap_config({UNKNOWN: 1})),
-    ("policy-map", "$defs/policyMap", wrap_config({"policy-map": {UNKNOWN: 1}})),
-    ("prefix-list entry", "$defs/prefixListEntry", entry_probe("prefix-lists", {UNKNOWN: 1})),
-    ("IPv6 prefix-list entry", "$defs/ipv6PrefixListEntry",
-     entry_probe("ipv6-prefix-lists", {UNKNOWN: 1})),
-    ("AS-path entry", "$defs/asPathListEntry", entry_probe("as-path-lists", {UNKNOWN: 1})),
-    ("community-list entry", "$defs/communityListEntry",
-     entry_probe("community-lists", {UNKNOWN: 1})),
-    ("access-list entry", "$defs/accessListEntry", entry_probe("access-lists", {UNKNOWN: 1})),
-    ("route-map entry", "$defs/mapEntry", entry_probe("route-maps", {UNKNOWN: 1})),
-    ("peer-filter entry", "$defs/mapEntry", entry_probe("peer-filters", {UNKNOWN: 1})),
-    ("prefix list as a mapping", "$defs/prefixList",
-     wrap_config({"prefix-lists": {"X": {UNKNOWN: 1}}})),
-    ("IPv6 prefix list as a mapping", "$defs/ipv6PrefixList",
-     wrap_config({"ipv6-prefix-lists": {"X": {UNKNOWN: 1}}})),
-    ("AS-path list as a mapping", "$defs/asPathList",
-     wrap_config({"as-path-lists": {"X": {UNKNOWN: 1}}})),
-    ("community list as a mapping", "$defs/communityList",
-     wrap_config({"community-lists": {"X": {UNKNOWN: 1}}})),
-    ("access list as a mapping", "$defs/accessList",
-     wrap_config({"access-lists": {"X": {UNKNOWN: 1}}})),
-    ("route map as a mapping", "$defs/map",
-     wrap_config({"route-maps": {"X": {UNKNOWN: 1}}})),
-    ("peer filter as a mapping", "$defs/map",
-     wrap_config({"peer-filters": {"X": {UNKNOWN: 1}}})),
-    ("dynamic prefix list", "$defs/dynamicPrefixList",
-     wrap_config({"dynamic-prefix-lists": {"X": {UNKNOWN: 1}}})),
-    ("match rule", "$defs/matchRule", wrap_map_entry({"match": [{"option": 1, UNKNOWN: 1}]})),
-    ("set", "$defs/set", wrap_map_entry({"set": {UNKNOWN: 1}})),
-    ("metric", "$defs/set/properties/metric",
-     wrap_map_entry({"set": {"metric": {"value": 1, UNKNOWN: 1}}})),
-    ("community", "$defs/set/properties/community",
-     wrap_map_entry({"set": {"community": {UNKNOWN: 1}}})),
-    ("community-delete", "$defs/set/properties/community-delete",
-     wrap_map_entry({"set": {"community-delete": {UNKNOWN: 1}}})),
-    ("extended-community", "$defs/set/properties/extended-community",
-     wrap_map_entry({"set": {"extended-community": {UNKNOWN: 1}}})),
-    ("large-community", "$defs/set/properties/large-community",
-     wrap_map_entry({"set": {"large-community": {UNKNOWN: 1}}})),
-    ("link-bandwidth", "$defs/linkBandwidth",
-     wrap_map_entry({"set": {"extended-community": {"link-bandwidth": {"option": 1,
-                                                                        UNKNOWN: 1}}}})),
-]
+
+def section_defs(schema, key):
+    """The schema's pointers to a section's definition and, for a list, to its entries."""
+    definition = schema["$defs"]["config"]["properties"][key]["additionalProperties"]["$ref"]
+    definition = definition.lstrip("#/")
+    items = at(schema, definition).get("items")
+    return definition, items["$ref"].lstrip("#/") if items else None
+
+
+def fixed_key_mappings(schema, table):
+    """Every mapping of fixed keys: a label, where it is in the schema, and a document that
+    puts an unknown key into it. The sections and the community sets come from the table."""
+    out = [
+        ("scenario", "", {"steps": [{"config": {}}], UNKNOWN: 1}),
+        ("step", "$defs/step", {"steps": [{"config": {}, UNKNOWN: 1}]}),
+        ("config", "$defs/config", wrap_config({UNKNOWN: 1})),
+        ("policy-map", "$defs/policyMap", wrap_config({"policy-map": {UNKNOWN: 1}})),
+        ("match rule", "$defs/matchRule", wrap_map_entry({"match": [{"option": 1, UNKNOWN: 1}]})),
+        ("set", "$defs/set", wrap_map_entry({"set": {UNKNOWN: 1}})),
+        ("metric", "$defs/set/properties/metric",
+         wrap_map_entry({"set": {"metric": {"value": 1, UNKNOWN: 1}}})),
+    ]
+    for section in table["sections"]:
+        key, label = section["key"], section["label"]
+        definition, entry = section_defs(schema, key)
+        if entry:
+            out.append((f"{label} entry", entry, entry_probe(key, {UNKNOWN: 1})))
+        out.append((f"{label} as a mapping", definition, wrap_config({key: {"X": {UNKNOWN: 1}}})))
+    for clause in table["setClauses"]:
+        if clause["form"] != "communities":
+            continue
+        key = clause["key"]
+        out.append((key, f"$defs/set/properties/{key}", wrap_map_entry({"set": {key: {UNKNOWN: 1}}})))
+        if clause["linkBandwidth"]:
+            out.append(("link-bandwidth", "$defs/linkBandwidth", wrap_map_entry(
+                {"set": {key: {"link-bandwidth": {"option": 1, UNKNOWN: 1}}}})))
+    return out
+
+
+def properties(node):
+    """The keys a schema object allows (a key set to false is refused)."""
+    return {k for k, v in node["properties"].items() if v is not False}
+
+
+def compare_with_table(schema, table, failures):
+    """The schema against the format's table, row by row."""
+    def differ(what, ours, theirs):
+        if set(ours) != set(theirs):
+            failures.append(f"{what}: the schema has {sorted(set(ours) - set(theirs))} and lacks "
+                            f"{sorted(set(theirs) - set(ours))} of the program's table")
+
+    defs = schema["$defs"]
+    differ("config", properties(defs["config"]), table["config"])
+    for section in table["sections"]:
+        definition, _ = section_defs(schema, section["key"])
+        differ(f"section {section['key']}", properties(at(schema, definition)), section["keys"])
+    differ("policy-map", properties(defs["policyMap"]),
+           [held["key"] for held in table["policyMap"]["lists"]])
+
+    rule = defs["matchRule"]
+    differ("match rule", rule["properties"], table["matchRuleKeys"])
+    names = [o["name"] for o in table["matchOptions"] if o["name"]]
+    differ("match option names", rule["properties"]["option"]["anyOf"][0]["enum"], names)
+    blocks = {}
+    for block in rule["allOf"][:-1]:
+        enum = block["if"]["properties"]["option"]["enum"]
+        number = next(x for x in enum if isinstance(x, int))
+        blocks[number] = (next((x for x in enum if isinstance(x, str)), None), block["then"]["$ref"])
+    differ("match option numbers", blocks, [o["option"] for o in table["matchOptions"]])
+    for o in table["matchOptions"]:
+        if o["option"] in blocks and blocks[o["option"]] != (o["name"], f"#/$defs/match-{o['form']}"):
+            failures.append(f"option {o['option']}: the schema has {blocks[o['option']]}, the "
+                            f"program's table {o['name']} in the {o['form']} form")
+    others = rule["allOf"][-1]["if"]["properties"]["option"]["not"]["enum"]
+    differ("options not passed through", others, list(blocks) + names)
+    for form in table["matchForms"]:
+        node = defs[f"match-{form['name']}"]
+        differ(f"match form {form['name']}", properties(node), form["keys"])
+        differ(f"match form {form['name']} (required)", node.get("required", []), form["required"])
+        value = node["properties"].get("value") or {}
+        if "low" in form and (value.get("minimum"), value.get("maximum")) != (form["low"], form["high"]):
+            failures.append(f"match form {form['name']}: the schema's range differs from "
+                            f"{form['low']} to {form['high']}")
+
+    clauses = defs["set"]["properties"]
+    differ("set", clauses, [c["key"] for c in table["setClauses"]])
+    simple = {"asNumbers": "asList", "ipv4Address": "ipv4Address", "ipv6Address": "ipv6Address",
+              "signedNumber": "s64", "boolean": "boolean"}
+    for c in table["setClauses"]:
+        node = clauses.get(c["key"])
+        if node is None:
+            continue
+        form = c["form"]
+        if form in simple:
+            ok = node.get("$ref") == f"#/$defs/{simple[form]}"
+        elif form == "number" and (c["low"], c["high"]) == (0, 4294967295):
+            ok = node.get("$ref") == "#/$defs/u32"
+        elif form == "number":
+            ok = (node.get("minimum"), node.get("maximum")) == (c["low"], c["high"])
+        elif form == "metric":
+            ok = set(node["properties"]) == {"value", "med-type"}
+        else:
+            keys = {"values", "lists", "flag"} | ({"link-bandwidth"} if c["linkBandwidth"] else set())
+            flags = [x for x in node["properties"]["flag"]["enum"] if isinstance(x, int)]
+            values = node["properties"]["values"]["items"]["$ref"]
+            ok = (set(node["properties"]) == keys and sorted(flags) == c["flags"] and
+                  values == f"#/$defs/{c['communities']}Community")
+        if not ok:
+            failures.append(f"set clause {c['key']}: the schema differs from the program's "
+                            f"table ({form})")
+    print(f"compared with the program's table: {len(table['sections'])} sections, "
+          f"{len(table['matchOptions'])} match options, {len(table['setClauses'])} set clauses")
+
 
 EXPECTED_RE = re.compile(r"\(expected (.*)\)$")
 
@@ -386,8 +458,9 @@ def listed_keys(message):
     return set(m.group(1).replace(" or ", ", ").split(", "))
 
 
-def check_fixed_keys(schema, program, failures):
-    for label, pointer, document in FIXED_KEY_MAPPINGS:
+def check_fixed_keys(schema, table, program, failures):
+    mappings = fixed_key_mappings(schema, table)
+    for label, pointer, document in mappings:
         status, message = program.check_text(json.dumps(document))
         if f"unknown key '{UNKNOWN}'" not in message:
             failures.append(f"{label}: the program did not name the unknown key: {message}")
@@ -397,37 +470,17 @@ def check_fixed_keys(schema, program, failures):
         if theirs != ours:
             failures.append(f"{label}: keys differ; only the program's: {sorted(theirs - ours)}, "
                          f"only the schema's: {sorted(ours - theirs)}")
-    print(f"fixed-key mappings compared with the program: {len(FIXED_KEY_MAPPINGS)}")
+    print(f"fixed-key mappings compared with the program: {len(mappings)}")
 
 
-def schema_options(schema):
-    """Option number -> (label, accepted keys), and the names, as the schema gives them."""
-    rule = schema["$defs"]["matchRule"]
-    blocks = rule["allOf"]
-    table = {}
-    names = set()
-    for block in blocks[:-1]:
-        enum = block["if"]["properties"]["option"]["enum"]
-        number = next(x for x in enum if isinstance(x, int))
-        name = next((x for x in enum if isinstance(x, str)), str(number))
-        if name != str(number):
-            names.add(name)
-        form = at(schema, block["then"]["$ref"].lstrip("#"))
-        keys = {"option", "invert"} | {k for k, v in form["properties"].items() if v is not False}
-        table[number] = (name, keys)
-    other = at(schema, blocks[-1]["then"]["$ref"].lstrip("#"))
-    other_keys = {"option", "invert"} | {k for k, v in other["properties"].items() if v is not False}
-    return table, names, other_keys, blocks[-1]["if"]["properties"]["option"]["not"]["enum"]
-
-
-def check_options(schema, program, failures):
-    table, names, other_keys, others_exclude = schema_options(schema)
-    if set(others_exclude) != set(table) | names:
-        failures.append("schema: the pass-through rule does not exclude exactly the known options")
-    if set(schema["$defs"]["matchRule"]["properties"]["option"]["anyOf"][0]["enum"]) != names:
-        failures.append("schema: the option names differ from the names of the option rules")
+def check_options(table, program, failures):
+    """The program's "does not apply" message for every option of the table and a few others
+    names the option and the keys of its form, as the table has them."""
+    forms = {f["name"]: {"option", "invert"} | set(f["keys"]) for f in table["matchForms"]}
+    options = {o["option"]: (o["name"] or str(o["option"]), forms[o["form"]])
+               for o in table["matchOptions"]}
     probe_re = re.compile(r"does not apply to match option (\S+) \(expected (.*)\)$")
-    numbers = list(range(256)) + [1000, 65535, 4294967295]
+    numbers = sorted(options) + [0, 3, 99, 106, 129, 255, 1000, 65535, 4294967295]
     for number in numbers:
         found = None
         for key, value in (("pair", [1, 2]), ("lists", ["X"])):
@@ -440,18 +493,18 @@ def check_options(schema, program, failures):
             failures.append(f"option {number}: the program refused no probe key")
             continue
         label, keys = found.group(1), listed_keys(found.group(0))
-        want_label, want_keys = table.get(number, (str(number), other_keys))
-        if (label, keys) != (want_label, want_keys):
+        want = options.get(number, (str(number), forms["passThrough"]))
+        if (label, keys) != want:
             failures.append(f"option {number}: the program says {label} {sorted(keys)}, "
-                         f"the schema {want_label} {sorted(want_keys)}")
+                            f"its table {want[0]} {sorted(want[1])}")
     print(f"option numbers compared with the program: {len(numbers)}")
 
 
-def check_every_name(schema, validator, program, failures):
+def check_every_name(schema, table, validator, program, failures):
     rules = schema["$defs"]["matchRule"]["examples"]
-    table, _, _, _ = schema_options(schema)
     given = {r["option"] for r in rules}
-    missing = [n for n in table if n not in given and table[n][0] not in given]
+    missing = [o["option"] for o in table["matchOptions"]
+               if o["option"] not in given and o["name"] not in given]
     if missing:
         failures.append(f"schema: no example rule for options {missing}")
     example_set = schema["$defs"]["set"]["examples"][0]
@@ -469,14 +522,15 @@ def check_every_name(schema, validator, program, failures):
     print(f"every-name scenario: {len(rules)} match rules, {len(example_set)} set clauses")
 
 
-def check_reference(schema, source, failures):
-    """Every key, option and set clause of the schema appears in the format reference."""
+def check_reference(schema, table, source, failures):
+    """Every key, option and set clause appears in the format reference."""
     text = (source / "docs" / "scenario-format.md").read_text()
-    table, names, _, _ = schema_options(schema)
-    wanted = set(names) | {k for _, pointer, _ in FIXED_KEY_MAPPINGS
-                           for k in at(schema, pointer)["properties"]}
+    wanted = {o["name"] for o in table["matchOptions"] if o["name"]}
+    wanted |= {k for _, pointer, _ in fixed_key_mappings(schema, table)
+               for k in at(schema, pointer)["properties"]}
     missing = sorted(k for k in wanted if f"`{k}`" not in text)
-    missing += [str(n) for n in table if not re.search(rf"\| {n} \|", text)]
+    missing += [str(o["option"]) for o in table["matchOptions"]
+                if not re.search(rf"\| {o['option']} \|", text)]
     if missing:
         failures.append(f"docs/scenario-format.md does not describe: {missing}")
 
@@ -496,13 +550,15 @@ def main():
             for e in schema_errors(validator, load(path.read_text())):
                 failures.append(f"{path}: {describe(e)}")
     if args.ribpolicy:
-        check_reference(schema, args.source_dir, failures)
         program = Program(args.ribpolicy)
+        table = program.format_table()
+        compare_with_table(schema, table, failures)
+        check_reference(schema, table, args.source_dir, failures)
         validate_scenarios(validator, program, args.source_dir, failures)
         check_tables(validator, program, failures)
-        check_fixed_keys(schema, program, failures)
-        check_options(schema, program, failures)
-        check_every_name(schema, validator, program, failures)
+        check_fixed_keys(schema, table, program, failures)
+        check_options(table, program, failures)
+        check_every_name(schema, table, validator, program, failures)
     for line in failures:
         print("FAIL: " + line)
     return 1 if failures else 0

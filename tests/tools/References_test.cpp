@@ -21,7 +21,7 @@ std::string unusedOf(const ReferenceAnalysis& a) {
   std::string out;
   for (const auto& o : a.unused) {
     if (!out.empty()) out += ' ';
-    out += ribpolicy::sectionName(o.kind);
+    out += ribpolicy::sectionOf(o.kind).key;
     out += '/' + o.name;
   }
   return out;

@@ -9,6 +9,7 @@
 #include "framework/rib/MioSink.h"
 #include "tools/converge/Promises.h"
 #include "tools/ribpolicy/Agent.h"
+#include "tools/ribpolicy/Format.h"
 #include "tools/ribpolicy/Verify.h"
 
 namespace converge {
@@ -182,11 +183,6 @@ std::set<std::vector<PathEntry>> objectPaths(const Node& engine) {
   return out;
 }
 
-template <class Def>
-void addMissing(std::map<std::string, Def>& to, const std::map<std::string, Def>& from) {
-  for (const auto& [name, def] : from) to.try_emplace(name, def);
-}
-
 // The first place where two trees differ, two levels down: "engine 512/627" for the dynamic
 // prefix lists, "engine 256" for the global options; empty when they are equivalent.
 std::string firstArea(const Node& left, const Node& right, std::string prefix = {}) {
@@ -214,14 +210,11 @@ std::set<std::vector<PathEntry>> removedObjectPaths(const std::string& vrf,
                                                     const ribpolicy::ScenarioConfig& config,
                                                     const ribpolicy::ScenarioConfig& removed) {
   ribpolicy::ScenarioConfig with = config;
-  addMissing(with.prefixLists, removed.prefixLists);
-  addMissing(with.ipv6PrefixLists, removed.ipv6PrefixLists);
-  addMissing(with.asPathLists, removed.asPathLists);
-  addMissing(with.communityLists, removed.communityLists);
-  addMissing(with.accessLists, removed.accessLists);
-  addMissing(with.dynamicPrefixLists, removed.dynamicPrefixLists);
-  addMissing(with.routeMaps, removed.routeMaps);
-  addMissing(with.peerFilters, removed.peerFilters);
+  ribpolicy::forEachSection([&](const auto& section) {
+    for (const auto& [name, def] : removed.*section.member) {
+      (with.*section.member).try_emplace(name, def);
+    }
+  });
   std::set<std::vector<PathEntry>> out;
   ribpolicy::withFreshStart(vrf, with, [&](const Node& fresh, const RoutingPolicyMap::PolicyMap&) {
     out = objectPaths(fresh);

@@ -22,8 +22,13 @@ using ribpolicy::DynamicPrefixListDef;
 using ribpolicy::InputSet;
 using ribpolicy::MapDef;
 using ribpolicy::MapEntryDef;
+using ribpolicy::MatchForm;
+using ribpolicy::MatchOptionRow;
+using ribpolicy::ObjectKind;
 using ribpolicy::Scenario;
 using ribpolicy::ScenarioConfig;
+using ribpolicy::SetClauseRow;
+using ribpolicy::SetForm;
 using ribpolicy::Step;
 using Routing::RouteMap::CommunitySet;
 using Routing::RouteMap::MatchOption;
@@ -50,73 +55,49 @@ const std::vector<std::string> kInterfaces = {"Ethernet1/2",    "Port-Channel10"
 const std::vector<std::string> kTexts = {"alpha", "beta gamma", "x", "10"};
 const std::vector<U32> kAsPathOrigins = {0, 1, 2, 0xffffffffu, 7};
 
-// How a match option takes its value, as the scenario reader has it.
-enum class Form : std::uint8_t {
-  accessList,
-  prefixList,
-  ipv4Address,
-  ipv6Address,
-  communityLists,
-  interfaceName,
-  text,
-  routeMapName,  // may be empty
-  dynamicPrefixList,
-  metricType,
-  protocol,
-  routeType,
-  range,
-  pair,
-  integer,
-  passThrough,
-};
+// The pool of names of each kind of object.
+const std::vector<std::string>& poolOf(ObjectKind kind) {
+  static const std::vector<std::string> kNone;
+  switch (kind) {
+    case ObjectKind::routeMap:
+      return kRouteMaps;
+    case ObjectKind::peerFilter:
+      return kPeerFilters;
+    case ObjectKind::dynamicPrefixList:
+      return kDynamicPrefixLists;
+    case ObjectKind::prefixList:
+    case ObjectKind::ipv6PrefixList:
+      return kPrefixLists;
+    case ObjectKind::communityList:
+      return kCommunityLists;
+    case ObjectKind::accessList:
+      return kAccessLists;
+    case ObjectKind::asPathList:
+      return kAsPathLists;
+    case ObjectKind::policyMap:
+      break;
+  }
+  return kNone;
+}
 
-struct OptionForm {
-  MatchOption option;
-  Form form;
-};
-
-// Every option the reader knows, and two it passes through; options that refer to other
-// objects appear twice, so that references are common.
-const std::vector<OptionForm> kOptions = {
-    {Routing::RouteMap::matchAccessList, Form::accessList},
-    {Routing::RouteMap::matchPrefixList, Form::prefixList},
-    {Routing::RouteMap::matchPrefixList, Form::prefixList},
-    {Routing::RouteMap::matchIpv6PrefixList, Form::prefixList},
-    {Routing::RouteMap::matchGateway, Form::ipv4Address},
-    {Routing::RouteMap::matchNextHop, Form::ipv4Address},
-    {Routing::RouteMap::matchIpv6NextHop, Form::ipv6Address},
-    {Routing::RouteMap::matchNextHopPrefixList, Form::prefixList},
-    {Routing::RouteMap::matchIpv6NextHopPrefixList, Form::prefixList},
-    {Routing::RouteMap::matchResolvedNextHopPrefixList, Form::prefixList},
-    {Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList, Form::prefixList},
-    {Routing::RouteMap::matchCommunity, Form::communityLists},
-    {Routing::RouteMap::matchCommunity, Form::communityLists},
-    {Routing::RouteMap::matchExtCommunity, Form::communityLists},
-    {Routing::RouteMap::matchLargeCommunity, Form::communityLists},
-    {Routing::RouteMap::matchInterface, Form::interfaceName},
-    {Routing::RouteMap::matchMetricType, Form::metricType},
-    {Routing::RouteMap::matchProtocol, Form::protocol},
-    {Routing::RouteMap::matchAsRange, Form::range},
-    {Routing::RouteMap::matchRouteType, Form::routeType},
-    {Routing::RouteMap::matchDynamicPrefixList, Form::dynamicPrefixList},
-    {Routing::RouteMap::matchDynamicPrefixList, Form::dynamicPrefixList},
-    {Routing::RouteMap::matchIpv6DynamicPrefixList, Form::dynamicPrefixList},
-    {Routing::RouteMap::matchCommInstances, Form::range},
-    {Routing::RouteMap::matchAsPathLength, Form::pair},
-    {Routing::RouteMap::matchContribAggAttr, Form::routeMapName},
-    {100, Form::integer},
-    {101, Form::text},
-    {102, Form::text},
-    {105, Form::integer},
-    {108, Form::integer},
-    {109, Form::integer},
-    {110, Form::integer},
-    {111, Form::integer},
-    {115, Form::integer},
-    {120, Form::text},
-    {200, Form::passThrough},
-    {4242, Form::passThrough},
-};
+// The match options drawn from: every option the reader knows, and two it passes through.
+// The references met most often in practice, prefix lists, community lists and dynamic prefix
+// lists, are drawn twice as often.
+const std::vector<MatchOptionRow> kOptions = [] {
+  std::vector<MatchOptionRow> out;
+  for (const MatchOptionRow& row : ribpolicy::kMatchOptions) {
+    out.push_back(row);
+    if (row.option == Routing::RouteMap::matchPrefixList ||
+        row.option == Routing::RouteMap::matchCommunity ||
+        row.option == Routing::RouteMap::matchDynamicPrefixList) {
+      out.push_back(row);
+    }
+  }
+  for (const MatchOption option : {200u, 4242u}) {
+    out.push_back({"", option, MatchForm::passThrough});
+  }
+  return out;
+}();
 
 class Generator {
  public:
@@ -134,6 +115,10 @@ class Generator {
   template <class T>
   const T& pick(const std::vector<T>& v) {
     return v[below(v.size())];
+  }
+  template <class T, std::size_t N>
+  const T& pick(const T (&v)[N]) {
+    return v[below(N)];
   }
   // The name of a random object of `section`, or null when it is empty.
   template <class Def>
@@ -163,7 +148,7 @@ class Generator {
   DynamicPrefixListDef dynamicPrefixList();
   MatchRule matchRule();
   Vox::Ptr<CommunitySet const> communitySet(Acl::CommunityType kind, Acl::CommSetFlag flag);
-  void setClause(SetClauses& s, SetFlagBit bit);
+  void setClause(SetClauses& s, const SetClauseRow& row);
   MapEntryDef mapEntry();
   MapDef map();
 
@@ -275,63 +260,49 @@ DynamicPrefixListDef Generator::dynamicPrefixList() {
 }
 
 MatchRule Generator::matchRule() {
-  const OptionForm& o = pick(kOptions);
+  const MatchOptionRow& o = pick(kOptions);
+  const ribpolicy::MatchFormRow& form = ribpolicy::formRow(o.form);
   MatchRule r;
   r.option = o.option;
   r.invert = chance(0.2);
   switch (o.form) {
-    case Form::accessList:
-      r.stringValue = pick(kAccessLists);
+    case MatchForm::listName:
+      r.stringValue = pick(poolOf(*o.refers));
       break;
-    case Form::prefixList:
-      r.stringValue = pick(kPrefixLists);
-      break;
-    case Form::ipv4Address:
+    case MatchForm::ipv4Address:
       r.ipAddr = ipv4();
       break;
-    case Form::ipv6Address:
+    case MatchForm::ipv6Address:
       r.ip6Addr = ipv6();
       break;
-    case Form::communityLists: {
-      std::set<std::string> names = {pick(kCommunityLists)};
-      if (chance(0.3)) names.insert(pick(kCommunityLists));
+    case MatchForm::communityLists: {
+      std::set<std::string> names = {pick(poolOf(*o.refers))};
+      if (chance(0.3)) names.insert(pick(poolOf(*o.refers)));
       r.commListSet = Routing::RouteMap::CommListSet(std::move(names));
       r.stringValue = r.commListSet.stringValue();
       r.exact = chance(0.4);
       break;
     }
-    case Form::interfaceName:
-      r.stringValue = pick(kInterfaces);
+    case MatchForm::text:
+      r.stringValue = pick(o.option == Routing::RouteMap::matchInterface ? kInterfaces : kTexts);
       break;
-    case Form::text:
-      r.stringValue = pick(kTexts);
+    case MatchForm::optionalText:
+      if (chance(0.7)) r.stringValue = pick(poolOf(*o.refers));
       break;
-    case Form::routeMapName:
-      if (chance(0.7)) r.stringValue = pick(kRouteMaps);
+    case MatchForm::metricType:
+    case MatchForm::protocol:
+    case MatchForm::routeType:
+    case MatchForm::integer:
+      r.intValue = form.high == ribpolicy::kNoLimit ? smallOrAny() : between(form.low, form.high);
       break;
-    case Form::dynamicPrefixList:
-      r.stringValue = pick(kDynamicPrefixLists);
-      break;
-    case Form::metricType:
-      r.intValue = between(1, 2);
-      break;
-    case Form::protocol:
-      r.intValue = between(1, 9);
-      break;
-    case Form::routeType:
-      r.intValue = between(1, 4);
-      break;
-    case Form::range:
+    case MatchForm::range:
       r.intValue = smallOrAny();
       r.upper = smallOrAny();
       break;
-    case Form::pair:
+    case MatchForm::pair:
       r.asPathLength = {between(0, 10), between(0, 10)};
       break;
-    case Form::integer:
-      r.intValue = smallOrAny();
-      break;
-    case Form::passThrough:
+    case MatchForm::passThrough:
       // The reader keeps the text and, when it is a number, the number too.
       if (chance(0.7)) {
         r.stringValue = pick(kTexts);
@@ -367,97 +338,57 @@ Vox::Ptr<CommunitySet const> Generator::communitySet(Acl::CommunityType kind,
   return set;
 }
 
-void Generator::setClause(SetClauses& s, SetFlagBit bit) {
-  using namespace Routing::RouteMap;
+void Generator::setClause(SetClauses& s, const SetClauseRow& row) {
   SetClauses c;
-  c.flags = 1u << bit;
-  auto asList = [&] {
-    std::map<U32, U32> out;
-    for (U32 i = 0, n = between(1, 3); i < n; ++i) out.emplace(i, between(64496, 64511));
-    return out;
-  };
-  switch (bit) {
-    case setAsPathPrepend:
-      c.asPathPrepend = asList();
+  c.flags = 1u << row.bit;
+  switch (row.form) {
+    case SetForm::asNumbers: {
+      auto& list = c.*std::get<ribpolicy::AsNumbersField>(row.field);
+      for (U32 i = 0, n = between(1, 3); i < n; ++i) list.emplace(i, between(64496, 64511));
       break;
-    case setNextHop:
-      c.nextHop = ipv4();
+    }
+    case SetForm::ipv4Address:
+      c.*std::get<ribpolicy::Ipv4Field>(row.field) = ipv4();
       break;
-    case setIpv6NextHop:
-      c.ipv6NextHop = ipv6();
+    case SetForm::ipv6Address:
+      c.*std::get<ribpolicy::Ipv6Field>(row.field) = ipv6();
       break;
-    case setOrigin:
-      c.origin = between(1, 3);
+    case SetForm::number: {
+      const U32 n = row.high == ribpolicy::kNoLimit ? smallOrAny() : between(row.low, row.high);
+      if (const auto* byte = std::get_if<ribpolicy::ByteField>(&row.field)) {
+        c.*(*byte) = static_cast<U8>(n);
+      } else {
+        c.*std::get<ribpolicy::NumberField>(row.field) = n;
+      }
       break;
-    case setAction19:
-      c.action19 = signedValue();
+    }
+    case SetForm::signedNumber:
+      c.*std::get<ribpolicy::SignedField>(row.field) = signedValue();
       break;
-    case setMetric:
-      c.metric = signedValue();
+    case SetForm::boolean:
+      c.*std::get<ribpolicy::FlagField>(row.field) = chance(0.5);
+      break;
+    case SetForm::metric:
+      c.*std::get<ribpolicy::SignedField>(row.field) = signedValue();
       c.medType = between(0, 8);
       break;
-    case setOspfMetricType:
-      c.ospfMetricType = between(1, 2);
-      break;
-    case setIsisLevel:
-      c.isisLevel = between(0, 2);
-      break;
-    case setAction2:
-      c.action2 = smallOrAny();
-      break;
-    case setCommunityAddReplace:
-      c.communityAddReplace =
-          communitySet(Acl::communityStandard,
-                       pick(std::vector<Acl::CommSetFlag>{Acl::commSetNone_, Acl::commSetAdditive_,
-                                                          Acl::commSetReplace_}));
-      break;
-    case setCommunityDelete:
-      c.communityDelete = communitySet(Acl::communityStandard, Acl::commSetDelete_);
-      break;
-    case setExtCommunity:
-      c.extCommunity =
-          communitySet(Acl::communityExtended, static_cast<Acl::CommSetFlag>(between(0, 3)));
-      if (chance(0.4)) {
+    case SetForm::communities: {
+      std::vector<Acl::CommSetFlag> flags;
+      for (U32 flag = 0; flag < 4; ++flag) {
+        if (ribpolicy::carries(row, static_cast<Acl::CommSetFlag>(flag))) {
+          flags.push_back(static_cast<Acl::CommSetFlag>(flag));
+        }
+      }
+      const Acl::CommSetFlag flag = flags.size() == 1 ? flags[0] : pick(flags);
+      c.*std::get<ribpolicy::CommunitySetField>(row.field) = communitySet(row.communityKind, flag);
+      if (row.linkBandwidth && chance(0.4)) {
         c.extCommLbwFlag = static_cast<Acl::ExtCommLinkBandwidthSetFlag>(between(0, 4));
         c.extCommLbwBandwidth = pick(std::vector<float>{0, 1000, 2.5, 1e9});
       }
       break;
-    case setAction3:
-      c.action3 = signedValue();
-      break;
-    case setAction25:
-      c.action25 = smallOrAny();
-      break;
-    case setAction26:
-      c.action26 = signedValue();
-      break;
-    case setNextHopPeerAddr:
-      c.nextHopPeerAddr = chance(0.5);
-      break;
-    case setIpv6NextHopPeerAddr:
-      c.ipv6NextHopPeerAddr = chance(0.5);
-      break;
-    case setNextHopUnchanged:
-      c.nextHopUnchanged = chance(0.5);
-      break;
-    case setIpv6NextHopUnchanged:
-      c.ipv6NextHopUnchanged = chance(0.5);
-      break;
-    case setAsPathPrependLastAs:
-      c.asPathPrependLastAs = static_cast<U8>(between(0, 255));
-      break;
-    case setAsPathReplace:
-      c.asPathReplace = asList();
-      break;
-    case setAction35:
-      c.action35 = signedValue();
-      break;
-    case setLargeCommunity:
-      c.largeCommunity =
-          communitySet(Acl::communityLarge, static_cast<Acl::CommSetFlag>(between(0, 3)));
-      break;
+    }
   }
-  s.copyClause(bit, c);
+  s.copyClause(row.bit, c);
 }
 
 MapEntryDef Generator::mapEntry() {
@@ -468,7 +399,7 @@ MapEntryDef Generator::mapEntry() {
     e.match[r.option] = std::move(r);
   }
   if (chance(0.35)) e.subRouteMap = pick(kRouteMaps);
-  for (U32 n = between(0, 3); n > 0; --n) setClause(e.set, pick(SetClauses::allBits()));
+  for (U32 n = between(0, 3); n > 0; --n) setClause(e.set, pick(ribpolicy::kSetClauses));
   return e;
 }
 
@@ -566,12 +497,12 @@ void Generator::changeMapEntry(MapEntryDef& e) {
       break;
     case 5:
     case 6:
-      setClause(e.set, pick(SetClauses::allBits()));
+      setClause(e.set, pick(ribpolicy::kSetClauses));
       break;
     default: {
       std::vector<SetFlagBit> present;
-      for (SetFlagBit bit : SetClauses::allBits()) {
-        if (e.set.has(bit)) present.push_back(bit);
+      for (const SetClauseRow& row : ribpolicy::kSetClauses) {
+        if (e.set.has(row.bit)) present.push_back(row.bit);
       }
       if (!present.empty()) e.set.copyClause(pick(present), SetClauses{});
       break;
@@ -621,20 +552,20 @@ void Generator::changeVersions(ScenarioConfig& c) {
     std::optional<U32>* version;
   };
   std::vector<Target> targets;
-  auto collect = [&](VersionedKind kind, auto& section) {
-    for (auto& [name, def] : section) targets.push_back({{kind, name, 0}, &def.version});
-  };
-  collect(VersionedKind::prefixList, c.prefixLists);
-  collect(VersionedKind::ipv6PrefixList, c.ipv6PrefixLists);
-  collect(VersionedKind::asPathList, c.asPathLists);
-  collect(VersionedKind::dynamicPrefixList, c.dynamicPrefixLists);
-  collect(VersionedKind::routeMap, c.routeMaps);
-  collect(VersionedKind::peerFilter, c.peerFilters);
-  for (auto& [name, list] : c.communityLists) {
-    for (auto& [seq, entry] : list.entries) {
-      targets.push_back({{VersionedKind::communityEntry, name, seq}, &entry.version});
+  ribpolicy::forEachSection([&](const auto& section) {
+    using Def = typename std::decay_t<decltype(section)>::Definition;
+    for (auto& [name, def] : c.*section.member) {
+      if constexpr (ribpolicy::VersionedDefinition<Def>) {
+        targets.push_back({{section.kind, name, 0}, &def.version});
+      } else if constexpr (ribpolicy::EntryDefinition<Def>) {
+        if constexpr (ribpolicy::VersionedDefinition<ribpolicy::EntryOf<Def>>) {
+          for (auto& [seq, entry] : def.entries) {
+            targets.push_back({{section.kind, name, seq}, &entry.version});
+          }
+        }
+      }
     }
-  }
+  });
   if (targets.empty()) return;
   const Target& t = pick(targets);
   const U32 current = tracker_.version(t.object);
@@ -706,7 +637,7 @@ void Generator::change(ScenarioConfig& c) {
     changeAsPathLists(c.asPathLists);
   } else if (what < 88) {
     changeListSection(
-        c.accessLists, kAccessLists, [](AccessListDef & d) -> auto& { return d.rules; },
+        c.accessLists, kAccessLists, [](AccessListDef & d) -> auto& { return d.entries; },
         [&](U32) { return accessRule(); });
   } else if (what < 91) {
     c.routeMapOpMode = between(0, 3);

@@ -42,56 +42,29 @@ void notifyAsPathEntry(std::set<U32>& inapplicable, U32 seq, const Acl::AsPathEn
   }
 }
 
-bool sameEntries(const std::map<U32, ribpolicy::MapEntryDef>& a,
-                 const std::map<U32, ribpolicy::MapEntryDef>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
-    return x.first == y.first && x.second.sameAs(y.second);
-  });
-}
-
-// Whether every entry of `from` is in `to`, unchanged.
-template <class Entry, class Same>
-bool entriesKept(const std::map<U32, Entry>& from, const std::map<U32, Entry>& to, Same same) {
-  for (const auto& [seq, entry] : from) {
-    auto it = to.find(seq);
-    if (it == to.end() || !same(entry, it->second)) return false;
-  }
-  return true;
-}
-
-// Whether every object of `from` is in `to` and `kept(before, after)` holds for it.
-template <class Def, class Kept>
-bool objectsKept(const std::map<std::string, Def>& from, const std::map<std::string, Def>& to,
-                 Kept kept) {
-  for (const auto& [name, def] : from) {
-    auto it = to.find(name);
-    if (it == to.end() || !kept(def, it->second)) return false;
-  }
-  return true;
-}
-
-bool includes(const std::set<std::string>& big, const std::set<std::string>& small) {
-  return std::includes(big.begin(), big.end(), small.begin(), small.end());
-}
-
+// Whether `to` keeps everything `from` holds: with the same fields and, for a list, every
+// entry of `from` unchanged; `to` may hold more entries.
 template <class Def>
-void keepRemovedObjects(const std::map<std::string, Def>& from,
-                        const std::map<std::string, Def>& to, std::map<std::string, Def>& removed) {
-  for (const auto& [name, def] : from) {
-    if (!to.contains(name)) removed.insert_or_assign(name, def);
+bool keeps(const Def& from, const Def& to) {
+  if constexpr (ribpolicy::EntryDefinition<Def>) {
+    if (to.entries.size() != from.entries.size()) {
+      Def kept = to;
+      std::erase_if(kept.entries, [&](const auto& e) { return !from.entries.contains(e.first); });
+      return kept == from;
+    }
   }
+  return to == from;
 }
 
 // Adds the objects of `from` that `to` no longer has to `removed`, as they were.
 void keepRemoved(const ScenarioConfig& from, const ScenarioConfig& to, ScenarioConfig& removed) {
-  keepRemovedObjects(from.prefixLists, to.prefixLists, removed.prefixLists);
-  keepRemovedObjects(from.ipv6PrefixLists, to.ipv6PrefixLists, removed.ipv6PrefixLists);
-  keepRemovedObjects(from.asPathLists, to.asPathLists, removed.asPathLists);
-  keepRemovedObjects(from.communityLists, to.communityLists, removed.communityLists);
-  keepRemovedObjects(from.accessLists, to.accessLists, removed.accessLists);
-  keepRemovedObjects(from.dynamicPrefixLists, to.dynamicPrefixLists, removed.dynamicPrefixLists);
-  keepRemovedObjects(from.routeMaps, to.routeMaps, removed.routeMaps);
-  keepRemovedObjects(from.peerFilters, to.peerFilters, removed.peerFilters);
+  ribpolicy::forEachSection([&](const auto& section) {
+    for (const auto& [name, def] : from.*section.member) {
+      if (!(to.*section.member).contains(name)) {
+        (removed.*section.member).insert_or_assign(name, def);
+      }
+    }
+  });
 }
 
 }  // namespace
@@ -124,39 +97,19 @@ CycleNames cycleNames(const ScenarioConfig& config) {
 }
 
 bool onlyAdds(const ScenarioConfig& from, const ScenarioConfig& to) {
-  auto same = [](const auto& a, const auto& b) { return a == b; };
-  auto prefixListKept = [&](const auto& a, const auto& b) {
-    return a.version == b.version && entriesKept(a.entries, b.entries, same);
-  };
-  auto mapKept = [](const ribpolicy::MapDef& a, const ribpolicy::MapDef& b) {
-    return a.version == b.version &&
-           entriesKept(a.entries, b.entries,
-                       [](const auto& x, const auto& y) { return x.sameAs(y); });
-  };
-  return objectsKept(from.prefixLists, to.prefixLists, prefixListKept) &&
-         objectsKept(from.ipv6PrefixLists, to.ipv6PrefixLists, prefixListKept) &&
-         objectsKept(from.asPathLists, to.asPathLists,
-                     [&](const auto& a, const auto& b) {
-                       return a.version == b.version && a.source == b.source &&
-                              entriesKept(a.entries, b.entries, same);
-                     }) &&
-         objectsKept(from.communityLists, to.communityLists,
-                     [](const auto& a, const auto& b) {
-                       return entriesKept(a.entries, b.entries, [](const auto& x, const auto& y) {
-                         return x.sameContents(y) && x.version == y.version;
-                       });
-                     }) &&
-         objectsKept(
-             from.accessLists, to.accessLists,
-             [&](const auto& a, const auto& b) { return entriesKept(a.rules, b.rules, same); }) &&
-         objectsKept(from.dynamicPrefixLists, to.dynamicPrefixLists,
-                     [](const auto& a, const auto& b) {
-                       return a.sameFields(b) && a.version == b.version;
-                     }) &&
-         objectsKept(from.routeMaps, to.routeMaps, mapKept) &&
-         objectsKept(from.peerFilters, to.peerFilters, mapKept) &&
-         includes(to.policyMap.routeMaps, from.policyMap.routeMaps) &&
-         includes(to.policyMap.dynamicPrefixLists, from.policyMap.dynamicPrefixLists);
+  bool adds = true;
+  ribpolicy::forEachSection([&](const auto& section) {
+    for (const auto& [name, def] : from.*section.member) {
+      auto it = (to.*section.member).find(name);
+      adds = adds && it != (to.*section.member).end() && keeps(def, it->second);
+    }
+  });
+  for (const ribpolicy::HeldNamesRow& held : ribpolicy::kPolicyMapLists) {
+    const std::set<std::string>& before = from.policyMap.*held.member;
+    const std::set<std::string>& after = to.policyMap.*held.member;
+    adds = adds && std::includes(after.begin(), after.end(), before.begin(), before.end());
+  }
+  return adds;
 }
 
 U32 PromiseTracker::version(const VersionedObject& object) const {
@@ -223,44 +176,41 @@ void PromiseTracker::trackVersions(const ScenarioConfig& from, const ScenarioCon
     pending_.erase(o);
     unannounced_.erase(o);
   };
-  auto section = [&](VersionedKind kind, const auto& before, const auto& after, auto same) {
-    ribpolicy::forEachKey(before, after,
-                          [&](const std::string& name, const auto* b, const auto* a) {
-                            const VersionedObject o{kind, name, 0};
-                            if (!a) {
-                              forget(o);
-                            } else {
-                              follow(o, a->version, !b, b && !same(*b, *a));
-                            }
-                          });
-  };
-  auto sameList = [](const auto& b, const auto& a) { return b.entries == a.entries; };
-  auto sameMap = [](const ribpolicy::MapDef& b, const ribpolicy::MapDef& a) {
-    return sameEntries(b.entries, a.entries);
-  };
-  section(VersionedKind::prefixList, from.prefixLists, to.prefixLists, sameList);
-  section(VersionedKind::ipv6PrefixList, from.ipv6PrefixLists, to.ipv6PrefixLists, sameList);
-  section(
-      VersionedKind::asPathList, from.asPathLists, to.asPathLists,
-      [](const auto& b, const auto& a) { return b.entries == a.entries && b.source == a.source; });
-  section(VersionedKind::dynamicPrefixList, from.dynamicPrefixLists, to.dynamicPrefixLists,
-          [](const auto& b, const auto& a) { return b.sameFields(a); });
-  section(VersionedKind::routeMap, from.routeMaps, to.routeMaps, sameMap);
-  section(VersionedKind::peerFilter, from.peerFilters, to.peerFilters, sameMap);
-  const ribpolicy::CommunityListDef none;
-  ribpolicy::forEachKey(from.communityLists, to.communityLists,
-                        [&](const std::string& name, const auto* b, const auto* a) {
-                          ribpolicy::forEachKey(
-                              b ? b->entries : none.entries, a ? a->entries : none.entries,
-                              [&](U32 seq, const auto* eb, const auto* ea) {
-                                const VersionedObject o{VersionedKind::communityEntry, name, seq};
-                                if (!ea) {
-                                  forget(o);
-                                } else {
-                                  follow(o, ea->version, !eb, eb && !eb->sameContents(*ea));
-                                }
+  ribpolicy::forEachSection([&](const auto& section) {
+    using Def = typename std::decay_t<decltype(section)>::Definition;
+    const ribpolicy::ObjectKind kind = section.kind;
+    if constexpr (ribpolicy::VersionedDefinition<Def>) {
+      ribpolicy::forEachKey(from.*section.member, to.*section.member,
+                            [&](const std::string& name, const Def* b, const Def* a) {
+                              const VersionedObject o{kind, name, 0};
+                              if (!a) {
+                                forget(o);
+                              } else {
+                                follow(o, a->version, !b, b && !(b->contents() == a->contents()));
+                              }
+                            });
+    } else if constexpr (ribpolicy::EntryDefinition<Def>) {
+      using Entry = ribpolicy::EntryOf<Def>;
+      if constexpr (ribpolicy::VersionedDefinition<Entry>) {
+        // Each entry of a list carries its own version.
+        const Def none;
+        ribpolicy::forEachKey(from.*section.member, to.*section.member,
+                              [&](const std::string& name, const Def* b, const Def* a) {
+                                ribpolicy::forEachKey(
+                                    b ? b->entries : none.entries, a ? a->entries : none.entries,
+                                    [&](U32 seq, const Entry* eb, const Entry* ea) {
+                                      const VersionedObject o{kind, name, seq};
+                                      if (!ea) {
+                                        forget(o);
+                                      } else {
+                                        follow(o, ea->version, !eb,
+                                               eb && !(eb->contents() == ea->contents()));
+                                      }
+                                    });
                               });
-                        });
+      }
+    }
+  });
 }
 
 StepPromise PromiseTracker::step(const ribpolicy::Step& step) {

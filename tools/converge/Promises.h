@@ -36,25 +36,17 @@
 #include <tuple>
 #include <vector>
 
+#include "tools/ribpolicy/Format.h"
 #include "tools/ribpolicy/Scenario.h"
 
 namespace converge {
 
-// An object that carries a version of its own.
-enum class VersionedKind : std::uint8_t {
-  prefixList,
-  ipv6PrefixList,
-  asPathList,
-  communityEntry,
-  dynamicPrefixList,
-  routeMap,
-  peerFilter,
-};
-
+// An object that carries a version of its own: an object of a section versioned by object, or
+// one entry of a list of a section versioned by entry.
 struct VersionedObject {
-  VersionedKind kind = VersionedKind::prefixList;
+  ribpolicy::ObjectKind kind = ribpolicy::ObjectKind::prefixList;
   std::string name;
-  U32 seq = 0;  // the entry of a community list; 0 for every other kind
+  U32 seq = 0;  // the entry, where the section versions its entries; 0 otherwise
   // NOLINTNEXTLINE(modernize-use-nullptr): the defaulted comparison has no pointer in it.
   friend auto operator<=>(const VersionedObject&, const VersionedObject&) = default;
 };

@@ -5,21 +5,25 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <variant>
+
+#include "tools/ribpolicy/Format.h"
 
 namespace converge {
 
 namespace {
 
-using ribpolicy::MapDef;
 using ribpolicy::MapEntryDef;
+using ribpolicy::MatchForm;
 using ribpolicy::ScenarioConfig;
+using ribpolicy::SetClauseRow;
+using ribpolicy::SetForm;
 using Routing::RouteMap::CommunitySet;
-using Routing::RouteMap::MatchOption;
 using Routing::RouteMap::MatchRule;
 using Routing::RouteMap::SetClauses;
-using Routing::RouteMap::SetFlagBit;
 
 // --- The emitter --------------------------------------------------------------------------
 
@@ -160,272 +164,12 @@ std::string communityValueText(const Acl::CommunityValue& v) {
   return {};
 }
 
-const char* communityTypeName(Acl::CommunityListType t) {
-  switch (t) {
-    case Acl::standardValues:
-      return "standard";
-    case Acl::standardRegex:
-      return "standard-regex";
-    case Acl::extendedValues:
-      return "extended";
-    case Acl::extendedRegex:
-      return "extended-regex";
-    case Acl::largeValues:
-      return "large";
-    case Acl::largeRegex:
-      return "large-regex";
-  }
-  return "standard";
-}
-
-bool isRegexType(Acl::CommunityListType t) {
-  return t == Acl::standardRegex || t == Acl::extendedRegex || t == Acl::largeRegex;
-}
-
 void names(Emitter& y, std::string_view key, const std::set<std::string>& list) {
   y.key(key);
   y.seqStart(true);
   for (const std::string& n : list) y.text(n);
   y.seqEnd();
 }
-
-// --- Lists --------------------------------------------------------------------------------
-
-// A list is written as its entries, or as a mapping when it carries a version or a source.
-template <class Entries, class WriteEntry>
-void entryList(Emitter& y, const std::optional<U32>& version, const std::string& source,
-               const Entries& entries, WriteEntry writeEntry) {
-  const bool mapping = version || !source.empty();
-  if (mapping) {
-    y.mapStart();
-    if (version) y.numberAt("version", *version);
-    if (!source.empty()) y.textAt("source", source);
-    y.key("entries");
-  }
-  y.seqStart();
-  for (const auto& [seq, entry] : entries) writeEntry(seq, entry);
-  y.seqEnd();
-  if (mapping) y.mapEnd();
-}
-
-template <class Def, class WriteEntry>
-void prefixLists(Emitter& y, std::string_view key, const std::map<std::string, Def>& lists,
-                 WriteEntry prefixText) {
-  if (lists.empty()) return;
-  y.key(key);
-  y.mapStart();
-  for (const auto& [name, list] : lists) {
-    y.text(name);
-    entryList(y, list.version, "", list.entries, [&](U32 seq, const auto& e) {
-      y.mapStart(true);
-      y.numberAt("seq", seq);
-      y.textAt("action", actionText(e.permit));
-      y.textAt("prefix", prefixText(e.prefix));
-      if (e.ge) y.numberAt("ge", e.ge);
-      if (e.le) y.numberAt("le", e.le);
-      y.mapEnd();
-    });
-  }
-  y.mapEnd();
-}
-
-void asPathLists(Emitter& y, const std::map<std::string, ribpolicy::AsPathListDef>& lists) {
-  if (lists.empty()) return;
-  y.key("as-path-lists");
-  y.mapStart();
-  for (const auto& [name, list] : lists) {
-    y.text(name);
-    entryList(y, list.version, list.source, list.entries, [&](U32 seq, const Acl::AsPathEntry& e) {
-      y.mapStart(true);
-      y.numberAt("seq", seq);
-      y.textAt("action", actionText(e.permit));
-      y.textAt("regex", e.regex);
-      if (e.origin != 0xffffffffu) y.numberAt("origin", e.origin);
-      if (!e.validMode0 || !e.validMode1) {
-        y.key("valid");
-        y.seqStart(true);
-        y.boolean(e.validMode0);
-        y.boolean(e.validMode1);
-        y.seqEnd();
-      }
-      y.mapEnd();
-    });
-  }
-  y.mapEnd();
-}
-
-void communityLists(Emitter& y, const std::map<std::string, ribpolicy::CommunityListDef>& lists) {
-  if (lists.empty()) return;
-  y.key("community-lists");
-  y.mapStart();
-  for (const auto& [name, list] : lists) {
-    y.text(name);
-    entryList(y, std::nullopt, "", list.entries,
-              [&](U32 seq, const ribpolicy::CommunityEntryDef& e) {
-                y.mapStart(true);
-                y.numberAt("seq", seq);
-                y.textAt("action", actionText(e.permit));
-                y.textAt("type", communityTypeName(e.type));
-                if (isRegexType(e.type)) {
-                  y.textAt("regex", e.regex);
-                } else {
-                  y.key("communities");
-                  y.seqStart(true);
-                  for (const Acl::CommunityValue& v : e.communities) y.text(communityValueText(v));
-                  y.seqEnd();
-                }
-                if (e.version) y.numberAt("version", *e.version);
-                y.mapEnd();
-              });
-  }
-  y.mapEnd();
-}
-
-void accessLists(Emitter& y, const std::map<std::string, ribpolicy::AccessListDef>& lists) {
-  if (lists.empty()) return;
-  y.key("access-lists");
-  y.mapStart();
-  for (const auto& [name, list] : lists) {
-    y.text(name);
-    entryList(y, std::nullopt, "", list.rules, [&](U32 seq, const Acl::RuleConfig& r) {
-      y.mapStart(true);
-      y.numberAt("seq", seq);
-      y.textAt("action", actionText(r.action));
-      y.textAt("source", r.filter.source().toString());
-      y.mapEnd();
-    });
-  }
-  y.mapEnd();
-}
-
-void dynamicPrefixLists(Emitter& y,
-                        const std::map<std::string, ribpolicy::DynamicPrefixListDef>& lists) {
-  if (lists.empty()) return;
-  y.key("dynamic-prefix-lists");
-  y.mapStart();
-  for (const auto& [name, d] : lists) {
-    y.text(name);
-    y.mapStart(true);
-    if (!d.matchMap.empty()) y.textAt("match-map", d.matchMap);
-    if (!d.ipv4PrefixList.empty()) y.textAt("ipv4-prefix-list", d.ipv4PrefixList);
-    if (!d.ipv6PrefixList.empty()) y.textAt("ipv6-prefix-list", d.ipv6PrefixList);
-    if (d.version) y.numberAt("version", *d.version);
-    y.mapEnd();
-  }
-  y.mapEnd();
-}
-
-// --- Match rules --------------------------------------------------------------------------
-
-enum class Form : std::uint8_t {
-  listName,
-  ipv4Address,
-  ipv6Address,
-  communityLists,
-  text,
-  optionalText,
-  integer,
-  range,
-  pair,
-  passThrough,
-};
-
-struct KnownOption {
-  MatchOption option;
-  const char* name;  // null: written as its number
-  Form form;
-};
-
-constexpr KnownOption kOptions[] = {
-    {1, "access-list", Form::listName},
-    {2, "prefix-list", Form::listName},
-    {5, "gateway", Form::ipv4Address},
-    {12, "next-hop", Form::ipv4Address},
-    {14, "next-hop-prefix-list", Form::listName},
-    {15, "resolved-next-hop-prefix-list", Form::listName},
-    {100, nullptr, Form::integer},
-    {101, nullptr, Form::text},
-    {102, nullptr, Form::text},
-    {103, "community", Form::communityLists},
-    {104, "extended-community", Form::communityLists},
-    {105, nullptr, Form::integer},
-    {107, "interface", Form::text},
-    {108, nullptr, Form::integer},
-    {109, nullptr, Form::integer},
-    {110, nullptr, Form::integer},
-    {111, nullptr, Form::integer},
-    {112, "metric-type", Form::integer},
-    {113, "protocol", Form::integer},
-    {115, nullptr, Form::integer},
-    {116, "ipv6-prefix-list", Form::listName},
-    {117, "ipv6-next-hop", Form::ipv6Address},
-    {118, "ipv6-next-hop-prefix-list", Form::listName},
-    {119, "ipv6-resolved-next-hop-prefix-list", Form::listName},
-    {120, nullptr, Form::text},
-    {121, "as-range", Form::range},
-    {122, "route-type", Form::integer},
-    {123, "dynamic-prefix-list", Form::listName},
-    {124, "ipv6-dynamic-prefix-list", Form::listName},
-    {125, "community-instances", Form::range},
-    {126, "as-path-length", Form::pair},
-    {127, "large-community", Form::communityLists},
-    {128, "contributing-aggregate", Form::optionalText},
-};
-
-void matchRule(Emitter& y, const MatchRule& r) {
-  const KnownOption* known = nullptr;
-  for (const KnownOption& k : kOptions) {
-    if (k.option == r.option) known = &k;
-  }
-  y.mapStart(true);
-  y.key("option");
-  if (known && known->name) {
-    y.text(known->name);
-  } else {
-    y.number(r.option);
-  }
-  switch (known ? known->form : Form::passThrough) {
-    case Form::listName:
-    case Form::text:
-      y.textAt("value", r.stringValue);
-      break;
-    case Form::optionalText:
-      if (!r.stringValue.empty()) y.textAt("value", r.stringValue);
-      break;
-    case Form::ipv4Address:
-      y.textAt("value", r.ipAddr.toString());
-      break;
-    case Form::ipv6Address:
-      y.textAt("value", r.ip6Addr.toString());
-      break;
-    case Form::communityLists:
-      names(y, "lists", r.commListSet.names());
-      if (r.exact) y.booleanAt("exact", true);
-      break;
-    case Form::integer:
-      y.numberAt("value", r.intValue);
-      break;
-    case Form::range:
-      y.numberAt("value", r.intValue);
-      y.numberAt("upper", r.upper);
-      break;
-    case Form::pair:
-      y.key("pair");
-      y.seqStart(true);
-      y.number(r.asPathLength.first);
-      y.number(r.asPathLength.second);
-      y.seqEnd();
-      break;
-    case Form::passThrough:
-      if (!r.stringValue.empty()) y.textAt("value", r.stringValue);
-      if (r.upper) y.numberAt("upper", r.upper);
-      break;
-  }
-  if (r.invert) y.booleanAt("invert", true);
-  y.mapEnd();
-}
-
-// --- Set clauses --------------------------------------------------------------------------
 
 void asNumbers(Emitter& y, std::string_view key, const std::map<U32, U32>& list) {
   y.key(key);
@@ -434,9 +178,67 @@ void asNumbers(Emitter& y, std::string_view key, const std::map<U32, U32>& list)
   y.seqEnd();
 }
 
-void communitySet(Emitter& y, std::string_view key, const CommunitySet* set,
-                  const SetClauses* linkBandwidth) {
-  y.key(key);
+// --- Match rules --------------------------------------------------------------------------
+
+void matchRule(Emitter& y, const MatchRule& r) {
+  const ribpolicy::MatchOptionRow* row = ribpolicy::matchOptionRow(r.option);
+  const ribpolicy::MatchFormRow& form = ribpolicy::matchFormOf(r.option);
+  y.mapStart(true);
+  y.key("option");
+  if (row && !row->name.empty()) {
+    y.text(row->name);
+  } else {
+    y.number(r.option);
+  }
+  switch (form.form) {
+    case MatchForm::listName:
+    case MatchForm::text:
+      y.textAt(form.keys[0], r.stringValue);
+      break;
+    case MatchForm::optionalText:
+      if (!r.stringValue.empty()) y.textAt(form.keys[0], r.stringValue);
+      break;
+    case MatchForm::ipv4Address:
+      y.textAt(form.keys[0], r.ipAddr.toString());
+      break;
+    case MatchForm::ipv6Address:
+      y.textAt(form.keys[0], r.ip6Addr.toString());
+      break;
+    case MatchForm::communityLists:
+      names(y, form.keys[0], r.commListSet.names());
+      if (r.exact) y.booleanAt(form.keys[1], true);
+      break;
+    case MatchForm::metricType:
+    case MatchForm::protocol:
+    case MatchForm::routeType:
+    case MatchForm::integer:
+      y.numberAt(form.keys[0], r.intValue);
+      break;
+    case MatchForm::range:
+      y.numberAt(form.keys[0], r.intValue);
+      y.numberAt(form.keys[1], r.upper);
+      break;
+    case MatchForm::pair:
+      y.key(form.keys[0]);
+      y.seqStart(true);
+      y.number(r.asPathLength.first);
+      y.number(r.asPathLength.second);
+      y.seqEnd();
+      break;
+    case MatchForm::passThrough:
+      if (!r.stringValue.empty()) y.textAt(form.keys[0], r.stringValue);
+      if (r.upper) y.numberAt(form.keys[1], r.upper);
+      break;
+  }
+  if (r.invert) y.booleanAt("invert", true);
+  y.mapEnd();
+}
+
+// --- Set clauses --------------------------------------------------------------------------
+
+void communitySet(Emitter& y, const SetClauseRow& row, const SetClauses& s) {
+  const CommunitySet* set = (s.*std::get<ribpolicy::CommunitySetField>(row.field)).ptr();
+  y.key(row.key);
   y.mapStart(true);
   if (set) {
     if (!set->standard.empty() || !set->extended.empty() || !set->large.empty()) {
@@ -448,20 +250,15 @@ void communitySet(Emitter& y, std::string_view key, const CommunitySet* set,
       y.seqEnd();
     }
     if (set->useCL) names(y, "lists", set->communityListName);
-    // The delete clause implies its flag.
-    if (set->flag != Acl::commSetNone_ && key != "community-delete") {
-      y.numberAt("flag", set->flag);
-    }
+    if (set->flag != row.defaultFlag) y.numberAt("flag", set->flag);
   }
-  if (linkBandwidth &&
-      (linkBandwidth->extCommLbwFlag != Acl::lbwNone_ || linkBandwidth->extCommLbwBandwidth != 0)) {
+  if (row.linkBandwidth && (s.extCommLbwFlag != Acl::lbwNone_ || s.extCommLbwBandwidth != 0)) {
     y.key("link-bandwidth");
     y.mapStart(true);
-    y.numberAt("option", linkBandwidth->extCommLbwFlag);
-    if (linkBandwidth->extCommLbwBandwidth != 0) {
+    y.numberAt("option", s.extCommLbwFlag);
+    if (s.extCommLbwBandwidth != 0) {
       char buf[32];
-      std::snprintf(buf, sizeof buf, "%.9g",
-                    static_cast<double>(linkBandwidth->extCommLbwBandwidth));
+      std::snprintf(buf, sizeof buf, "%.9g", static_cast<double>(s.extCommLbwBandwidth));
       y.textAt("bandwidth", buf);
     }
     y.mapEnd();
@@ -469,88 +266,107 @@ void communitySet(Emitter& y, std::string_view key, const CommunitySet* set,
   y.mapEnd();
 }
 
-void setClause(Emitter& y, const SetClauses& s, SetFlagBit bit) {
-  using namespace Routing::RouteMap;
-  switch (bit) {
-    case setAsPathPrepend:
-      asNumbers(y, "as-path-prepend", s.asPathPrepend);
+void setClause(Emitter& y, const SetClauseRow& row, const SetClauses& s) {
+  switch (row.form) {
+    case SetForm::asNumbers:
+      asNumbers(y, row.key, s.*std::get<ribpolicy::AsNumbersField>(row.field));
       return;
-    case setNextHop:
-      y.textAt("next-hop", s.nextHop.toString());
+    case SetForm::ipv4Address:
+      y.textAt(row.key, (s.*std::get<ribpolicy::Ipv4Field>(row.field)).toString());
       return;
-    case setIpv6NextHop:
-      y.textAt("ipv6-next-hop", s.ipv6NextHop.toString());
+    case SetForm::ipv6Address:
+      y.textAt(row.key, (s.*std::get<ribpolicy::Ipv6Field>(row.field)).toString());
       return;
-    case setOrigin:
-      y.numberAt("origin", s.origin);
+    case SetForm::number:
+      if (const auto* byte = std::get_if<ribpolicy::ByteField>(&row.field)) {
+        y.numberAt(row.key, s.*(*byte));
+      } else {
+        y.numberAt(row.key, s.*std::get<ribpolicy::NumberField>(row.field));
+      }
       return;
-    case setAction19:
-      y.signedAt("action-19", s.action19);
+    case SetForm::signedNumber:
+      y.signedAt(row.key, s.*std::get<ribpolicy::SignedField>(row.field));
       return;
-    case setMetric:
-      y.key("metric");
+    case SetForm::boolean:
+      y.booleanAt(row.key, s.*std::get<ribpolicy::FlagField>(row.field));
+      return;
+    case SetForm::metric:
+      y.key(row.key);
       y.mapStart(true);
-      y.signedAt("value", s.metric);
+      y.signedAt("value", s.*std::get<ribpolicy::SignedField>(row.field));
       y.numberAt("med-type", s.medType);
       y.mapEnd();
       return;
-    case setOspfMetricType:
-      y.numberAt("ospf-metric-type", s.ospfMetricType);
-      return;
-    case setIsisLevel:
-      y.numberAt("isis-level", s.isisLevel);
-      return;
-    case setAction2:
-      y.numberAt("action-2", s.action2);
-      return;
-    case setCommunityAddReplace:
-      communitySet(y, "community", s.communityAddReplace.ptr(), nullptr);
-      return;
-    case setCommunityDelete:
-      communitySet(y, "community-delete", s.communityDelete.ptr(), nullptr);
-      return;
-    case setExtCommunity:
-      communitySet(y, "extended-community", s.extCommunity.ptr(), &s);
-      return;
-    case setAction3:
-      y.signedAt("action-3", s.action3);
-      return;
-    case setAction25:
-      y.numberAt("action-25", s.action25);
-      return;
-    case setAction26:
-      y.signedAt("action-26", s.action26);
-      return;
-    case setNextHopPeerAddr:
-      y.booleanAt("next-hop-peer-address", s.nextHopPeerAddr);
-      return;
-    case setIpv6NextHopPeerAddr:
-      y.booleanAt("ipv6-next-hop-peer-address", s.ipv6NextHopPeerAddr);
-      return;
-    case setNextHopUnchanged:
-      y.booleanAt("next-hop-unchanged", s.nextHopUnchanged);
-      return;
-    case setIpv6NextHopUnchanged:
-      y.booleanAt("ipv6-next-hop-unchanged", s.ipv6NextHopUnchanged);
-      return;
-    case setAsPathPrependLastAs:
-      y.numberAt("as-path-prepend-last-as", s.asPathPrependLastAs);
-      return;
-    case setAsPathReplace:
-      asNumbers(y, "as-path-replace", s.asPathReplace);
-      return;
-    case setAction35:
-      y.signedAt("action-35", s.action35);
-      return;
-    case setLargeCommunity:
-      communitySet(y, "large-community", s.largeCommunity.ptr(), nullptr);
+    case SetForm::communities:
+      communitySet(y, row, s);
       return;
   }
 }
 
-// --- Maps ---------------------------------------------------------------------------------
+// --- Entries, one writer per kind ---------------------------------------------------------
 
-void mapEntry(Emitter& y, U32 seq, const MapEntryDef& e) {
+template <class Entry>
+void prefixEntry(Emitter& y, U32 seq, const Entry& e) {
+  y.mapStart(true);
+  y.numberAt("seq", seq);
+  y.textAt("action", actionText(e.permit));
+  y.textAt("prefix", e.prefix.toString());
+  if (e.ge) y.numberAt("ge", e.ge);
+  if (e.le) y.numberAt("le", e.le);
+  y.mapEnd();
+}
+
+void writeEntry(Emitter& y, U32 seq, const Acl::PrefixEntry& e) {
+  prefixEntry(y, seq, e);
+}
+
+void writeEntry(Emitter& y, U32 seq, const Acl::Ipv6PrefixEntry& e) {
+  prefixEntry(y, seq, e);
+}
+
+void writeEntry(Emitter& y, U32 seq, const Acl::AsPathEntry& e) {
+  y.mapStart(true);
+  y.numberAt("seq", seq);
+  y.textAt("action", actionText(e.permit));
+  y.textAt("regex", e.regex);
+  if (e.origin != 0xffffffffu) y.numberAt("origin", e.origin);
+  if (!e.validMode0 || !e.validMode1) {
+    y.key("valid");
+    y.seqStart(true);
+    y.boolean(e.validMode0);
+    y.boolean(e.validMode1);
+    y.seqEnd();
+  }
+  y.mapEnd();
+}
+
+void writeEntry(Emitter& y, U32 seq, const ribpolicy::CommunityEntryDef& e) {
+  const ribpolicy::CommunityListTypeRow& type = ribpolicy::communityListTypeRow(e.type);
+  y.mapStart(true);
+  y.numberAt("seq", seq);
+  y.textAt("action", actionText(e.permit));
+  y.textAt("type", type.name);
+  if (type.expression) {
+    y.textAt("regex", e.regex);
+  } else {
+    y.key("communities");
+    y.seqStart(true);
+    for (const Acl::CommunityValue& v : e.communities) y.text(communityValueText(v));
+    y.seqEnd();
+  }
+  if (e.version) y.numberAt("version", *e.version);
+  y.mapEnd();
+}
+
+void writeEntry(Emitter& y, U32 seq, const Acl::RuleConfig& r) {
+  y.mapStart(true);
+  y.numberAt("seq", seq);
+  y.textAt("action", actionText(r.action));
+  y.textAt("source", r.filter.source().toString());
+  y.mapEnd();
+}
+
+void writeEntry(Emitter& y, U32 seq, const MapEntryDef& e) {
   const bool plain = e.match.empty() && e.subRouteMap.empty() && e.set.flags == 0;
   y.mapStart(plain);
   y.numberAt("seq", seq);
@@ -565,90 +381,74 @@ void mapEntry(Emitter& y, U32 seq, const MapEntryDef& e) {
   if (e.set.flags != 0) {
     y.key("set");
     y.mapStart();
-    for (SetFlagBit bit : SetClauses::allBits()) {
-      if (e.set.has(bit)) setClause(y, e.set, bit);
+    for (const SetClauseRow& row : ribpolicy::kSetClauses) {
+      if (e.set.has(row.bit)) setClause(y, row, e.set);
     }
     y.mapEnd();
   }
   y.mapEnd();
 }
 
-void maps(Emitter& y, std::string_view key, const std::map<std::string, MapDef>& section) {
-  if (section.empty()) return;
-  y.key(key);
-  y.mapStart();
-  for (const auto& [name, map] : section) {
-    y.text(name);
-    entryList(y, map.version, "", map.entries,
-              [&](U32 seq, const MapEntryDef& e) { mapEntry(y, seq, e); });
+// --- Definitions --------------------------------------------------------------------------
+
+void writeObject(Emitter& y, const ribpolicy::DynamicPrefixListDef& d) {
+  y.mapStart(true);
+  for (const ribpolicy::NameFieldRow& field : ribpolicy::kDynamicPrefixListFields) {
+    if (!(d.*field.member).empty()) y.textAt(field.key, d.*field.member);
   }
+  if (d.version) y.numberAt("version", *d.version);
   y.mapEnd();
 }
 
-// --- Steps --------------------------------------------------------------------------------
+// A list is written as its entries, or as a mapping when it carries a version or a source.
+template <class Def>
+void writeDefinition(Emitter& y, const Def& def) {
+  if constexpr (ribpolicy::EntryDefinition<Def>) {
+    std::optional<U32> version;
+    std::string_view source;
+    if constexpr (ribpolicy::VersionedDefinition<Def>) version = def.version;
+    if constexpr (ribpolicy::SourcedDefinition<Def>) source = def.source;
+    const bool mapping = version || !source.empty();
+    if (mapping) {
+      y.mapStart();
+      if (version) y.numberAt("version", *version);
+      if (!source.empty()) y.textAt("source", source);
+      y.key("entries");
+    }
+    y.seqStart();
+    for (const auto& [seq, entry] : def.entries) writeEntry(y, seq, entry);
+    y.seqEnd();
+    if (mapping) y.mapEnd();
+  } else {
+    writeObject(y, def);
+  }
+}
 
 void config(Emitter& y, const ScenarioConfig& c) {
   y.mapStart();
-  if (c.routeMapOpMode) y.numberAt("route-map-op-mode", c.routeMapOpMode);
-  if (c.asPathRegexMode) y.numberAt("as-path-regex-mode", c.asPathRegexMode);
-  prefixLists(y, "prefix-lists", c.prefixLists, [](const Vela::Prefix& p) { return p.toString(); });
-  prefixLists(y, "ipv6-prefix-lists", c.ipv6PrefixLists,
-              [](const Vela::Ip6Prefix& p) { return p.toString(); });
-  asPathLists(y, c.asPathLists);
-  communityLists(y, c.communityLists);
-  accessLists(y, c.accessLists);
-  dynamicPrefixLists(y, c.dynamicPrefixLists);
-  maps(y, "route-maps", c.routeMaps);
-  maps(y, "peer-filters", c.peerFilters);
-  if (!c.policyMap.routeMaps.empty() || !c.policyMap.dynamicPrefixLists.empty()) {
-    y.key("policy-map");
+  for (const ribpolicy::ModeRow& mode : ribpolicy::kModes) {
+    if (c.*mode.member) y.numberAt(mode.key, c.*mode.member);
+  }
+  ribpolicy::forEachSection([&](const auto& section) {
+    const auto& objects = c.*section.member;
+    if (objects.empty()) return;
+    y.key(section.key);
     y.mapStart();
-    if (!c.policyMap.routeMaps.empty()) names(y, "route-maps", c.policyMap.routeMaps);
-    if (!c.policyMap.dynamicPrefixLists.empty()) {
-      names(y, "dynamic-prefix-lists", c.policyMap.dynamicPrefixLists);
+    for (const auto& [name, def] : objects) {
+      y.text(name);
+      writeDefinition(y, def);
+    }
+    y.mapEnd();
+  });
+  if (!(c.policyMap == ribpolicy::PolicyMapDef{})) {
+    y.key(ribpolicy::kPolicyMapSection.key);
+    y.mapStart();
+    for (const ribpolicy::HeldNamesRow& held : ribpolicy::kPolicyMapLists) {
+      if (!(c.policyMap.*held.member).empty()) names(y, held.key, c.policyMap.*held.member);
     }
     y.mapEnd();
   }
   y.mapEnd();
-}
-
-// --- Equality -----------------------------------------------------------------------------
-
-bool sameMaps(const std::map<std::string, MapDef>& a, const std::map<std::string, MapDef>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
-    return x.first == y.first && x.second.version == y.second.version &&
-           std::equal(x.second.entries.begin(), x.second.entries.end(), y.second.entries.begin(),
-                      y.second.entries.end(), [](const auto& ex, const auto& ey) {
-                        return ex.first == ey.first && ex.second.sameAs(ey.second);
-                      });
-  });
-}
-
-bool sameConfig(const ScenarioConfig& a, const ScenarioConfig& b) {
-  auto sameCommunityLists = [](const auto& x, const auto& y) {
-    return x.first == y.first &&
-           std::equal(x.second.entries.begin(), x.second.entries.end(), y.second.entries.begin(),
-                      y.second.entries.end(), [](const auto& ex, const auto& ey) {
-                        return ex.first == ey.first && ex.second.sameContents(ey.second) &&
-                               ex.second.version == ey.second.version;
-                      });
-  };
-  auto sameDynamicPrefixLists = [](const auto& x, const auto& y) {
-    return x.first == y.first && x.second.sameFields(y.second) &&
-           x.second.version == y.second.version;
-  };
-  return a.routeMapOpMode == b.routeMapOpMode && a.asPathRegexMode == b.asPathRegexMode &&
-         a.prefixLists == b.prefixLists && a.ipv6PrefixLists == b.ipv6PrefixLists &&
-         a.asPathLists == b.asPathLists &&
-         std::equal(a.communityLists.begin(), a.communityLists.end(), b.communityLists.begin(),
-                    b.communityLists.end(), sameCommunityLists) &&
-         a.accessLists == b.accessLists &&
-         std::equal(a.dynamicPrefixLists.begin(), a.dynamicPrefixLists.end(),
-                    b.dynamicPrefixLists.begin(), b.dynamicPrefixLists.end(),
-                    sameDynamicPrefixLists) &&
-         sameMaps(a.routeMaps, b.routeMaps) && sameMaps(a.peerFilters, b.peerFilters) &&
-         a.policyMap.routeMaps == b.policyMap.routeMaps &&
-         a.policyMap.dynamicPrefixLists == b.policyMap.dynamicPrefixLists;
 }
 
 }  // namespace
@@ -683,8 +483,7 @@ bool sameScenario(const ribpolicy::Scenario& a, const ribpolicy::Scenario& b) {
   return a.vrf == b.vrf &&
          std::equal(a.steps.begin(), a.steps.end(), b.steps.begin(), b.steps.end(),
                     [](const ribpolicy::Step& x, const ribpolicy::Step& y) {
-                      return x.name == y.name && x.inputs == y.inputs &&
-                             sameConfig(x.config, y.config);
+                      return x.name == y.name && x.inputs == y.inputs && x.config == y.config;
                     });
 }
 

@@ -1,10 +1,15 @@
 #include "tools/converge/Shrinker.h"
 
 #include <algorithm>
+#include <functional>
+#include <optional>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
+
+#include "tools/ribpolicy/Format.h"
 
 namespace converge {
 
@@ -128,71 +133,52 @@ class Shrinker {
 
   std::vector<Edit> objectEdits() const {
     std::vector<Edit> out;
-    removeObjects(out, &ScenarioConfig::routeMaps);
-    removeObjects(out, &ScenarioConfig::peerFilters);
-    removeObjects(out, &ScenarioConfig::dynamicPrefixLists);
-    removeObjects(out, &ScenarioConfig::communityLists);
-    removeObjects(out, &ScenarioConfig::prefixLists);
-    removeObjects(out, &ScenarioConfig::ipv6PrefixLists);
-    removeObjects(out, &ScenarioConfig::asPathLists);
-    removeObjects(out, &ScenarioConfig::accessLists);
+    ribpolicy::forEachSection([&](const auto& section) { removeObjects(out, section.member); });
     return out;
   }
 
   // Every (name, sequence) of a section's entries that some step configures.
-  template <class Def, class Entries>
-  std::set<std::pair<std::string, U32>> entriesOf(Section<Def> section, Entries entries) const {
+  template <class Def>
+  std::set<std::pair<std::string, U32>> entriesOf(Section<Def> section) const {
     std::set<std::pair<std::string, U32>> out;
     for (const ribpolicy::Step& s : best_.steps) {
       for (const auto& [name, def] : s.config.*section) {
-        for (const auto& [seq, e] : entries(def)) out.emplace(name, seq);
+        for (const auto& [seq, e] : def.entries) out.emplace(name, seq);
       }
     }
     return out;
   }
 
-  template <class Def, class Entries>
-  void removeEntries(std::vector<Edit>& out, Section<Def> section, Entries entries) const {
-    for (const auto& [name, seq] : entriesOf(section, entries)) {
-      out.push_back([section, entries, name = name, seq = seq](ScenarioConfig& c) {
-        auto it = (c.*section).find(name);
-        return it != (c.*section).end() && entries(it->second).erase(seq) > 0;
-      });
-    }
+  // An edit of one entry wherever it is configured.
+  template <class Def>
+  static Edit onEntry(Section<Def> section, const std::string& name, U32 seq,
+                      std::function<bool(ribpolicy::EntryOf<Def>&)> edit) {
+    return [section, name, seq, edit](ScenarioConfig& c) {
+      auto def = (c.*section).find(name);
+      if (def == (c.*section).end()) return false;
+      auto entry = def->second.entries.find(seq);
+      return entry != def->second.entries.end() && edit(entry->second);
+    };
   }
 
   std::vector<Edit> entryEdits() const {
     std::vector<Edit> out;
-    auto entries = [](auto& def) -> auto& {
-      return def.entries;
-    };
-    removeEntries(out, &ScenarioConfig::routeMaps, entries);
-    removeEntries(out, &ScenarioConfig::peerFilters, entries);
-    removeEntries(out, &ScenarioConfig::communityLists, entries);
-    removeEntries(out, &ScenarioConfig::prefixLists, entries);
-    removeEntries(out, &ScenarioConfig::ipv6PrefixLists, entries);
-    removeEntries(out, &ScenarioConfig::asPathLists, entries);
-    removeEntries(
-        out, &ScenarioConfig::accessLists, [](auto& def) -> auto& { return def.rules; });
+    ribpolicy::forEachSection([&](const auto& section) {
+      using Def = typename std::decay_t<decltype(section)>::Definition;
+      if constexpr (ribpolicy::EntryDefinition<Def>) {
+        for (const auto& [name, seq] : entriesOf(section.member)) {
+          out.push_back([member = section.member, name = name, seq = seq](ScenarioConfig& c) {
+            auto it = (c.*member).find(name);
+            return it != (c.*member).end() && it->second.entries.erase(seq) > 0;
+          });
+        }
+      }
+    });
     return out;
   }
 
-  // An edit of one map entry wherever it is configured.
-  static Edit onMapEntry(Section<MapDef> section, const std::string& name, U32 seq,
-                         std::function<bool(ribpolicy::MapEntryDef&)> edit) {
-    return [section, name, seq, edit](ScenarioConfig& c) {
-      auto map = (c.*section).find(name);
-      if (map == (c.*section).end()) return false;
-      auto entry = map->second.entries.find(seq);
-      return entry != map->second.entries.end() && edit(entry->second);
-    };
-  }
-
   void removeMapParts(std::vector<Edit>& out, Section<MapDef> section) const {
-    auto all = [](auto& def) -> auto& {
-      return def.entries;
-    };
-    for (const auto& [name, seq] : entriesOf(section, all)) {
+    for (const auto& [name, seq] : entriesOf(section)) {
       std::set<U32> options;
       U32 bits = 0;
       for (const ribpolicy::Step& s : best_.steps) {
@@ -203,24 +189,25 @@ class Shrinker {
         bits |= e.set.flags;
       }
       for (U32 option : options) {
-        out.push_back(onMapEntry(section, name, seq, [option](ribpolicy::MapEntryDef& e) {
+        out.push_back(onEntry(section, name, seq, [option](ribpolicy::MapEntryDef& e) {
           return e.match.erase(option) > 0;
         }));
       }
-      for (SetFlagBit bit : SetClauses::allBits()) {
+      for (const ribpolicy::SetClauseRow& row : ribpolicy::kSetClauses) {
+        const SetFlagBit bit = row.bit;
         if (!((bits >> bit) & 1u)) continue;
-        out.push_back(onMapEntry(section, name, seq, [bit](ribpolicy::MapEntryDef& e) {
+        out.push_back(onEntry(section, name, seq, [bit](ribpolicy::MapEntryDef& e) {
           if (!e.set.has(bit)) return false;
           e.set.copyClause(bit, SetClauses{});
           return true;
         }));
       }
-      out.push_back(onMapEntry(section, name, seq, [](ribpolicy::MapEntryDef& e) {
+      out.push_back(onEntry(section, name, seq, [](ribpolicy::MapEntryDef& e) {
         const bool had = !e.subRouteMap.empty();
         e.subRouteMap.clear();
         return had;
       }));
-      out.push_back(onMapEntry(section, name, seq, [](ribpolicy::MapEntryDef& e) {
+      out.push_back(onEntry(section, name, seq, [](ribpolicy::MapEntryDef& e) {
         const bool was = e.permit != Acl::permit;
         e.permit = Acl::permit;
         return was;
@@ -230,72 +217,64 @@ class Shrinker {
 
   std::vector<Edit> mapPartEdits() const {
     std::vector<Edit> out;
-    removeMapParts(out, &ScenarioConfig::routeMaps);
-    removeMapParts(out, &ScenarioConfig::peerFilters);
+    ribpolicy::forEachSection([&](const auto& section) {
+      using Def = typename std::decay_t<decltype(section)>::Definition;
+      if constexpr (std::is_same_v<Def, MapDef>) removeMapParts(out, section.member);
+    });
     return out;
   }
 
+  // Explicit versions, of objects or of entries, wherever the section has them.
   template <class Def>
   void clearVersions(std::vector<Edit>& out, Section<Def> section) const {
-    for (const std::string& name : namesOf(section)) {
-      out.push_back([section, name](ScenarioConfig& c) {
-        auto it = (c.*section).find(name);
-        if (it == (c.*section).end() || !it->second.version) return false;
-        it->second.version.reset();
-        return true;
-      });
+    auto clear = [](auto& versioned) {
+      return std::exchange(versioned.version, std::nullopt).has_value();
+    };
+    if constexpr (ribpolicy::VersionedDefinition<Def>) {
+      for (const std::string& name : namesOf(section)) {
+        out.push_back([section, name, clear](ScenarioConfig& c) {
+          auto it = (c.*section).find(name);
+          return it != (c.*section).end() && clear(it->second);
+        });
+      }
+    } else if constexpr (ribpolicy::EntryDefinition<Def>) {
+      if constexpr (ribpolicy::VersionedDefinition<ribpolicy::EntryOf<Def>>) {
+        for (const auto& [name, seq] : entriesOf(section))
+          out.push_back(onEntry(section, name, seq, clear));
+      }
     }
   }
 
   // References, fields of dynamic prefix lists, explicit versions and modes.
   std::vector<Edit> otherEdits() const {
     std::vector<Edit> out;
-    std::set<std::string> routeMaps;
-    std::set<std::string> lists;
-    for (const ribpolicy::Step& s : best_.steps) {
-      routeMaps.insert(s.config.policyMap.routeMaps.begin(), s.config.policyMap.routeMaps.end());
-      lists.insert(s.config.policyMap.dynamicPrefixLists.begin(),
-                   s.config.policyMap.dynamicPrefixLists.end());
-    }
-    out.reserve(routeMaps.size() + lists.size());
-    for (const std::string& name : routeMaps) {
-      out.push_back([name](ScenarioConfig& c) { return c.policyMap.routeMaps.erase(name) > 0; });
-    }
-    for (const std::string& name : lists) {
-      out.push_back(
-          [name](ScenarioConfig& c) { return c.policyMap.dynamicPrefixLists.erase(name) > 0; });
+    for (const ribpolicy::HeldNamesRow& held : ribpolicy::kPolicyMapLists) {
+      std::set<std::string> names;
+      for (const ribpolicy::Step& s : best_.steps) {
+        names.insert((s.config.policyMap.*held.member).begin(),
+                     (s.config.policyMap.*held.member).end());
+      }
+      for (const std::string& name : names) {
+        out.push_back([member = held.member, name](ScenarioConfig& c) {
+          return (c.policyMap.*member).erase(name) > 0;
+        });
+      }
     }
     for (const std::string& name : namesOf(&ScenarioConfig::dynamicPrefixLists)) {
-      for (auto field : {&ribpolicy::DynamicPrefixListDef::matchMap,
-                         &ribpolicy::DynamicPrefixListDef::ipv4PrefixList,
-                         &ribpolicy::DynamicPrefixListDef::ipv6PrefixList}) {
-        out.push_back([name, field](ScenarioConfig& c) {
+      for (const ribpolicy::NameFieldRow& field : ribpolicy::kDynamicPrefixListFields) {
+        out.push_back([name, member = field.member](ScenarioConfig& c) {
           auto it = c.dynamicPrefixLists.find(name);
-          if (it == c.dynamicPrefixLists.end() || (it->second.*field).empty()) return false;
-          (it->second.*field).clear();
+          if (it == c.dynamicPrefixLists.end() || (it->second.*member).empty()) return false;
+          (it->second.*member).clear();
           return true;
         });
       }
     }
-    clearVersions(out, &ScenarioConfig::prefixLists);
-    clearVersions(out, &ScenarioConfig::ipv6PrefixLists);
-    clearVersions(out, &ScenarioConfig::asPathLists);
-    clearVersions(out, &ScenarioConfig::dynamicPrefixLists);
-    clearVersions(out, &ScenarioConfig::routeMaps);
-    clearVersions(out, &ScenarioConfig::peerFilters);
-    for (const auto& [name, seq] : entriesOf(
-             &ScenarioConfig::communityLists, [](auto& d) -> auto& { return d.entries; })) {
-      out.push_back([name = name, seq = seq](ScenarioConfig& c) {
-        auto it = c.communityLists.find(name);
-        if (it == c.communityLists.end() || !it->second.entries.contains(seq)) return false;
-        auto& version = it->second.entries.at(seq).version;
-        const bool had = version.has_value();
-        version.reset();
-        return had;
-      });
+    ribpolicy::forEachSection([&](const auto& section) { clearVersions(out, section.member); });
+    for (const ribpolicy::ModeRow& mode : ribpolicy::kModes) {
+      out.push_back(
+          [member = mode.member](ScenarioConfig& c) { return std::exchange(c.*member, 0) != 0; });
     }
-    out.push_back([](ScenarioConfig& c) { return std::exchange(c.routeMapOpMode, 0) != 0; });
-    out.push_back([](ScenarioConfig& c) { return std::exchange(c.asPathRegexMode, 0) != 0; });
     return out;
   }
 

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "framework/rib/MioSink.h"
+#include "tools/ribpolicy/Format.h"
 #include "tools/ribpolicy/References.h"
 
 namespace frr {
@@ -101,16 +102,17 @@ std::optional<Refusal> refusal(const ribpolicy::Scenario& scenario) {
     for (const ribpolicy::ObjectRef& o : analysis.objects) {
       if (o.name.empty()) continue;
       if (auto p = nameProblem(o.name)) {
-        return refuse(std::string(ribpolicy::sectionName(o.kind)) + '/' + o.name,
-                      std::string(ribpolicy::kindName(o.kind)) + " name " + quoted(o.name), *p);
+        return refuse(std::string(ribpolicy::sectionOf(o.kind).key) + '/' + o.name,
+                      std::string(ribpolicy::sectionOf(o.kind).label) + " name " + quoted(o.name),
+                      *p);
       }
     }
     for (const ribpolicy::Reference& r : analysis.references) {
       if (r.to.name.empty()) continue;
       if (auto p = nameProblem(r.to.name)) {
-        return refuse(r.markPath,
-                      std::string(ribpolicy::kindName(r.to.kind)) + " name " + quoted(r.to.name),
-                      *p);
+        return refuse(
+            r.markPath,
+            std::string(ribpolicy::sectionOf(r.to.kind).label) + " name " + quoted(r.to.name), *p);
       }
     }
     // The expressions of AS-path and community lists, located at their list.

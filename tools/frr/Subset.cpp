@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "tools/frr/Words.h"
 #include "RibText/TagNames.h"
+#include "tools/frr/Words.h"
 
 namespace frr {
 
@@ -226,7 +226,7 @@ ribpolicy::ScenarioConfig subsetConfig(const ribpolicy::ScenarioConfig& config) 
   }
   for (auto& [name, list] : c.accessLists) {
     keepEntries(
-        list.rules, [](const Acl::RuleConfig&) { return true; },
+        list.entries, [](const Acl::RuleConfig&) { return true; },
         [](const Acl::RuleConfig& r) { return std::pair(r.action, r.filter.source().toString()); });
   }
   for (auto& [name, list] : c.communityLists) keepCommunityEntries(list);

@@ -296,7 +296,7 @@ void Agent::syncCommunityLists(const ScenarioConfig& from, const ScenarioConfig&
             list.communityListEntryIs(buildCommunityEntry(seq, *a));
           } else {
             Acl::CommunityListEntry& e = *list.communityListEntry().at(seq);
-            const bool changed = !b->sameContents(*a);
+            const bool changed = !(b->contents() == a->contents());
             if (changed) writeCommunityEntry(e, *a);
             e.versionIs(nextVersion(a->version, e.version(), changed));
           }
@@ -306,7 +306,7 @@ void Agent::syncCommunityLists(const ScenarioConfig& from, const ScenarioConfig&
 
 Vox::Ptr<Acl::RuleSet const> Agent::ruleSet(const AccessListDef& def) {
   auto set = Vox::make<Acl::RuleSet>();
-  for (const auto& [seq, rule] : def.rules) {
+  for (const auto& [seq, rule] : def.entries) {
     const Acl::UniqueId id = nextRuleId_++;
     set->rules.emplace(seq, id);
     set->ruleConfig.emplace(id, rule);
@@ -344,7 +344,7 @@ void Agent::syncDynamicPrefixLists(const ScenarioConfig& from, const ScenarioCon
           return;
         }
         auto& e = *dynPfxListConfig_->dynamicPrefixList().at(name);
-        const bool changed = !before->sameFields(def);
+        const bool changed = !(before->contents() == def.contents());
         if (changed) writeDynamicPrefixList(e, def);
         e.versionIs(nextVersion(def.version, e.version(), changed));
       });
@@ -383,7 +383,7 @@ void Agent::syncMaps(const std::map<std::string, MapDef>& from,
           } else if (!b) {
             map.mapEntryIs(buildEntry(seq, *a));
             changed = true;
-          } else if (!b->sameAs(*a)) {
+          } else if (!(*b == *a)) {
             updateEntry(*map.mapEntry().at(seq), *b, *a);
             changed = true;
           }

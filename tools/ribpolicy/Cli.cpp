@@ -21,6 +21,7 @@
 #include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/DemoScenario.h"
 #include "tools/ribpolicy/Diff.h"
+#include "tools/ribpolicy/FormatJson.h"
 #include "tools/ribpolicy/Graph.h"
 #include "tools/ribpolicy/References.h"
 #include "tools/ribpolicy/ScenarioParser.h"
@@ -463,6 +464,10 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   frrCmd->add_flag("--every-step", everyStep, "the configuration after each step, in turn");
   frrCmd->add_flag("--werror", werror, "report what has no FRR form as errors (exit 2)");
 
+  // The format's table as JSON, for the schema's test and other tools; not a user's command.
+  CLI::App* formatTable =
+      app.add_subcommand("format-table", "print the scenario format's table as JSON")->group("");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -474,8 +479,12 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     return kExitBadInput;
   }
 
-  TraceScope traceScope(err);
   CLI::App* used = app.get_subcommands().front();
+  if (used == formatTable) {
+    out << formatTableJson();
+    return kExitOk;
+  }
+  TraceScope traceScope(err);
   const CLI::Option* traceOption = used->get_option_no_throw("--trace");
   if (traceOption && traceOption->count() > 0) {
     std::optional<std::string> problem = traceSettingError(trace);

@@ -87,8 +87,8 @@ std::string html(const std::string& text) {
 void writeMap(const ObjectRef& o, const MapDef& map, bool unused, std::ostream& out) {
   out << "  " << nodeId(o) << " [shape=plain, label=<<TABLE BORDER=\"0\" CELLBORDER=\"1\" "
       << "CELLSPACING=\"0\" CELLPADDING=\"4\"><TR><TD BGCOLOR=\""
-      << (unused ? "lightgrey" : "lightblue") << "\"><B>" << kindName(o.kind) << ' ' << html(o.name)
-      << "</B>" << (unused ? "<BR/>(unused)" : "") << "</TD></TR>";
+      << (unused ? "lightgrey" : "lightblue") << "\"><B>" << sectionOf(o.kind).label << ' '
+      << html(o.name) << "</B>" << (unused ? "<BR/>(unused)" : "") << "</TD></TR>";
   for (const auto& [seq, entry] : map.entries) {
     out << "<TR><TD PORT=\"s" << seq << "\" ALIGN=\"LEFT\">" << seq << ' '
         << (entry.permit == Acl::permit ? "permit" : "deny") << "</TD></TR>";
@@ -106,7 +106,7 @@ void writeObject(const ObjectRef& o, bool configured, bool unused, std::ostream&
   }
   if (!configured) out << ", style=dashed, color=red, fontcolor=red";
   if (unused) out << ", style=filled, fillcolor=lightgrey";
-  out << ", label=<" << kindName(o.kind) << "<BR/><B>" << html(o.name) << "</B>";
+  out << ", label=<" << sectionOf(o.kind).label << "<BR/><B>" << html(o.name) << "</B>";
   if (!configured) out << "<BR/>(not configured)";
   if (unused) out << "<BR/>(unused)";
   out << ">];\n";

@@ -18,83 +18,6 @@ bool entersPolicyMap(const Reference& r) {
 
 namespace {
 
-using Routing::RouteMap::MatchOption;
-
-// The match options that name another object, the kind of object they name, and the name the
-// scenario (and its marks) give the option. Options that name nothing configured here
-// (interfaces, addresses, numbers, texts of unknown meaning) are left out.
-struct NamingOption {
-  MatchOption option;
-  ObjectKind kind;
-  const char* name;
-};
-constexpr NamingOption kNamingOptions[] = {
-    {Routing::RouteMap::matchAccessList, ObjectKind::accessList, "access-list"},
-    {Routing::RouteMap::matchPrefixList, ObjectKind::prefixList, "prefix-list"},
-    {Routing::RouteMap::matchNextHopPrefixList, ObjectKind::prefixList, "next-hop-prefix-list"},
-    {Routing::RouteMap::matchResolvedNextHopPrefixList, ObjectKind::prefixList,
-     "resolved-next-hop-prefix-list"},
-    {Routing::RouteMap::matchCommunity, ObjectKind::communityList, "community"},
-    {Routing::RouteMap::matchExtCommunity, ObjectKind::communityList, "extended-community"},
-    {Routing::RouteMap::matchIpv6PrefixList, ObjectKind::ipv6PrefixList, "ipv6-prefix-list"},
-    {Routing::RouteMap::matchIpv6NextHopPrefixList, ObjectKind::ipv6PrefixList,
-     "ipv6-next-hop-prefix-list"},
-    {Routing::RouteMap::matchIpv6ResolvedNextHopPrefixList, ObjectKind::ipv6PrefixList,
-     "ipv6-resolved-next-hop-prefix-list"},
-    {Routing::RouteMap::matchDynamicPrefixList, ObjectKind::dynamicPrefixList,
-     "dynamic-prefix-list"},
-    {Routing::RouteMap::matchIpv6DynamicPrefixList, ObjectKind::dynamicPrefixList,
-     "ipv6-dynamic-prefix-list"},
-    {Routing::RouteMap::matchLargeCommunity, ObjectKind::communityList, "large-community"},
-    {Routing::RouteMap::matchContribAggAttr, ObjectKind::routeMap, "contributing-aggregate"},
-};
-
-const NamingOption* namingOption(MatchOption option) {
-  for (const NamingOption& n : kNamingOptions) {
-    if (n.option == option) return &n;
-  }
-  return nullptr;
-}
-
-// The set clauses that take community lists, with their scenario keys.
-struct CommunityClause {
-  Routing::RouteMap::SetFlagBit bit;
-  Vox::Ptr<Routing::RouteMap::CommunitySet const> Routing::RouteMap::SetClauses::*set;
-  const char* key;
-};
-constexpr CommunityClause kCommunityClauses[] = {
-    {Routing::RouteMap::setCommunityAddReplace, &Routing::RouteMap::SetClauses::communityAddReplace,
-     "community"},
-    {Routing::RouteMap::setCommunityDelete, &Routing::RouteMap::SetClauses::communityDelete,
-     "community-delete"},
-    {Routing::RouteMap::setExtCommunity, &Routing::RouteMap::SetClauses::extCommunity,
-     "extended-community"},
-    {Routing::RouteMap::setLargeCommunity, &Routing::RouteMap::SetClauses::largeCommunity,
-     "large-community"},
-};
-
-// Objects that the rest of the agent may use without any configuration here naming them:
-// sessions apply prefix lists and AS-path lists directly, peers name peer filters, and other
-// features of the router use standard access lists. Only community lists, route maps (which
-// the policy map records when used) and dynamic prefix lists are used solely through what this
-// configuration says, so only they can be reported unused.
-bool usedFromOutside(ObjectKind kind) {
-  switch (kind) {
-    case ObjectKind::communityList:
-    case ObjectKind::routeMap:
-    case ObjectKind::dynamicPrefixList:
-      return false;
-    case ObjectKind::policyMap:
-    case ObjectKind::peerFilter:
-    case ObjectKind::prefixList:
-    case ObjectKind::ipv6PrefixList:
-    case ObjectKind::accessList:
-    case ObjectKind::asPathList:
-      return true;
-  }
-  return true;
-}
-
 class Analyzer {
  public:
   explicit Analyzer(const ScenarioConfig& c) : c_(c) {}
@@ -108,21 +31,12 @@ class Analyzer {
   }
 
  private:
-  template <class M>
-  void addAll(ObjectKind kind, const M& collection) {
-    for (const auto& [name, def] : collection) a_.objects.push_back({kind, name});
-  }
-
   void collectObjects() {
     a_.objects.push_back({ObjectKind::policyMap, ""});
-    addAll(ObjectKind::routeMap, c_.routeMaps);
-    addAll(ObjectKind::peerFilter, c_.peerFilters);
-    addAll(ObjectKind::dynamicPrefixList, c_.dynamicPrefixLists);
-    addAll(ObjectKind::prefixList, c_.prefixLists);
-    addAll(ObjectKind::ipv6PrefixList, c_.ipv6PrefixLists);
-    addAll(ObjectKind::communityList, c_.communityLists);
-    addAll(ObjectKind::accessList, c_.accessLists);
-    addAll(ObjectKind::asPathList, c_.asPathLists);
+    forEachSection([&](const auto& section) {
+      for (const auto& [name, def] : c_.*section.member) a_.objects.push_back({section.kind, name});
+    });
+    std::sort(a_.objects.begin(), a_.objects.end());
     configured_.insert(a_.objects.begin(), a_.objects.end());
   }
 
@@ -133,72 +47,80 @@ class Analyzer {
     a_.references.push_back(std::move(r));
   }
 
+  // Each of the lists a match rule or a set clause names, at its own mark.
+  void addLists(const ObjectRef& from, U32 seq, const std::string& via, ObjectKind kind,
+                const std::set<std::string>& lists, const std::string& at) {
+    for (const std::string& list : lists) {
+      std::string listAt = at;
+      listAt += '/';
+      listAt += list;
+      add(from, seq, via, kind, list, std::move(listAt));
+    }
+  }
+
   void collectMap(ObjectKind kind, const std::string& name, const MapDef& map) {
     const ObjectRef from{kind, name};
-    const std::string base = std::string(sectionName(kind)) + '/' + name + '/';
+    const std::string base = std::string(sectionOf(kind).key) + '/' + name + '/';
     for (const auto& [seq, entry] : map.entries) {
       const std::string at = base + std::to_string(seq) + '/';
       for (const auto& [option, rule] : entry.match) {
-        const NamingOption* n = namingOption(option);
-        if (!n) continue;
-        const std::string matchAt = at + "match/" + n->name;
-        const std::string via = std::string("match ") + n->name;
-        if (n->kind == ObjectKind::communityList) {
-          for (const std::string& list : rule.commListSet.names()) {
-            std::string listAt = matchAt;
-            listAt += '/';
-            listAt += list;
-            add(from, seq, via, n->kind, list, std::move(listAt));
-          }
-        } else if (!rule.stringValue.empty() || option != Routing::RouteMap::matchContribAggAttr) {
-          // An empty contributing-aggregate map names no map; every other option here
-          // always names its object.
-          add(from, seq, via, n->kind, rule.stringValue, matchAt);
+        const MatchOptionRow* row = matchOptionRow(option);
+        if (!row || !row->refers) continue;
+        const std::string label = optionLabel(option);
+        std::string matchAt = at + "match/";
+        matchAt += label;
+        if (row->form == MatchForm::communityLists) {
+          addLists(from, seq, "match " + label, *row->refers, rule.commListSet.names(), matchAt);
+        } else if (!rule.stringValue.empty() || row->form != MatchForm::optionalText) {
+          // An optional name left empty names nothing.
+          add(from, seq, "match " + label, *row->refers, rule.stringValue, matchAt);
         }
       }
       if (!entry.subRouteMap.empty()) {
         add(from, seq, "sub-route-map", ObjectKind::routeMap, entry.subRouteMap,
             at + "sub-route-map");
       }
-      for (const CommunityClause& clause : kCommunityClauses) {
-        const auto& set = entry.set.*clause.set;
-        if (!entry.set.has(clause.bit) || !set) continue;
-        for (const std::string& list : set->communityListName) {
-          std::string listAt = at + "set/" + clause.key;
-          listAt += '/';
-          listAt += list;
-          add(from, seq, std::string("set ") + clause.key, ObjectKind::communityList, list,
-              std::move(listAt));
-        }
+      for (const SetClauseRow& clause : kSetClauses) {
+        if (!clause.refers || !entry.set.has(clause.bit)) continue;
+        const auto& set = entry.set.*std::get<CommunitySetField>(clause.field);
+        if (!set) continue;
+        const std::string key(clause.key);
+        std::string setAt = at + "set/";
+        setAt += key;
+        addLists(from, seq, "set " + key, *clause.refers, set->communityListName, setAt);
       }
+    }
+  }
+
+  void collectDynamicPrefixList(const std::string& name, const DynamicPrefixListDef& d) {
+    const ObjectRef from{ObjectKind::dynamicPrefixList, name};
+    const std::string at = std::string(sectionOf(from.kind).key) + '/' + name + '/';
+    for (const NameFieldRow& field : kDynamicPrefixListFields) {
+      const std::string& to = d.*field.member;
+      if (to.empty()) continue;
+      const std::string key(field.key);
+      add(from, std::nullopt, key, field.kind, to, at + key);
     }
   }
 
   void collectReferences() {
     const ObjectRef policyMap{ObjectKind::policyMap, ""};
-    for (const std::string& name : c_.policyMap.routeMaps) {
-      add(policyMap, std::nullopt, "policy map", ObjectKind::routeMap, name,
-          "policy-map/route-maps/" + name);
-    }
-    for (const std::string& name : c_.policyMap.dynamicPrefixLists) {
-      add(policyMap, std::nullopt, "policy map", ObjectKind::dynamicPrefixList, name,
-          "policy-map/dynamic-prefix-lists/" + name);
-    }
-    for (const auto& [name, map] : c_.routeMaps) collectMap(ObjectKind::routeMap, name, map);
-    for (const auto& [name, map] : c_.peerFilters) collectMap(ObjectKind::peerFilter, name, map);
-    for (const auto& [name, d] : c_.dynamicPrefixLists) {
-      const ObjectRef from{ObjectKind::dynamicPrefixList, name};
-      const std::string at = "dynamic-prefix-lists/" + name + '/';
-      const std::pair<const std::string*, ObjectKind> fields[] = {
-          {&d.matchMap, ObjectKind::routeMap},
-          {&d.ipv4PrefixList, ObjectKind::prefixList},
-          {&d.ipv6PrefixList, ObjectKind::ipv6PrefixList}};
-      const char* const keys[] = {"match-map", "ipv4-prefix-list", "ipv6-prefix-list"};
-      for (std::size_t i = 0; i < std::size(fields); ++i) {
-        if (fields[i].first->empty()) continue;
-        add(from, std::nullopt, keys[i], fields[i].second, *fields[i].first, at + keys[i]);
+    for (const HeldNamesRow& held : kPolicyMapLists) {
+      const std::string at = std::string(kPolicyMapSection.key) + '/' + std::string(held.key) + '/';
+      for (const std::string& name : c_.policyMap.*held.member) {
+        add(policyMap, std::nullopt, "policy map", held.kind, name, at + name);
       }
     }
+    forEachSection([&](const auto& section) {
+      using Def = typename std::decay_t<decltype(section)>::Definition;
+      for (const auto& [name, def] : c_.*section.member) {
+        if constexpr (std::is_same_v<Def, MapDef>) {
+          collectMap(section.kind, name, def);
+        } else if constexpr (std::is_same_v<Def, DynamicPrefixListDef>) {
+          collectDynamicPrefixList(name, def);
+        }
+      }
+    });
   }
 
   // Strongly connected components of the references that enter the policy map (iterative, so
@@ -334,7 +256,7 @@ class Analyzer {
       if (r.from != r.to) referred.insert(r.to);
     }
     for (const ObjectRef& o : a_.objects) {
-      if (!usedFromOutside(o.kind) && referred.count(o) == 0) a_.unused.push_back(o);
+      if (sectionOf(o.kind).usedOnlyHere && referred.count(o) == 0) a_.unused.push_back(o);
     }
   }
 
@@ -362,7 +284,7 @@ std::string quoted(const std::string& name) {
 
 std::string object(const ObjectRef& o) {
   if (o.kind == ObjectKind::policyMap) return "the policy map";
-  return std::string(kindName(o.kind)) + ' ' + quoted(o.name);
+  return std::string(sectionOf(o.kind).label) + ' ' + quoted(o.name);
 }
 
 // "route map 'A' entry 10 (match prefix-list)", "dynamic prefix list 'D' (match-map)".
@@ -374,28 +296,6 @@ std::string referrer(const Reference& r) {
 }
 
 }  // namespace
-
-// Indexed by the ObjectKind ordinal.
-struct KindNames {
-  const char* name;
-  const char* section;
-};
-constexpr KindNames kKindNames[] = {
-    {"policy map", "policy-map"},          {"route map", "route-maps"},
-    {"peer filter", "peer-filters"},       {"dynamic prefix list", "dynamic-prefix-lists"},
-    {"prefix list", "prefix-lists"},       {"IPv6 prefix list", "ipv6-prefix-lists"},
-    {"community list", "community-lists"}, {"access list", "access-lists"},
-    {"AS-path list", "as-path-lists"},
-};
-static_assert(std::size(kKindNames) == static_cast<std::size_t>(ObjectKind::asPathList) + 1);
-
-const char* kindName(ObjectKind kind) {
-  return kKindNames[static_cast<std::size_t>(kind)].name;
-}
-
-const char* sectionName(ObjectKind kind) {
-  return kKindNames[static_cast<std::size_t>(kind)].section;
-}
 
 ReferenceAnalysis analyzeReferences(const ScenarioConfig& config) {
   return Analyzer(config).run();
@@ -409,7 +309,7 @@ std::vector<Finding> referenceFindings(const ReferenceAnalysis& a) {
         {r.markPath, referrer(r) + " refers to " + object(r.to) + ", which is not configured"});
   }
   for (const ObjectRef& o : a.unused) {
-    out.push_back({std::string(sectionName(o.kind)) + '/' + o.name,
+    out.push_back({std::string(sectionOf(o.kind).key) + '/' + o.name,
                    object(o) + " is configured but nothing refers to it"});
   }
   for (const Cycle& cycle : a.cycles) {

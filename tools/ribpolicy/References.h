@@ -16,27 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "tools/ribpolicy/Format.h"
 #include "tools/ribpolicy/Scenario.h"
 
 namespace ribpolicy {
-
-// The kinds of configured object, in the order in which the analysis lists them.
-enum class ObjectKind : std::uint8_t {
-  policyMap,
-  routeMap,
-  peerFilter,
-  dynamicPrefixList,
-  prefixList,
-  ipv6PrefixList,
-  communityList,
-  accessList,
-  asPathList,
-};
-
-// "route map", "IPv6 prefix list" ...: how messages name the kind.
-const char* kindName(ObjectKind kind);
-// "route-maps", "ipv6-prefix-lists" ...: the configuration section of the kind.
-const char* sectionName(ObjectKind kind);
 
 struct ObjectRef {
   ObjectKind kind = ObjectKind::policyMap;

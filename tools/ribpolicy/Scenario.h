@@ -67,77 +67,87 @@ struct InputSet {
   friend bool operator==(const InputSet&, const InputSet&) = default;
 };
 
+// An object that carries an explicit version beside what it holds. Two objects are equal when
+// both agree; `contents()` leaves the version out, as the agent does when it decides whether
+// an object changed and so earns the next automatic version.
+template <class Contents>
+struct Versioned : Contents {
+  std::optional<U32> version;  // explicit version, instead of the automatic one
+
+  const Contents& contents() const { return *this; }
+  friend bool operator==(const Versioned&, const Versioned&) = default;
+};
+
+// The entries of a list, by sequence number.
+template <class Entry>
+struct EntryList {
+  std::map<U32, Entry> entries;
+  friend bool operator==(const EntryList&, const EntryList&) = default;
+};
+
 // A prefix list of either family, an IPv4 one with Acl::PrefixEntry entries and an IPv6 one
 // with Acl::Ipv6PrefixEntry entries.
-template <class Entry>
-struct PrefixListDef {
-  std::optional<U32> version;  // explicit version, instead of the automatic one
-  std::map<U32, Entry> entries;
-  friend bool operator==(const PrefixListDef&, const PrefixListDef&) = default;
-};
-using Ipv4PrefixListDef = PrefixListDef<Acl::PrefixEntry>;
-using Ipv6PrefixListDef = PrefixListDef<Acl::Ipv6PrefixEntry>;
+using Ipv4PrefixListDef = Versioned<EntryList<Acl::PrefixEntry>>;
+using Ipv6PrefixListDef = Versioned<EntryList<Acl::Ipv6PrefixEntry>>;
 
-struct AsPathListDef {
-  std::optional<U32> version;
+struct AsPathListContents {
   std::string source;
   std::map<U32, Acl::AsPathEntry> entries;
-  friend bool operator==(const AsPathListDef&, const AsPathListDef&) = default;
+  friend bool operator==(const AsPathListContents&, const AsPathListContents&) = default;
 };
+using AsPathListDef = Versioned<AsPathListContents>;
 
-struct CommunityEntryDef {
+struct CommunityEntryContents {
   Acl::MatchPermit permit = Acl::permit;
   Acl::CommunityListType type = Acl::standardValues;
   std::set<Acl::CommunityValue> communities;
   std::string regex;
-  std::optional<U32> version;
+  friend bool operator==(const CommunityEntryContents&, const CommunityEntryContents&) = default;
+};
+// Each entry of a community list carries a version of its own.
+using CommunityEntryDef = Versioned<CommunityEntryContents>;
+using CommunityListDef = EntryList<CommunityEntryDef>;
 
-  // Whether the two entries hold the same contents (the version aside).
-  bool sameContents(const CommunityEntryDef& o) const {
-    return permit == o.permit && type == o.type && communities == o.communities && regex == o.regex;
+// A standard access list's rules, by sequence number.
+using AccessListDef = EntryList<Acl::RuleConfig>;
+
+// The set clauses of a map entry. The library ignores the fields of a clause that is absent,
+// and so does equality: two entries are the same when the same clauses are present with the
+// same values.
+struct SetClauseDefs : Routing::RouteMap::SetClauses {
+  friend bool operator==(const SetClauseDefs& a, const SetClauseDefs& b) {
+    for (Routing::RouteMap::SetFlagBit bit : allBits()) {
+      if (!a.sameClause(bit, b)) return false;
+    }
+    return true;
   }
-};
-
-struct CommunityListDef {
-  std::map<U32, CommunityEntryDef> entries;
-};
-
-struct AccessListDef {
-  std::map<U32, Acl::RuleConfig> rules;  // sequence number -> rule
-  friend bool operator==(const AccessListDef&, const AccessListDef&) = default;
 };
 
 struct MapEntryDef {
   Acl::MatchPermit permit = Acl::permit;
   std::map<Routing::RouteMap::MatchOption, Routing::RouteMap::MatchRule> match;
   std::string subRouteMap;
-  Routing::RouteMap::SetClauses set;
-
-  bool sameAs(const MapEntryDef& o) const;
+  SetClauseDefs set;
+  friend bool operator==(const MapEntryDef&, const MapEntryDef&) = default;
 };
 
 // A route map or a peer filter.
-struct MapDef {
-  std::optional<U32> version;
-  std::map<U32, MapEntryDef> entries;
-};
+using MapDef = Versioned<EntryList<MapEntryDef>>;
 
-struct DynamicPrefixListDef {
+// The names a dynamic prefix list refers to; empty for none.
+struct DynamicPrefixListFields {
   std::string matchMap;
   std::string ipv4PrefixList;
   std::string ipv6PrefixList;
-  std::optional<U32> version;
-
-  bool sameFields(const DynamicPrefixListDef& o) const {
-    return matchMap == o.matchMap && ipv4PrefixList == o.ipv4PrefixList &&
-           ipv6PrefixList == o.ipv6PrefixList;
-  }
+  friend bool operator==(const DynamicPrefixListFields&, const DynamicPrefixListFields&) = default;
 };
+using DynamicPrefixListDef = Versioned<DynamicPrefixListFields>;
 
 // The names that the rest of the agent refers to in the policy-reference map.
 struct PolicyMapDef {
   std::set<std::string> routeMaps;
   std::set<std::string> dynamicPrefixLists;
+  friend bool operator==(const PolicyMapDef&, const PolicyMapDef&) = default;
 };
 
 // The whole configuration after a step. Collections are keyed by name in byte order.
@@ -153,6 +163,7 @@ struct ScenarioConfig {
   std::map<std::string, MapDef> routeMaps;
   std::map<std::string, MapDef> peerFilters;
   PolicyMapDef policyMap;
+  friend bool operator==(const ScenarioConfig&, const ScenarioConfig&) = default;
 };
 
 // A place in the scenario text, 1-based; 0:0 when unknown.

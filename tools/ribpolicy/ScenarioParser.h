@@ -1,6 +1,6 @@
 // Reads a scenario from YAML text and checks every value before anything reaches the
 // library: bad input becomes an InputError naming the position (1-based line and column),
-// the offending key or value and what was expected.
+// the offending key or value and what was expected. The format is the one Format.h lays out.
 #pragma once
 
 #include <functional>
@@ -10,22 +10,9 @@
 #include <string_view>
 
 #include "tools/ribpolicy/Scenario.h"
+#include "tools/ribpolicy/YamlDocument.h"
 
 namespace ribpolicy {
-
-class InputError : public std::runtime_error {
- public:
-  InputError(int line, int column, const std::string& message)
-      : std::runtime_error(message), line_(line), column_(column) {}
-  int line() const { return line_; }
-  int column() const { return column_; }
-  // "FILE:LINE:COL: error: MESSAGE"
-  std::string format(std::string_view file) const;
-
- private:
-  int line_;
-  int column_;
-};
 
 // Parses and validates `text`; throws InputError on the first problem.
 Scenario parseScenario(std::string_view text);
