@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/ribpolicy/ScenarioParser.h"
+#include "tools/ribpolicy/format/ScenarioParser.h"
 
 namespace {
 

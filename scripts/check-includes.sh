@@ -6,6 +6,7 @@
 # through the filter-list state machine's header; the channel gathers the kinds' command
 # headers (Mio*.h), never their state machines; root/ and filterlist/ gather the kinds.
 set -u
+shopt -s extglob
 root=${1:-.}
 cd "$root" || exit 2
 bad=0
@@ -17,11 +18,20 @@ while IFS= read -r line; do
   if [[ "$file" == RibDynamicPrefixList/* && "$inc" == \"RibRouteMap/* ]]; then
     echo "$file: dynamic-prefix-list library includes the route-map library: $inc"; bad=1
   fi
-  if [[ "$file" =~ ^RibRouteMap/(acl|aspath|community|prefixlist|routemap|peerfilter)/ ]]; then
-    kind=${BASH_REMATCH[1]}
-    case "$inc" in
-      \"RibRouteMap/$kind/*|\"RibRouteMap/mio/*|\"RibRouteMap/filterlist/AclListConfigSm.h\") ;;
-      \"RibRouteMap/*) echo "$file: the $kind kind includes another kind other than through the channel: $inc"; bad=1 ;;
+  # A kind's own files: its folder, or, for prefix lists and AS-path lists, which live beside
+  # the filter-list state machine that holds their reactors, the files of its own name.
+  mine=
+  if [[ "$file" =~ ^RibRouteMap/(acl|community|routemap|peerfilter)/ ]]; then
+    kind=${BASH_REMATCH[1]}; mine="RibRouteMap/$kind/*"
+  elif [[ "$file" =~ ^RibRouteMap/filterlist/(Mio)?(PrefixList|AsPath) ]]; then
+    kind=${BASH_REMATCH[2]}; mine="RibRouteMap/filterlist/?(Mio)$kind*"
+  fi
+  if [ -n "$mine" ] && [[ "$inc" == \"RibRouteMap/* ]]; then
+    path=${inc//\"/}
+    case "$path" in
+      RibRouteMap/mio/*|RibRouteMap/filterlist/AclListConfigSm.h) ;;
+      $mine) ;;
+      *) echo "$file: the $kind kind includes another kind other than through the channel: $inc"; bad=1 ;;
     esac
   fi
   if [[ "$file" == RibRouteMap/mio/* && "$inc" == \"RibRouteMap/* ]]; then

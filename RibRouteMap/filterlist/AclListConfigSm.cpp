@@ -2,10 +2,10 @@
 
 #include <functional>
 
-#include "RibRouteMap/aspath/AsPathListSm.h"
 #include "RibRouteMap/community/CommunityListSm.h"
+#include "RibRouteMap/filterlist/AsPathListSm.h"
+#include "RibRouteMap/filterlist/PrefixListSm.h"
 #include "RibRouteMap/mio/Trace.h"
-#include "RibRouteMap/prefixlist/PrefixListSm.h"
 
 namespace RibRouteMap {
 

@@ -13,9 +13,10 @@
 //  - community-list entries are rewritten whole whenever their own version changes, and every
 //    change re-issues the route-map clauses that draw on the list.
 //
-// Each kind's code, its list-level handlers of this state machine included, is in the kind's
-// folder beside its commands (prefixlist/, aspath/, community/); this folder holds what the
-// kinds share: the configuration's reactor and the collections.
+// Each kind's code, its list-level handlers of this state machine included, is beside its
+// commands: in this folder under the kind's own name for prefix lists and AS-path lists, in
+// community/ for community lists. What the kinds share is this state machine: the
+// configuration's reactor and the collections.
 //
 // Ownership: the state machine owns one VoxAclConfig (on the configuration) and the four
 // collections of list reactors; a community-list reactor owns one reactor per entry. Nested
@@ -59,7 +60,7 @@ class AclListConfigSm : public Vox::Reactor {
   };
 
   // The reactors of the three kinds of list, each declared beside its kind's commands:
-  // prefixlist/PrefixListSm.h (one template for both families), aspath/AsPathListSm.h and
+  // PrefixListSm.h (one template for both families), AsPathListSm.h and
   // community/CommunityListSm.h. This state machine holds their collections without their
   // definitions, so a kind that includes it sees no other kind.
   template <class List>

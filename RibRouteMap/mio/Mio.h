@@ -2,17 +2,17 @@
 //
 // Mio gathers the commands of every kind of policy object, each set declared beside its kind's
 // state machine (routemap/MioRouteMap.h, MioMatch.h, MioSet.h, community/MioCommunity.h,
-// prefixlist/MioPrefixList.h, aspath/MioAsPath.h, acl/MioAcl.h), over the common part of
+// filterlist/MioPrefixList.h, filterlist/MioAsPath.h, acl/MioAcl.h), over the common part of
 // MioChannel.h: a state machine reaches every command through it, and one kind reaches another
 // kind's commands only through it. A Mio holds its VRF name and what the root handed it, and
 // keeps nothing between commands, so `mioFactory` may be called in every handler.
 #pragma once
 
 #include "RibRouteMap/acl/MioAcl.h"
-#include "RibRouteMap/aspath/MioAsPath.h"
 #include "RibRouteMap/community/MioCommunity.h"
+#include "RibRouteMap/filterlist/MioAsPath.h"
+#include "RibRouteMap/filterlist/MioPrefixList.h"
 #include "RibRouteMap/mio/MioChannel.h"
-#include "RibRouteMap/prefixlist/MioPrefixList.h"
 #include "RibRouteMap/routemap/MioMatch.h"
 #include "RibRouteMap/routemap/MioRouteMap.h"
 #include "RibRouteMap/routemap/MioSet.h"

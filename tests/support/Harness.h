@@ -15,9 +15,9 @@
 
 #include "framework/rib/MioSink.h"
 #include "framework/vox/Trace.h"
-#include "tools/ribpolicy/Agent.h"
 #include "tools/ribpolicy/Cli.h"
-#include "tools/ribpolicy/ScenarioParser.h"
+#include "tools/ribpolicy/agent/Agent.h"
+#include "tools/ribpolicy/format/ScenarioParser.h"
 
 namespace test_support {
 

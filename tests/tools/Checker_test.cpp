@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "tools/converge/Checker.h"
-#include "tools/ribpolicy/Agent.h"
-#include "tools/ribpolicy/ScenarioParser.h"
-#include "tools/ribpolicy/Verify.h"
+#include "tools/ribpolicy/agent/Agent.h"
+#include "tools/ribpolicy/agent/Verify.h"
+#include "tools/ribpolicy/format/ScenarioParser.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include "tools/converge/Generator.h"
 #include "tools/converge/ScenarioWriter.h"
 #include "tools/converge/Shrinker.h"
-#include "tools/ribpolicy/ScenarioParser.h"
-#include "tools/ribpolicy/Verify.h"
+#include "tools/ribpolicy/agent/Verify.h"
+#include "tools/ribpolicy/format/ScenarioParser.h"
 
 namespace {
 

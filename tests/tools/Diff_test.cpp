@@ -1,5 +1,5 @@
 // The net change between two committed engine trees, as `run --diff` prints it.
-#include "tools/ribpolicy/Diff.h"
+#include "tools/ribpolicy/views/Diff.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tools/converge/Promises.h"
-#include "tools/ribpolicy/ScenarioParser.h"
+#include "tools/ribpolicy/format/ScenarioParser.h"
 
 namespace {
 

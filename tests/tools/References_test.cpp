@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tests/support/Harness.h"
-#include "tools/ribpolicy/References.h"
+#include "tools/ribpolicy/format/References.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <ostream>
 #include <string>
 
-#include "tools/ribpolicy/ScenarioParser.h"
+#include "tools/ribpolicy/format/ScenarioParser.h"
 
 namespace ribpolicy {
 void PrintTo(const Mark& m, std::ostream* os) {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/support/JsonOracle.h"
-#include "tools/ribpolicy/StateJson.h"
+#include "tools/ribpolicy/views/StateJson.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 
 #include "framework/rib/MioSink.h"
 #include "tools/converge/Promises.h"
-#include "tools/ribpolicy/Agent.h"
-#include "tools/ribpolicy/Format.h"
-#include "tools/ribpolicy/Verify.h"
+#include "tools/ribpolicy/agent/Agent.h"
+#include "tools/ribpolicy/agent/Verify.h"
+#include "tools/ribpolicy/format/Format.h"
 
 namespace converge {
 

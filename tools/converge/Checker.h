@@ -26,8 +26,8 @@
 #include "framework/config/PolicyMap.h"
 #include "framework/rib/EngineModel.h"
 #include "tools/converge/Promises.h"
-#include "tools/frr/Follower.h"
-#include "tools/ribpolicy/Scenario.h"
+#include "tools/ribpolicy/format/Scenario.h"
+#include "tools/ribpolicy/frr/Follower.h"
 
 namespace converge {
 

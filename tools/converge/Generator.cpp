@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tools/converge/Promises.h"
-#include "tools/frr/Subset.h"
+#include "tools/ribpolicy/frr/Subset.h"
 
 namespace converge {
 

@@ -16,7 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "tools/ribpolicy/Scenario.h"
+#include "tools/ribpolicy/format/Scenario.h"
 
 namespace converge {
 

@@ -6,7 +6,7 @@
 #include <set>
 #include <vector>
 
-#include "tools/ribpolicy/References.h"
+#include "tools/ribpolicy/format/References.h"
 
 namespace converge {
 

@@ -36,8 +36,8 @@
 #include <tuple>
 #include <vector>
 
-#include "tools/ribpolicy/Format.h"
-#include "tools/ribpolicy/Scenario.h"
+#include "tools/ribpolicy/format/Format.h"
+#include "tools/ribpolicy/format/Scenario.h"
 
 namespace converge {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <variant>
 
-#include "tools/ribpolicy/Format.h"
+#include "tools/ribpolicy/format/Format.h"
 
 namespace converge {
 

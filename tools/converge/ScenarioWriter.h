@@ -10,7 +10,7 @@
 
 #include <string>
 
-#include "tools/ribpolicy/Scenario.h"
+#include "tools/ribpolicy/format/Scenario.h"
 
 namespace converge {
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/ribpolicy/Format.h"
+#include "tools/ribpolicy/format/Format.h"
 
 namespace converge {
 

@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <functional>
 
-#include "tools/ribpolicy/Scenario.h"
+#include "tools/ribpolicy/format/Scenario.h"
 
 namespace converge {
 

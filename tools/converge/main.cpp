@@ -17,8 +17,8 @@
 #include "tools/converge/Isolation.h"
 #include "tools/converge/ScenarioWriter.h"
 #include "tools/converge/Shrinker.h"
-#include "tools/frr/Follower.h"
-#include "tools/ribpolicy/ScenarioParser.h"
+#include "tools/ribpolicy/format/ScenarioParser.h"
+#include "tools/ribpolicy/frr/Follower.h"
 
 namespace {
 
