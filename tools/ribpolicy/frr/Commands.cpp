@@ -20,19 +20,27 @@
 
 namespace frr {
 
-namespace {
-
 void located(std::ostream& err, const std::string& shown, ribpolicy::Mark mark, const char* kind,
              const std::string& message) {
   err << shown << ':' << mark.line << ':' << mark.column << ": " << kind << ": " << message << '\n';
 }
 
-// False, with the error written, when FRR cannot hold one of the scenario's names.
 bool acceptable(const ribpolicy::Scenario& scenario, const std::string& shown, std::ostream& err) {
   const std::optional<Refusal> r = refusal(scenario);
   if (r) located(err, shown, r->mark, "error", r->message);
   return !r;
 }
+
+int report(const Failure& f, const std::string& shown, std::ostream& err) {
+  err << "ribpolicy: " << (f.kind == Failure::Kind::differs ? "difference" : "error") << ": "
+      << shown;
+  if (f.step > 0) err << " step " << f.step;
+  err << ": " << f.what << '\n';
+  for (const std::string& d : f.details) err << "  " << d << '\n';
+  return f.kind == Failure::Kind::differs ? ribpolicy::kExitDifferent : ribpolicy::kExitBadInput;
+}
+
+namespace {
 
 // "inputs detached: ..." for a step that leaves inputs detached, as the stream's header says.
 std::string detachedNote(const ribpolicy::InputSet& inputs) {
@@ -43,17 +51,6 @@ std::string detachedNote(const ribpolicy::InputSet& inputs) {
     note += ribpolicy::inputName(i);
   }
   return note;
-}
-
-// Reports a failure of the FRR side; the exit status it calls for (a difference is 1, a
-// daemon that cannot be used or lines FRR refused are 2).
-int report(const Failure& f, const std::string& shown, std::ostream& err) {
-  err << "ribpolicy: " << (f.kind == Failure::Kind::differs ? "difference" : "error") << ": "
-      << shown;
-  if (f.step > 0) err << " step " << f.step;
-  err << ": " << f.what << '\n';
-  for (const std::string& d : f.details) err << "  " << d << '\n';
-  return f.kind == Failure::Kind::differs ? ribpolicy::kExitDifferent : ribpolicy::kExitBadInput;
 }
 
 }  // namespace
@@ -141,7 +138,7 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
       if (json) {
         line.member("frr").open('[');
         for (const std::string& l : frr.sent()) line.item().string(l);
-        line.close('[').close('{');
+        line.close(']').close('}');
         out << line.text() << '\n';
       } else {
         for (const std::string& l : frr.sent()) out << "  " << l << '\n';
@@ -191,7 +188,7 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
         j.member("status").string(skipped ? "skipped" : differ.empty() ? "ok" : "differs");
         j.member("differences").open('[');
         for (const std::string& x : differ) j.item().string(x);
-        j.close('[').close('{');
+        j.close(']').close('}');
         continue;
       }
       out << "step " << i + 1 << ": ";
@@ -208,7 +205,7 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   Rib::ScopedSink quiet(nullptr);
   agent.teardown();
   if (json) {
-    j.close('[').close('{');
+    j.close(']').close('}');
     out << j.text() << '\n';
   }
   out.flush();
