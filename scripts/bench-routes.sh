@@ -83,7 +83,8 @@ pid=$(cat "$rundir/bgpd.pid")
 vty() { vtysh -N "$pathspace" -d bgpd "$@" 2>/dev/null; }
 now() { date +%s.%N; }
 
-# ExaBGP alone: the policy and the neighbor as the program makes them, then the speaker.
+# ExaBGP alone: the policy and the neighbor as the program makes them, then the speaker with
+# the settings the program gives it.
 "$bin" run --engine frr --frr-pathspace "$pathspace" --frr-apply step "$work/policy.yaml" >/dev/null
 vty -c "configure terminal" -c "router bgp 64999" -c "bgp router-id 127.0.0.1" \
   -c "neighbor 127.0.0.2 remote-as internal" -c "neighbor 127.0.0.2 port $port" \
@@ -93,6 +94,7 @@ vty -c "configure terminal" -c "router bgp 64999" -c "bgp router-id 127.0.0.1" \
   >/dev/null
 start=$(now)
 env exabgp.tcp.port=$port exabgp.tcp.bind=127.0.0.2 exabgp.api.cli=false exabgp.daemon.user=root \
+  exabgp.daemon.drop=false exabgp.log.level=WARNING \
   exabgp.log.destination="$work/exabgp.log" exabgp "$work/exabgp.conf" >"$work/exabgp.out" 2>&1 &
 speaker=$!
 taken=0

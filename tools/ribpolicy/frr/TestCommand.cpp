@@ -16,13 +16,12 @@
 #include "framework/rib/MioSink.h"
 #include "tools/ribpolicy/Cli.h"
 #include "tools/ribpolicy/agent/Agent.h"
-#include "tools/ribpolicy/agent/Verify.h"
 #include "tools/ribpolicy/format/RouteReader.h"
 #include "tools/ribpolicy/frr/Commands.h"
+#include "tools/ribpolicy/frr/Follower.h"
 #include "tools/ribpolicy/frr/Routes.h"
 #include "tools/ribpolicy/frr/Sink.h"
 #include "tools/ribpolicy/frr/Speaker.h"
-#include "tools/ribpolicy/frr/Translate.h"
 
 namespace frr {
 
@@ -221,6 +220,21 @@ StepResult sendRoutes(const Vtysh& vtysh, const std::vector<RouteCheck>& checks,
   return result;
 }
 
+// A JSON line about a check, opened with where the check is and the route it sent.
+void openCheckLine(RibText::JsonWriter& line, std::size_t step, const RouteCheck& check) {
+  line.open('{');
+  line.member("step").number(step);
+  line.member("map").string(check.map);
+  line.member("line").number(static_cast<std::size_t>(check.mark.line));
+  line.member("route").string(routeText(check));
+}
+
+// "step N: map NAME: PREFIX (line L): ", how a text line about a check begins.
+std::string checkPlace(std::size_t step, const RouteCheck& check) {
+  return "step " + std::to_string(step) + ": map " + check.map + ": " + check.prefix + " (line " +
+         std::to_string(check.mark.line) + "): ";
+}
+
 // Writes what the test of one check found: with `table`, what the map did to the route;
 // otherwise the verdict, a line only for a failed check in text. Counts the verdict.
 void writeResult(std::size_t step, const RouteCheck& check, const Answer& answer, bool table,
@@ -252,18 +266,13 @@ void writeResult(std::size_t step, const RouteCheck& check, const Answer& answer
   ++(v.passed ? passed : failed);
   if (json) {
     RibText::JsonWriter line;
-    line.open('{');
-    line.member("step").number(step);
-    line.member("map").string(check.map);
-    line.member("line").number(static_cast<std::size_t>(check.mark.line));
-    line.member("route").string(routeText(check));
+    openCheckLine(line, step, check);
     line.member("passed").boolean(v.passed);
     line.member("expected").string(v.expected);
     line.member("got").string(v.got);
     out << line.close('}').text() << '\n';
   } else if (!v.passed) {
-    out << "step " << step << ": map " << check.map << ": " << check.prefix << " (line "
-        << check.mark.line << "): expected " << v.expected << ", got " << v.got << '\n';
+    out << checkPlace(step, check) << "expected " << v.expected << ", got " << v.got << '\n';
   }
 }
 
@@ -276,11 +285,7 @@ std::optional<std::vector<Answer>> freshAnswers(const std::string& vrf,
                                                 const std::vector<RouteCheck>& routes,
                                                 std::chrono::milliseconds timeout,
                                                 std::string& trouble) {
-  Config fresh;
-  ribpolicy::withFreshStart(
-      vrf, config, [&](const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap&) {
-        fresh = translate(engine).config;
-      });
+  const Config fresh = freshTranslation(vrf, config);
   const std::string n = std::to_string(frr.step());
   const Config incremental = frr.holds();
   if (!frr.bringTo(fresh, "the fresh start of step " + n + " on the wiped daemon", true)) {
@@ -306,18 +311,13 @@ void writeDifference(std::size_t step, const RouteCheck& check, const Answer& in
                      const Answer& fresh, bool json, std::ostream& out) {
   if (json) {
     RibText::JsonWriter line;
-    line.open('{');
-    line.member("step").number(step);
-    line.member("map").string(check.map);
-    line.member("line").number(static_cast<std::size_t>(check.mark.line));
-    line.member("route").string(routeText(check));
+    openCheckLine(line, step, check);
     line.member("incremental").string(answerText(incremental));
     line.member("fresh").string(answerText(fresh));
     out << line.close('}').text() << '\n';
     return;
   }
-  out << "step " << step << ": map " << check.map << ": " << check.prefix << " (line "
-      << check.mark.line << "): incremental " << answerText(incremental) << "; fresh start "
+  out << checkPlace(step, check) << "incremental " << answerText(incremental) << "; fresh start "
       << answerText(fresh) << '\n';
 }
 
