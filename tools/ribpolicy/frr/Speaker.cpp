@@ -30,10 +30,24 @@ constexpr const char* kExabgp = "exabgp";
 // The child of the running speaker, for the signal handler: a signal that ends the program
 // must not leave ExaBGP behind. One speaker runs at a time.
 std::atomic<pid_t> gChild{-1};
+// Its directory and the files in it, removed by the handler too (unlink and rmdir may be
+// called from a signal handler; nothing that allocates may).
+constexpr const char* kFiles[] = {"/exabgp.conf", "/exabgp.log", "/exabgp.out"};
+char gDir[64] = {};
 
 extern "C" void stopChildAndDie(int signal) {
   const pid_t child = gChild.load();
   if (child > 0) ::kill(child, SIGKILL);
+  if (gDir[0] != '\0') {
+    for (const char* name : kFiles) {
+      char path[sizeof gDir + 16] = {};
+      std::size_t n = 0;
+      for (const char* c = gDir; *c != '\0'; ++c) path[n++] = *c;
+      for (const char* c = name; *c != '\0'; ++c) path[n++] = *c;
+      ::unlink(path);
+    }
+    ::rmdir(gDir);
+  }
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }
@@ -50,7 +64,9 @@ bool onPath(const std::string& program) {
   const char* path = std::getenv("PATH");
   std::istringstream dirs(path ? path : "/usr/bin:/bin");
   for (std::string dir; std::getline(dirs, dir, ':');) {
-    if (::access((dir + '/' + program).c_str(), X_OK) == 0) return true;
+    dir += '/';
+    dir += program;
+    if (::access(dir.c_str(), X_OK) == 0) return true;
   }
   return false;
 }
@@ -78,8 +94,9 @@ bool Speaker::start(const std::string& configuration, const std::vector<std::str
     return false;
   }
   dir_ = dir;
-  const std::string conf = dir_ + "/exabgp.conf";
-  const std::string log = dir_ + "/exabgp.log";
+  std::strncpy(gDir, dir, sizeof gDir - 1);
+  const std::string conf = dir_ + kFiles[0];
+  const std::string log = dir_ + kFiles[1];
   std::ofstream(conf) << configuration;
   std::string bind;
   for (const std::string& a : addresses) bind += (bind.empty() ? "" : " ") + a;
@@ -94,6 +111,7 @@ bool Speaker::start(const std::string& configuration, const std::vector<std::str
   if (::geteuid() == 0) env.push_back("exabgp.daemon.user=root");
   for (char** e = environ; *e; ++e) env.emplace_back(*e);
   std::vector<char*> envp;
+  envp.reserve(env.size() + 1);
   for (std::string& e : env) envp.push_back(e.data());
   envp.push_back(nullptr);
   std::string program = kExabgp;
@@ -102,7 +120,7 @@ bool Speaker::start(const std::string& configuration, const std::vector<std::str
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  const std::string out = dir_ + "/exabgp.out";
+  const std::string out = dir_ + kFiles[2];
   posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   posix_spawn_file_actions_adddup2(&actions, 1, 2);
   posix_spawnattr_t attributes;
@@ -153,6 +171,7 @@ void Speaker::stop() {
     releaseSignals();
   }
   if (!dir_.empty()) {
+    gDir[0] = '\0';
     std::error_code ec;
     std::filesystem::remove_all(dir_, ec);
     dir_.clear();
@@ -161,7 +180,7 @@ void Speaker::stop() {
 
 std::string Speaker::log() const {
   std::string text;
-  for (const char* name : {"/exabgp.out", "/exabgp.log"}) {
+  for (const char* name : {kFiles[2], kFiles[1]}) {
     std::ifstream in(dir_ + name);
     text.append(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }

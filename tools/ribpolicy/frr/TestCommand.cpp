@@ -133,6 +133,7 @@ StepResult sendRoutes(const Vtysh& vtysh, const std::vector<RouteCheck>& checks,
                       std::chrono::milliseconds timeout) {
   StepResult result;
   std::vector<std::string> maps;
+  maps.reserve(checks.size());
   for (const RouteCheck& c : checks) maps.push_back(c.map);
   const std::optional<RoutePlan> plan = planPeers(checks, maps);
   if (!plan) {
@@ -155,6 +156,7 @@ StepResult sendRoutes(const Vtysh& vtysh, const std::vector<RouteCheck>& checks,
   const std::set<std::string> tested(maps.begin(), maps.end());
   if (counts) {
     std::vector<std::string> clear;
+    clear.reserve(tested.size());
     for (const std::string& m : tested) clear.push_back("clear route-map counter " + m);
     vtysh.ask(clear);
   }
