@@ -5,6 +5,7 @@
 // speaker (ExaBGP, a child of the program) that sends the step's routes; once bgpd's
 // Adj-RIB-In holds every route sent, its tables are read and each check is judged on what bgpd
 // did. The neighbors and the speaker go again before the next step, on every path out.
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <iterator>
@@ -148,6 +149,16 @@ StepResult sendRoutes(const Vtysh& vtysh, const std::vector<RouteCheck>& checks,
   }
   const std::optional<U32> held = routerAs(running.text);
   const U32 as = held.value_or(kTestAs);
+  // Over iBGP bgpd drops a route whose path holds its own AS as a loop: no map would see it.
+  for (const RouteCheck& c : checks) {
+    for (const ribpolicy::AsSegment& segment : c.route.asPath.value_or(ribpolicy::AsPath{})) {
+      if (std::find(segment.asns.begin(), segment.asns.end(), as) == segment.asns.end()) continue;
+      result.trouble = "the route at line " + std::to_string(c.mark.line) +
+                       " holds bgpd's own AS " + std::to_string(as) +
+                       " in its path, which bgpd drops as a loop before any map";
+      return result;
+    }
+  }
   const int port = freePort();
   if (port == 0) {
     result.trouble = "no free TCP port on the loopback for the speaker";
