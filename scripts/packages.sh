@@ -4,9 +4,14 @@
 # needs no network, when all of them are present.
 set -euo pipefail
 
+# FRR comes with ExaBGP, the speaker that `ribpolicy test` sends routes to bgpd with.
+named=("$@")
+for p in "$@"; do
+  if [ "$p" = frr ]; then named+=(exabgp); fi
+done
 packages=(g++ cmake make libyaml-dev nlohmann-json3-dev libcli11-dev
           libgtest-dev libgmock-dev libbenchmark-dev help2man pkg-config
-          python3 python3-yaml python3-jsonschema "$@")
+          python3 python3-yaml python3-jsonschema "${named[@]}")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

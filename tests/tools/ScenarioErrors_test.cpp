@@ -41,7 +41,43 @@ const std::string kNestedBlockLists = [] {
 }();
 const std::string kTenThousandBrackets = "steps: " + std::string(10000, '[') + "\n";
 
+// A step with one route check on line 4, for the route checks' value checks.
+#define ROUTE_CHECK(check)                                       \
+  "steps:\n"                                                     \
+  "  - config: {route-maps: {RM: [{seq: 1, action: permit}]}}\n" \
+  "    routes:\n"                                                \
+  "      - " check "\n"
+
 const BadScenario kBadScenarios[] = {
+    {"route_without_prefix", ROUTE_CHECK("{map: RM, route: {med: 1}, expect: deny}"), 4, 26,
+     "route: missing key 'prefix'"},
+    {"route_empty_as_set",
+     ROUTE_CHECK("{map: RM, route: {prefix: 10.0.0.0/8, as-path: [1, []]}, expect: deny}"), 4, 60,
+     "as-path: expected an AS set of at least one AS number"},
+    {"route_extended_community_form",
+     ROUTE_CHECK("{map: RM, route: {prefix: 10.0.0.0/8, extended-communities: [target:1:2]}, "
+                 "expect: deny}"),
+     4, 70, "extended-communities: expected an extended community rt:AS:N or soo:AS:N"},
+    {"route_next_hop_of_the_other_family",
+     ROUTE_CHECK("{map: RM, route: {prefix: \"2001:db8::/32\", next-hop: 192.0.2.1}, "
+                 "expect: deny}"),
+     4, 62, "next-hop: expected an IPv6 address"},
+    {"route_community_twice",
+     ROUTE_CHECK("{map: RM, route: {prefix: 10.0.0.0/8, communities: [\"1:1\", 0x10001]}, "
+                 "expect: deny}"),
+     4, 68, "communities: community '1:1' given twice"},
+    {"route_expect_other", ROUTE_CHECK("{map: RM, route: {prefix: 10.0.0.0/8}, expect: accept}"), 4,
+     56, "expect: expected permit or deny, got 'accept'"},
+    {"route_attributes_of_a_deny",
+     ROUTE_CHECK("{map: RM, route: {prefix: 10.0.0.0/8}, expect: deny, attributes: {med: 1}}"), 4,
+     74, "attributes: a denied route has none"},
+    {"route_community_included_and_excluded",
+     ROUTE_CHECK("{map: RM, route: {prefix: 10.0.0.0/8}, expect: permit, attributes: "
+                 "{communities: {includes: [\"1:1\"], excludes: [\"1:1\"]}}}"),
+     4, 90, "communities: '1:1' both included and excluded"},
+    {"route_check_of_two_maps",
+     ROUTE_CHECK("{map: RM, peer-filter: RM, route: {prefix: 10.0.0.0/8}, expect: deny}"), 4, 32,
+     "a route check tests one map"},
     {"yaml_syntax", "steps:\n  - config: {route-maps: }}\n", 2, 27, "invalid YAML"},
     {"unknown_top_level_key", "vrff: x\nsteps:\n  - config: {}\n", 1, 1, "unknown key 'vrff'"},
     {"unknown_section", "steps:\n  - config:\n      prefix-list: {}\n", 3, 7,
@@ -219,6 +255,34 @@ TEST(ScenarioErrorsTest, RunStateAndVerifyRefuseToo) {
     EXPECT_EQ(r.out, "") << command;
     EXPECT_EQ(r.err.rfind(file + ":7:27: error: ", 0), 0u) << command << ": " << r.err;
   }
+}
+
+// `test` refuses, at the check and before it needs an engine, a check whose map the step does
+// not configure or that names a peer filter, which has no FRR form; and it needs --engine frr.
+TEST(ScenarioErrorsTest, TestRefusesMapsItCannotSendRoutesThrough) {
+  const std::string file =
+      scenarioFile("route-maps.yaml",
+                   "steps:\n"
+                   "  - config: {peer-filters: {PF: [{seq: 1, action: permit}]}}\n"
+                   "    routes:\n"
+                   "      - {map: PF, route: {prefix: 10.0.0.0/8}, expect: deny}\n");
+  auto r = runTool({"test", "--engine", "frr", file});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.err, file + ":4:9: error: route map 'PF' is not configured in step 1\n");
+  const std::string second =
+      scenarioFile("peer-filter.yaml",
+                   "steps:\n"
+                   "  - config: {peer-filters: {PF: [{seq: 1, action: permit}]}}\n"
+                   "    routes:\n"
+                   "      - {peer-filter: PF, route: {prefix: 10.0.0.0/8}, expect: deny}\n");
+  r = runTool({"test", "--engine", "frr", second});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.err, second +
+                       ":4:9: error: peer filter 'PF' has no FRR form: no route can be sent "
+                       "through it\n");
+  r = runTool({"test", second});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_NE(r.err.find("test needs a live engine: give --engine frr"), std::string::npos);
 }
 
 // A file that cannot be read is bad input too, reported at its first position.

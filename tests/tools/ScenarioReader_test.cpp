@@ -242,7 +242,7 @@ const TwoReadings kTwoReadings[] = {
           - {seq: 1, action: permit, source: 10.0.0.0/33}
     input: []
 )",
-     6, 5, "unknown key 'input' in step 1 (expected name, config or inputs)"},
+     6, 5, "unknown key 'input' in step 1 (expected name, config, inputs or routes)"},
     {"route_map_written_first_read_after_prefix_lists", R"(steps:
   - config:
       route-maps:

@@ -420,7 +420,8 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     cmd->add_option("--frr-timeout", frrTimeout, "seconds any one call of vtysh may take (60)")
         ->check(CLI::PositiveNumber);
     cmd->add_option("--frr-apply", frrApply,
-                    "commit (send each commit's change, the default) or step (each step's)")
+                    "commit (send each commit's change; run's and verify's default) or step (each "
+                    "step's; test's)")
         ->check(CLI::IsMember({"commit", "step"}));
   };
   engineOptions(run);
@@ -464,6 +465,35 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   frrCmd->add_flag("--every-step", everyStep, "the configuration after each step, in turn");
   frrCmd->add_flag("--werror", werror, "report what has no FRR form as errors (exit 2)");
 
+  bool counts = false;
+  CLI::App* testCmd = app.add_subcommand(
+      "test", "send each step's routes through a live engine and check what its maps do");
+  testCmd->add_option("FILE", file, "scenario file, - for standard input")->required();
+  testCmd->add_option("--format", format, "text (for people) or jsonl (one object a check)")
+      ->check(CLI::IsMember({"text", "jsonl"}));
+  testCmd->add_flag("--counts", counts,
+                    "print each tested map's hits by sequence, and the sequences no route reached");
+  std::string testMap;
+  std::string testRoutes;
+  std::size_t testStep = 0;
+  CLI::Option* mapOption = testCmd->add_option(
+      "--map", testMap, "take the routes of --routes through this route map, without checks");
+  CLI::Option* routesOption =
+      testCmd->add_option("--routes", testRoutes, "a YAML list of routes, - for standard input");
+  mapOption->needs(routesOption);
+  routesOption->needs(mapOption);
+  testCmd->add_option("--step", testStep, "with --map: after step N, from 1 (default: the last)")
+      ->check(CLI::PositiveNumber)
+      ->needs(mapOption);
+  std::string against;
+  testCmd
+      ->add_option("--against", against,
+                   "fresh: send each step's routes through a fresh start of the step too, and "
+                   "report the routes whose results differ")
+      ->check(CLI::IsMember({"fresh"}))
+      ->excludes(mapOption);
+  engineOptions(testCmd);
+
   // The format's table as JSON, for the schema's test and other tools; not a user's command.
   CLI::App* formatTable =
       app.add_subcommand("format-table", "print the scenario format's table as JSON")->group("");
@@ -506,6 +536,14 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   }
   daemon.timeout = std::chrono::milliseconds(static_cast<long long>(frrTimeout * 1000));
   daemon.perStep = frrApply == "step";
+  // Routes are judged after each step, so test sends each step's change at once by default.
+  const CLI::Option* apply = used->get_option_no_throw("--frr-apply");
+  if (used == testCmd && apply && apply->count() == 0) daemon.perStep = true;
+
+  if (used == testCmd && !onFrr) {
+    err << "ribpolicy: error: test needs a live engine: give --engine frr (see ribpolicy --help)\n";
+    return kExitBadInput;
+  }
 
   const bool json = format == "json";
   const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
@@ -532,6 +570,22 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   if (used == state) {
     if (beyond(stateStep)) return kExitBadInput;
     return printState(*scenario, stateStep == 0 ? steps : stateStep, out);
+  }
+  if (used == testCmd) {
+    if (testRoutes == "-" && file == "-") {
+      err << "ribpolicy: error: --routes: the scenario reads standard input already\n";
+      return kExitBadInput;
+    }
+    if (beyond(testStep)) return kExitBadInput;
+    frr::TestOptions test;
+    test.map = testMap;
+    test.routes = testRoutes;
+    test.step = testStep;
+    test.in = &in;
+    test.format = format == "jsonl" ? frr::RunFormat::jsonl : frr::RunFormat::text;
+    test.counts = counts;
+    test.againstFresh = against == "fresh";
+    return frr::testCommand(*scenario, shownName(file), test, daemon, out, err);
   }
   if (used == verifyCmd && onFrr) {
     return frr::verifyCommand(*scenario, shownName(file), json, daemon, out, err);

@@ -508,6 +508,71 @@ inline constexpr SetClauseRow kSetClauses[] = {
      .refers = ObjectKind::communityList},
 };
 
+// --- Route checks -------------------------------------------------------------------------
+
+// The keys of one route check of a step's `routes`: the map under test (`map` for a route map,
+// `peer-filter` for a peer filter, one of them), the route sent, and what must come of it.
+inline constexpr std::string_view kRouteCheckKeys[] = {"map", "peer-filter", "route", "expect",
+                                                       "attributes"};
+// The results a check may expect.
+inline constexpr std::string_view kRouteResults[] = {"permit", "deny"};
+// A community kind of `attributes` written as a mapping instead of a list of values.
+inline constexpr std::string_view kCommunityTestKeys[] = {"includes", "excludes"};
+
+// How a route attribute takes its value.
+enum class RouteValue : std::uint8_t {
+  asPath,       // AS numbers, a list within the list for an AS set
+  communities,  // a list of communities of the row's kind
+  number,       // a 32-bit number
+  origin,       // igp, egp or incomplete
+  address,      // an address of the route's family
+};
+
+struct RouteFieldRow {
+  std::string_view key;
+  RouteValue value;
+  // What the speaker sends when a route does not give the attribute.
+  std::string_view fallback;
+  RouteCommunity community = RouteCommunity::standard;  // communities: their kind
+  std::optional<U32> RouteAttributes::*number = nullptr;
+  std::optional<std::string> RouteAttributes::*text = nullptr;
+};
+
+// The attributes of a route (after its `prefix`) and of `attributes`, in the order in which
+// they are read, sent and compared.
+inline constexpr RouteFieldRow kRouteFields[] = {
+    {.key = "as-path", .value = RouteValue::asPath, .fallback = "an empty path"},
+    {.key = "communities",
+     .value = RouteValue::communities,
+     .fallback = "none",
+     .community = RouteCommunity::standard},
+    {.key = "extended-communities",
+     .value = RouteValue::communities,
+     .fallback = "none",
+     .community = RouteCommunity::extended},
+    {.key = "large-communities",
+     .value = RouteValue::communities,
+     .fallback = "none",
+     .community = RouteCommunity::large},
+    {.key = "med",
+     .value = RouteValue::number,
+     .fallback = "none",
+     .number = &RouteAttributes::med},
+    {.key = "origin",
+     .value = RouteValue::origin,
+     .fallback = "igp",
+     .text = &RouteAttributes::origin},
+    {.key = "next-hop",
+     .value = RouteValue::address,
+     .fallback = "192.0.2.1, or 2001:db8::1 for an IPv6 prefix",
+     .text = &RouteAttributes::nextHop},
+    {.key = "local-preference",
+     .value = RouteValue::number,
+     .fallback = "100",
+     .number = &RouteAttributes::localPreference},
+};
+inline constexpr std::string_view kRouteOrigins[] = {"igp", "egp", "incomplete"};
+
 // Whether a community clause may carry `flag`.
 constexpr bool carries(const SetClauseRow& row, Acl::CommSetFlag flag) {
   return flag < 8 && ((row.flags >> flag) & 1u) != 0;

@@ -226,11 +226,57 @@ class StepMarks {
   std::vector<Record> records_;
 };
 
+// One segment of an AS path: a sequence, or a set (a list inside the path).
+struct AsSegment {
+  bool set = false;
+  std::vector<U32> asns;
+  friend bool operator==(const AsSegment&, const AsSegment&) = default;
+};
+using AsPath = std::vector<AsSegment>;
+
+// The kinds of community a route carries, in the order of the route's keys.
+enum class RouteCommunity : std::uint8_t { standard, extended, large };
+inline constexpr std::size_t kRouteCommunityKinds = 3;
+
+// The attributes of a route, each absent unless given. Communities are kept in their canonical
+// text ("65001:1", "rt:65001:7", "1:2:3"), the one the engine's answers are brought to.
+struct RouteAttributes {
+  std::optional<AsPath> asPath;
+  std::array<std::optional<std::vector<std::string>>, kRouteCommunityKinds> communities;
+  std::optional<U32> med;
+  std::optional<std::string> origin;  // igp, egp or incomplete
+  std::optional<std::string> nextHop;
+  std::optional<U32> localPreference;
+  friend bool operator==(const RouteAttributes&, const RouteAttributes&) = default;
+};
+
+// What a route check expects of the map: a deny, or a permit with the attributes after it. A
+// community kind may be expected exactly (in `attributes`) or by what it holds and lacks.
+struct RouteExpectation {
+  bool permit = true;
+  RouteAttributes attributes;
+  std::array<std::vector<std::string>, kRouteCommunityKinds> includes;
+  std::array<std::vector<std::string>, kRouteCommunityKinds> excludes;
+};
+
+// A route sent through one map of a step, and what the map must do to it. The map is a route
+// map or a peer filter of the step's configuration.
+struct RouteCheck {
+  std::string map;
+  bool peerFilter = false;
+  std::string prefix;  // canonical text
+  bool ipv6 = false;
+  RouteAttributes route;
+  RouteExpectation expect;
+  Mark mark;  // the check's place in the scenario
+};
+
 struct Step {
   std::string name;  // may be empty
   ScenarioConfig config;
   InputSet inputs = InputSet::all();
   StepMarks marks;
+  std::vector<RouteCheck> routes;
 };
 
 struct Scenario {

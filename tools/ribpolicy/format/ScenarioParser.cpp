@@ -16,6 +16,7 @@
 
 #include "framework/l3/VrfName.h"
 #include "tools/ribpolicy/format/Format.h"
+#include "tools/ribpolicy/format/RouteReader.h"
 #include "tools/ribpolicy/format/ScenarioValues.h"
 
 namespace ribpolicy {
@@ -721,14 +722,15 @@ InputSet parseInputs(const Node& n) {
 
 Step parseStep(const Node& n, std::size_t number) {
   const std::string what = "step " + std::to_string(number);
-  Fields f(n, what, {"name", "config", "inputs"});
-  if (n.isNull()) expected(n, what, "a mapping {name, config, inputs}");
+  Fields f(n, what, {"name", "config", "inputs", "routes"});
+  if (n.isNull()) expected(n, what, "a mapping {name, config, inputs, routes}");
   Step s;
   s.marks.step = {n.line(), n.column()};
   MarkRecorder recorder(s.marks);
   if (const Node* v = f.get("name")) s.name = text(*v, "name");
   s.config = parseConfig(f.need("config"));
   if (const Node* v = f.get("inputs")) s.inputs = parseInputs(*v);
+  if (const Node* v = f.get("routes")) s.routes = readRouteChecks(*v);
   s.marks.seal();
   return s;
 }

@@ -20,19 +20,27 @@
 
 namespace frr {
 
-namespace {
-
 void located(std::ostream& err, const std::string& shown, ribpolicy::Mark mark, const char* kind,
              const std::string& message) {
   err << shown << ':' << mark.line << ':' << mark.column << ": " << kind << ": " << message << '\n';
 }
 
-// False, with the error written, when FRR cannot hold one of the scenario's names.
 bool acceptable(const ribpolicy::Scenario& scenario, const std::string& shown, std::ostream& err) {
   const std::optional<Refusal> r = refusal(scenario);
   if (r) located(err, shown, r->mark, "error", r->message);
   return !r;
 }
+
+int report(const Failure& f, const std::string& shown, std::ostream& err) {
+  err << "ribpolicy: " << (f.kind == Failure::Kind::differs ? "difference" : "error") << ": "
+      << shown;
+  if (f.step > 0) err << " step " << f.step;
+  err << ": " << f.what << '\n';
+  for (const std::string& d : f.details) err << "  " << d << '\n';
+  return f.kind == Failure::Kind::differs ? ribpolicy::kExitDifferent : ribpolicy::kExitBadInput;
+}
+
+namespace {
 
 // "inputs detached: ..." for a step that leaves inputs detached, as the stream's header says.
 std::string detachedNote(const ribpolicy::InputSet& inputs) {
@@ -43,17 +51,6 @@ std::string detachedNote(const ribpolicy::InputSet& inputs) {
     note += ribpolicy::inputName(i);
   }
   return note;
-}
-
-// Reports a failure of the FRR side; the exit status it calls for (a difference is 1, a
-// daemon that cannot be used or lines FRR refused are 2).
-int report(const Failure& f, const std::string& shown, std::ostream& err) {
-  err << "ribpolicy: " << (f.kind == Failure::Kind::differs ? "difference" : "error") << ": "
-      << shown;
-  if (f.step > 0) err << " step " << f.step;
-  err << ": " << f.what << '\n';
-  for (const std::string& d : f.details) err << "  " << d << '\n';
-  return f.kind == Failure::Kind::differs ? ribpolicy::kExitDifferent : ribpolicy::kExitBadInput;
 }
 
 }  // namespace

@@ -7,12 +7,23 @@
 
 #include <chrono>
 #include <cstddef>
+#include <istream>
 #include <ostream>
 #include <string>
 
 #include "tools/ribpolicy/format/Scenario.h"
+#include "tools/ribpolicy/frr/Sink.h"
 
 namespace frr {
+
+// Writes "FILE:LINE:COL: KIND: MESSAGE".
+void located(std::ostream& err, const std::string& shown, ribpolicy::Mark mark, const char* kind,
+             const std::string& message);
+// False, with the error written, when FRR cannot hold one of the scenario's names.
+bool acceptable(const ribpolicy::Scenario& scenario, const std::string& shown, std::ostream& err);
+// Reports a failure of the FRR side; the exit status it calls for (a difference is 1, a
+// daemon that cannot be used or lines FRR refused are 2).
+int report(const Failure& f, const std::string& shown, std::ostream& err);
 
 // Which bgpd, and how long any one call of vtysh may take.
 struct DaemonOptions {
@@ -48,5 +59,27 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
 // incrementally, with what it holds after a fresh start of that step on it, wiped in between.
 int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown, bool json,
                   const DaemonOptions& daemon, std::ostream& out, std::ostream& err);
+
+struct TestOptions {
+  RunFormat format = RunFormat::text;
+  bool counts = false;  // each map's hits per sequence, and the sequences no route reached
+  // Each step's routes also through a fresh start of the step, with the routes whose results
+  // differ reported.
+  bool againstFresh = false;
+  // A table of routes taken through one map instead of the scenario's checks: the map, the
+  // file of routes ("-": `in`) and the step after which (0: the last).
+  std::string map;
+  std::string routes;
+  std::size_t step = 0;
+  std::istream* in = nullptr;
+};
+
+// Applies each step as `run --engine frr` does, sends the step's routes from a speaker through
+// the maps they name, and prints each check that failed, then "N passed, N failed"; exit 1
+// when one failed. With a map and a table of routes, applies the steps up to the one asked
+// for and prints what the map does to each route instead. Needs ExaBGP besides the bgpd.
+int testCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
+                const TestOptions& options, const DaemonOptions& daemon, std::ostream& out,
+                std::ostream& err);
 
 }  // namespace frr

@@ -15,6 +15,9 @@
 
 namespace frr {
 
+// The translation of a fresh start of the library on `config`.
+Config freshTranslation(const std::string& vrf, const ribpolicy::ScenarioConfig& config);
+
 class Follower {
  public:
   Follower(const Vtysh& vtysh, bool perStep) : sink_(vtysh, perStep) {}

@@ -236,4 +236,19 @@ Vtysh::Reply Vtysh::show() const {
   return {Trouble::none, run.output};
 }
 
+Vtysh::Reply Vtysh::ask(const std::vector<std::string>& commands) const {
+  std::vector<std::string> c = command();
+  for (const std::string& x : commands) c.insert(c.end(), {"-c", x});
+  const ProgramRun run = runProgram(c, timeout_);
+  if (auto g = gone(run)) return *g;
+  // vtysh's note about its own configuration file may come anywhere, even after the last
+  // line of an answer that does not end its line.
+  std::string text = run.output;
+  for (std::size_t at; (at = text.find(kConfNotice)) != std::string::npos;) {
+    const std::size_t end = text.find('\n', at);
+    text.erase(at, end == std::string::npos ? std::string::npos : end + 1 - at);
+  }
+  return {Trouble::none, std::move(text)};
+}
+
 }  // namespace frr

@@ -59,6 +59,9 @@ class Vtysh {
   Reply apply(const std::vector<std::string>& lines) const;
   // `show running-config`.
   Reply show() const;
+  // Runs `commands` (show commands, each its own -c) in one call: `text` holds what they
+  // printed, one after the other.
+  Reply ask(const std::vector<std::string>& commands) const;
 
  private:
   std::vector<std::string> command() const;
