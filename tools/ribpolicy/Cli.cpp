@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
+#include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -326,15 +328,43 @@ int verify(const Scenario& scenario, std::ostream& out) {
   return status;
 }
 
-// Parses and validates; then reports what the reference checks find, as warnings (exit 0) or,
-// with --werror, as errors (exit 2).
-int checkScenario(const Scenario& scenario, const std::string& shown, bool json, bool werror,
-                  std::ostream& out, std::ostream& err) {
+// The classes --werror names, "all" (what a plain --werror gives) for every one; nothing with
+// the error said when a name is no class.
+std::optional<std::set<WarningClass>> werrorClasses(const std::string& spec, std::ostream& err) {
+  std::set<WarningClass> classes;
+  std::stringstream items(spec);
+  for (std::string item; std::getline(items, item, ',');) {
+    bool known = item == "all";
+    for (const WarningClass c : kWarningClasses) {
+      if (item == "all" || item == warningClassName(c)) {
+        classes.insert(c);
+        known = true;
+      }
+    }
+    if (!known) {
+      std::string names;
+      for (const WarningClass c : kWarningClasses) names += std::string(warningClassName(c)) + ", ";
+      err << "ribpolicy: error: --werror: unknown warning class '" << item << "' (expected all or "
+          << names.substr(0, names.size() - 2) << ")\n";
+      return std::nullopt;
+    }
+  }
+  return classes;
+}
+
+// Parses and validates; then reports what the reference and entry checks find, as warnings
+// (exit 0) or, those of the classes `werror` holds, as errors (exit 2).
+int checkScenario(const Scenario& scenario, const std::string& shown, bool json,
+                  const std::set<WarningClass>& werror, std::ostream& out, std::ostream& err) {
   const std::vector<Warning> warnings = scenarioWarnings(scenario);
-  const bool failed = werror && !warnings.empty();
+  bool failed = false;
   for (const Warning& w : warnings) {
+    const bool error = werror.count(w.warning) > 0;
+    failed = failed || error;
+    const std::string_view name = warningClassName(w.warning);
     err << shown << ':' << w.mark.line << ':' << w.mark.column
-        << (werror ? ": error: " : ": warning: ") << w.message << '\n';
+        << (error ? ": error: " : ": warning: ") << w.message << " [-W" << (error ? "error=" : "")
+        << name << "]\n";
   }
   if (json) {
     RibText::JsonWriter j;
@@ -349,6 +379,7 @@ int checkScenario(const Scenario& scenario, const std::string& shown, bool json,
       j.member("line").number(w.mark.line);
       j.member("column").number(w.mark.column);
       j.member("message").string(w.message);
+      j.member("class").string(warningClassName(w.warning));
       j.close('}');
     }
     j.close(']');
@@ -444,8 +475,10 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   check->add_option("FILE", file, "scenario file, - for standard input")->required();
   check->add_option("--format", format, "text (for people) or json (one object)")
       ->check(CLI::IsMember({"text", "json"}));
+  std::string checkWerror;
+  check->add_flag("--werror{all}", checkWerror,
+                  "report warnings as errors (exit 2); --werror=CLASS,... only those classes");
   bool werror = false;
-  check->add_flag("--werror", werror, "report the reference warnings as errors (exit 2)");
 
   std::size_t graphStep = 0;
   CLI::App* graph = app.add_subcommand("graph", "write a step's policy as a Graphviz DOT graph");
@@ -507,6 +540,8 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   daemon.timeout = std::chrono::milliseconds(static_cast<long long>(frrTimeout * 1000));
   daemon.perStep = frrApply == "step";
 
+  const std::optional<std::set<WarningClass>> classes = werrorClasses(checkWerror, err);
+  if (!classes) return kExitBadInput;
   const bool json = format == "json";
   const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
   if (!scenario) return kExitBadInput;
@@ -519,7 +554,7 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
         << (steps == 1 ? " step" : " steps") << ", not " << step << '\n';
     return true;
   };
-  if (used == check) return checkScenario(*scenario, shownName(file), json, werror, out, err);
+  if (used == check) return checkScenario(*scenario, shownName(file), json, *classes, out, err);
   if (used == graph) {
     if (beyond(graphStep)) return kExitBadInput;
     writePolicyGraph(scenario->steps[graphStep == 0 ? steps - 1 : graphStep - 1].config, out);
