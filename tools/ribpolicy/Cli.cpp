@@ -20,6 +20,7 @@
 #include "framework/rib/MioSink.h"
 #include "framework/vox/Trace.h"
 #include "tools/ribpolicy/agent/Agent.h"
+#include "tools/ribpolicy/agent/Transients.h"
 #include "tools/ribpolicy/agent/Verify.h"
 #include "tools/ribpolicy/format/DemoScenario.h"
 #include "tools/ribpolicy/format/FormatJson.h"
@@ -30,6 +31,7 @@
 #include "tools/ribpolicy/views/Graph.h"
 #include "tools/ribpolicy/views/StateJson.h"
 #include "tools/ribpolicy/views/TextWriter.h"
+#include "tools/ribpolicy/views/Transient.h"
 
 namespace ribpolicy {
 
@@ -192,14 +194,16 @@ struct RunOptions {
   bool diff = false;     // each step's net change instead of its operations
 };
 
-// The step line of the JSON-lines stream; with `diff`, the step's changes go in it.
+// The step line of the JSON-lines stream; with `diff`, the step's changes go in it, and its
+// transient objects when it has any.
 void jsonStepLine(std::size_t number, const Step& step, const std::vector<NodeChange>* diff,
-                  std::ostream& out) {
+                  const std::vector<TransientObject>* transient, std::ostream& out) {
   RibText::JsonWriter line;
   line.open('{');
   line.member("step").number(number);
   line.member("name").string(step.name);
   if (diff) writeDiff(line.member("diff"), *diff);
+  if (transient && !transient->empty()) writeTransient(line.member("transient"), *transient);
   line.close('}');
   out << line.text() << '\n';
 }
@@ -214,6 +218,8 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
   // costs more than everything else a run holds.
   std::vector<Rib::MioSink*> sinks;
   if (options.diff || options.withState) sinks.push_back(&model);
+  TransientWatch watch(model);
+  if (options.diff) sinks.push_back(&watch);
   if (!options.diff) {
     sinks.push_back(options.format == Format::text ? static_cast<Rib::MioSink*>(&text) : &jsonl);
   }
@@ -225,21 +231,25 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
       const Step& step = scenario.steps[i];
       if (options.format == Format::text) text.stepIs(i + 1, step.name, detachedNote(step.inputs));
-      if (options.format == Format::jsonl && !options.diff) jsonStepLine(i + 1, step, nullptr, out);
+      if (options.format == Format::jsonl && !options.diff) {
+        jsonStepLine(i + 1, step, nullptr, nullptr, out);
+      }
       agent.applyStep(step.config, step.inputs);
       if (!options.diff) {
         if (options.format == Format::text) text.stepDone();
         continue;
       }
       const std::vector<NodeChange> changes = engineDiff(before, model.committed());
+      const std::vector<TransientObject> transient = watch.stepDone(before);
       before = model.committed();
       switch (options.format) {
         case Format::text:
           for (const NodeChange& c : changes) out << diffLine(c, form) << '\n';
           if (changes.empty()) out << "       (no change)\n";
+          for (const TransientObject& t : transient) out << transientLine(t, form) << '\n';
           break;
         case Format::jsonl:
-          jsonStepLine(i + 1, step, &changes, out);
+          jsonStepLine(i + 1, step, &changes, &transient, out);
           break;
       }
     }
@@ -356,7 +366,12 @@ std::optional<std::set<WarningClass>> werrorClasses(const std::string& spec, std
 // (exit 0) or, those of the classes `werror` holds, as errors (exit 2).
 int checkScenario(const Scenario& scenario, const std::string& shown, bool json,
                   const std::set<WarningClass>& werror, std::ostream& out, std::ostream& err) {
-  const std::vector<Warning> warnings = scenarioWarnings(scenario);
+  std::vector<Warning> warnings = scenarioWarnings(scenario);
+  // A step's transient objects come first among its warnings, at the step itself.
+  const std::vector<Warning> transient = transientWarnings(scenario);
+  warnings.insert(warnings.begin(), transient.begin(), transient.end());
+  std::stable_sort(warnings.begin(), warnings.end(),
+                   [](const Warning& a, const Warning& b) { return a.step < b.step; });
   bool failed = false;
   for (const Warning& w : warnings) {
     const bool error = werror.count(w.warning) > 0;
