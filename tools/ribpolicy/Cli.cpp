@@ -3,7 +3,10 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -150,8 +153,13 @@ std::optional<Scenario> loadScenario(const std::string& file, std::istream& in, 
     } else {
       // A file is parsed as it is read, never held whole: a large scenario then costs the
       // memory of its configuration only.
+      // The reason the system gives, so that a missing file and a forbidden one read apart.
+      errno = std::filesystem::is_directory(file) ? EISDIR : 0;
       std::ifstream fileIn(file, std::ios::binary);
-      if (!fileIn) throw InputError(1, 1, "cannot read the scenario file");
+      if (!fileIn || errno == EISDIR) {
+        throw InputError(1, 1,
+                         std::string("cannot read the scenario file: ") + std::strerror(errno));
+      }
       scenario = parseScenario(fileIn, [&] {
         std::ifstream again(file, std::ios::binary);
         return readAll(again);

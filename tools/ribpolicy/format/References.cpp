@@ -9,6 +9,8 @@
 #include <tuple>
 #include <utility>
 
+#include "tools/ribpolicy/format/ScenarioValues.h"
+
 namespace ribpolicy {
 
 bool entersPolicyMap(const Reference& r) {
@@ -305,8 +307,16 @@ std::vector<Finding> referenceFindings(const ReferenceAnalysis& a) {
   std::vector<Finding> out;
   for (const Reference& r : a.references) {
     if (r.configured) continue;
+    // A configured name of the kind one edit away is most likely the one meant.
+    std::string guess;
+    for (const ObjectRef& o : a.objects) {
+      if (o.kind == r.to.kind && reader::oneEditApart(r.to.name, o.name)) {
+        guess = "; did you mean " + quoted(o.name) + "?";
+        break;
+      }
+    }
     out.push_back({r.markPath,
-                   referrer(r) + " refers to " + object(r.to) + ", which is not configured",
+                   referrer(r) + " refers to " + object(r.to) + ", which is not configured" + guess,
                    WarningClass::undefined});
   }
   for (const ObjectRef& o : a.unused) {

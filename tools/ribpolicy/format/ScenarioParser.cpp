@@ -396,7 +396,7 @@ MatchOption matchOption(const Node& n) {
       if (!row.name.empty()) names.push_back(row.name);
     }
     fail(n, "option: unknown match option " + quote(s) +
-                " (expected a number or a name: " + joinKeys(names) + ")");
+                " (expected a number or a name: " + joinKeys(names) + ")" + didYouMean(s, names));
   }
   return static_cast<MatchOption>(*v);
 }
