@@ -242,13 +242,14 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
       if (options.format == Format::jsonl && !options.diff) {
         jsonStepLine(i + 1, step, nullptr, nullptr, out);
       }
+      watch.stepBegins(before);
       agent.applyStep(step.config, step.inputs);
       if (!options.diff) {
         if (options.format == Format::text) text.stepDone();
         continue;
       }
       const std::vector<NodeChange> changes = engineDiff(before, model.committed());
-      const std::vector<TransientObject> transient = watch.stepDone(before);
+      const std::vector<TransientObject> transient = watch.stepDone();
       before = model.committed();
       switch (options.format) {
         case Format::text:

@@ -20,8 +20,9 @@ std::vector<Warning> transientWarnings(const Scenario& scenario) {
     Rib::EngineModel::Node before;
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
       const Step& step = scenario.steps[i];
+      watch.stepBegins(before);
       agent.applyStep(step.config, step.inputs);
-      for (const TransientObject& t : watch.stepDone(before)) {
+      for (const TransientObject& t : watch.stepDone()) {
         out.push_back({i + 1, step.marks.step, transientMessage(t), WarningClass::transient});
       }
       before = model.committed();

@@ -60,14 +60,17 @@ void TransientWatch::execute(const Rib::MioOp& op) {
 void TransientWatch::commit(Rib::CommitKind) {
   auto& copies = commits_.emplace_back();
   for (Path& path : touched_) {
-    if (copies.count(path)) continue;
+    if (copies.count(path) || !before_ || !present(find(*before_, path))) continue;
     const Node* now = find(model_.committed(), path);
     copies.emplace(std::move(path), present(now) ? std::optional<Node>(*now) : std::nullopt);
   }
   touched_.clear();
 }
 
-std::vector<TransientObject> TransientWatch::stepDone(const Node& before) {
+std::vector<TransientObject> TransientWatch::stepDone() {
+  if (!before_) return {};
+  const Node& before = *before_;
+  before_ = nullptr;
   std::map<Path, TransientObject> found;
   const std::size_t of = commits_.size();
   // The last commit leaves the step's own result, so a window opens at an earlier one.

@@ -42,11 +42,15 @@ class TransientWatch final : public Rib::MioSink {
   void execute(const Rib::MioOp& op) override;
   void commit(Rib::CommitKind kind) override;
 
-  // Ends a step that began on `before`: its transient objects, in tree order.
-  std::vector<TransientObject> stepDone(const Rib::EngineModel::Node& before);
+  // Begins a step on `before`, which must stay as it is until the step is done: only the
+  // objects it holds are copied at commits (a new object is never transient).
+  void stepBegins(const Rib::EngineModel::Node& before) { before_ = &before; }
+  // Ends the step: its transient objects, in tree order.
+  std::vector<TransientObject> stepDone();
 
  private:
   const Rib::EngineModel& model_;
+  const Rib::EngineModel::Node* before_ = nullptr;
   std::vector<std::vector<Rib::PathEntry>> touched_;  // objects since the last commit
   // Each commit's copies of the objects it touched (nothing: the object was absent).
   std::vector<std::map<std::vector<Rib::PathEntry>, std::optional<Rib::EngineModel::Node>>>
