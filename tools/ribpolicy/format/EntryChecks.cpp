@@ -159,7 +159,9 @@ EntryNotes listNotes(const std::string& what, const std::map<U32, MapEntryDef>& 
                    r.asPathLength, r.invert, r.commListSet.names(), r.exact);
   };
   std::map<RuleKey, std::vector<U32>> byFirstRule;
-  for (const auto& [seq, entry] : entries) {
+  for (const auto& item : entries) {
+    const U32 seq = item.first;
+    const MapEntryDef& entry = item.second;
     if (seq >= reached) break;
     std::optional<U32> shadow;
     for (const auto& [option, rule] : entry.match) {
@@ -180,15 +182,14 @@ EntryNotes listNotes(const std::string& what, const std::map<U32, MapEntryDef>& 
     if (!entry.match.empty()) byFirstRule[key(entry.match.begin()->second)].push_back(seq);
     if (!shadow) continue;
     const auto& rules = entries.at(*shadow).match;
-    std::string named;
-    for (const auto& [option, rule] : rules) {
-      named += (named.empty() ? "match " : ", match ") + optionLabel(option);
+    std::string message = what;
+    message += " entry " + std::to_string(seq) + " is never reached: entry " +
+               std::to_string(*shadow) + " before it takes every route it would (";
+    for (auto r = rules.begin(); r != rules.end(); ++r) {
+      message += (r == rules.begin() ? "match " : ", match ") + optionLabel(r->first);
     }
-    out.push_back(
-        {seq, WarningClass::shadowed,
-         what + " entry " + std::to_string(seq) + " is never reached: entry " +
-             std::to_string(*shadow) + " before it takes every route it would (" + named +
-             (rules.size() == entry.match.size() ? ", the same rules)" : ", fewer rules)")});
+    message += rules.size() == entry.match.size() ? ", the same rules)" : ", fewer rules)";
+    out.push_back({seq, WarningClass::shadowed, std::move(message)});
   }
   return out;
 }

@@ -102,6 +102,7 @@ std::vector<TransientObject> TransientWatch::stepDone() {
   commits_.clear();
   touched_.clear();
   std::vector<TransientObject> out;
+  out.reserve(found.size());
   for (auto& [path, o] : found) out.push_back(std::move(o));
   return out;
 }
