@@ -75,20 +75,41 @@ std::pair<bool, bool> asPathDialects(const Node& n, const std::string& regex) {
   return {!posix, !perl};
 }
 
-std::optional<std::string> networkIfHostBits(const Vela::Prefix& p) {
-  const std::uint32_t mask = p.length() == 0 ? 0u : ~0u << (32 - p.length());
-  if ((p.address().value() & ~mask) == 0) return std::nullopt;
-  return Vela::Prefix(Vela::IpAddr(p.address().value() & mask), p.length()).toString();
+namespace {
+
+std::string hostBitsText(const std::string& what, const std::string& written, const char* past,
+                         const std::string& network) {
+  return what + ' ' + written + " has host bits set past its " + past +
+         "; the engine gets the address as written (the network is " + network + ")";
 }
 
-std::optional<std::string> networkIfHostBits(const Vela::Ip6Prefix& p) {
+}  // namespace
+
+std::optional<std::string> hostBitsNote(const Vela::Prefix& p) {
+  const std::uint32_t mask = p.length() == 0 ? 0u : ~0u << (32 - p.length());
+  if ((p.address().value() & ~mask) == 0) return std::nullopt;
+  return hostBitsText(
+      "prefix", p.toString(), "length",
+      Vela::Prefix(Vela::IpAddr(p.address().value() & mask), p.length()).toString());
+}
+
+std::optional<std::string> hostBitsNote(const Vela::Ip6Prefix& p) {
   Vela::Ip6Addr::Bytes bytes = p.address().bytes();
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     const std::size_t kept = p.length() > 8 * i ? p.length() - 8 * i : 0;
     if (kept < 8) bytes[i] &= static_cast<std::uint8_t>(0xff00u >> kept);
   }
   if (bytes == p.address().bytes()) return std::nullopt;
-  return Vela::Ip6Prefix(Vela::Ip6Addr(bytes), p.length()).toString();
+  return hostBitsText("prefix", p.toString(), "length",
+                      Vela::Ip6Prefix(Vela::Ip6Addr(bytes), p.length()).toString());
+}
+
+std::optional<std::string> hostBitsNote(const Vela::IpAddrWithFullMask& source) {
+  const std::uint32_t address = source.address().value();
+  if ((address & ~source.mask()) == 0) return std::nullopt;
+  return hostBitsText(
+      "source", source.toString(), "mask",
+      Vela::IpAddrWithFullMask(Vela::IpAddr(address & source.mask()), source.mask()).toString());
 }
 
 namespace {

@@ -27,9 +27,11 @@ void checkLengthRange(const Fields& f, const std::string& prefix, U32 length, U3
 // of neither is an error at `n`, with the reason.
 std::pair<bool, bool> asPathDialects(const Node& n, const std::string& regex);
 
-// The network of a prefix whose address has bits set past its length, or nothing.
-std::optional<std::string> networkIfHostBits(const Vela::Prefix& p);
-std::optional<std::string> networkIfHostBits(const Vela::Ip6Prefix& p);
+// The warning about a prefix whose address has bits set past its length (a source past its
+// mask), naming the network, or nothing.
+std::optional<std::string> hostBitsNote(const Vela::Prefix& p);
+std::optional<std::string> hostBitsNote(const Vela::Ip6Prefix& p);
+std::optional<std::string> hostBitsNote(const Vela::IpAddrWithFullMask& source);
 
 // A warning about one entry of a list, found once the whole list is read.
 struct EntryNote {

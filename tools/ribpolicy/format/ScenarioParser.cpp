@@ -68,12 +68,11 @@ class MarkRecorder {
   }
 
   // Notes a warning at `n` in the step being read.
-  static void warn(const Node& n, WarningClass warning, std::string message) {
-    if (current_)
-      current_->marks_.notes.push_back({{n.line(), n.column()}, warning, std::move(message)});
-  }
   static void warn(Mark at, WarningClass warning, std::string message) {
     if (current_) current_->marks_.notes.push_back({at, warning, std::move(message)});
+  }
+  static void warn(const Node& n, WarningClass warning, std::string message) {
+    warn(Mark{n.line(), n.column()}, warning, std::move(message));
   }
 
  private:
@@ -284,12 +283,8 @@ EntryReader<Entry> prefixEntries(const std::string& what) {
     if (const Node* v = f.get("ge")) e.ge = number(*v, "ge", 0, kMaxLength);
     if (const Node* v = f.get("le")) e.le = number(*v, "le", 0, kMaxLength);
     checkLengthRange(f, e.prefix.toString(), e.prefix.length(), e.ge, e.le);
-    if (const std::optional<std::string> network = networkIfHostBits(e.prefix)) {
-      MarkRecorder::warn(f.need("prefix"), WarningClass::hostBits,
-                         "prefix " + e.prefix.toString() +
-                             " has host bits set past its length; the engine gets the address "
-                             "as written (the network is " +
-                             *network + ")");
+    if (std::optional<std::string> note = hostBitsNote(e.prefix)) {
+      MarkRecorder::warn(f.need("prefix"), WarningClass::hostBits, std::move(*note));
     }
     return e;
   });
@@ -368,14 +363,8 @@ EntryReader<Acl::RuleConfig> entryReader(const std::string& what) {
     r.action = action(f.need("action"));
     const Node& at = f.need("source");
     const Vela::IpAddrWithFullMask source = addressWithMask(at, "source");
-    if ((source.address().value() & ~source.mask()) != 0) {
-      const Vela::IpAddrWithFullMask network(Vela::IpAddr(source.address().value() & source.mask()),
-                                             source.mask());
-      MarkRecorder::warn(at, WarningClass::hostBits,
-                         "source " + source.toString() +
-                             " has host bits set past its mask; the engine gets the address as "
-                             "written (the network is " +
-                             network.toString() + ")");
+    if (std::optional<std::string> note = hostBitsNote(source)) {
+      MarkRecorder::warn(at, WarningClass::hostBits, std::move(*note));
     }
     r.filter = Acl::IpFilter(source);
     return r;
