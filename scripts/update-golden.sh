@@ -5,7 +5,8 @@
 # always, NAME.state, NAME.verify, NAME.check (check's warnings) and NAME.dot (the graph) where
 # they exist. A new scenario gets its .stream; to pin its final state, its verify verdict,
 # its warnings or its graph, create an empty NAME.state, NAME.verify, NAME.check or NAME.dot
-# first. NAME.args holds extra arguments of `run`, NAME.state-args those of `state` (e.g.
+# first. A scenario with NAME.error is one the reader refuses: only that file is rewritten, with
+# `check`'s located error. NAME.args holds extra arguments of `run`, NAME.state-args those of `state` (e.g.
 # --step 1).
 # Review `git diff tests/scenarios` before committing.
 #
@@ -25,6 +26,11 @@ count=0
 while IFS= read -r yaml; do
   base=${yaml%.yaml}
   [[ -z $pattern || $base == *"$pattern"* ]] || continue
+  if [ -f "$base.error" ]; then
+    "$bin" check "$yaml" 2> "$base.error" > /dev/null || true
+    count=$((count + 1))
+    continue
+  fi
   args=()
   if [ -f "$base.args" ]; then read -r -a args < "$base.args" || true; fi
   if ! "$bin" run "${args[@]}" "$yaml" > "$base.stream" 2> "$base.stderr"; then

@@ -3,6 +3,8 @@
 // NAME.stderr (or nothing) on standard error, with NAME.state when present (the output of
 // `ribpolicy state [ARGS] NAME.yaml`, ARGS from NAME.state-args when present), and with
 // NAME.verify when present; a scenario without NAME.verify must converge (verify exits 0).
+// NAME.error holds the located error of a scenario the reader refuses: every command then stops
+// on it (exit 2, nothing on standard output), and the scenario has no other golden file.
 // NAME.check holds the warnings that `ribpolicy check NAME.yaml` writes (and --werror must then
 // fail exactly when there are some); NAME.dot the output of `ribpolicy graph NAME.yaml`.
 // NAME.frr holds the FRR translation of every step, `ribpolicy frr --every-step NAME.yaml`,
@@ -32,8 +34,9 @@ using test_support::runTool;
 using test_support::scenarioTestName;
 
 const fs::path kScenarios = test_support::kGoldenScenarios;
-const std::set<std::string> kKinds = {".yaml", ".stream", ".stderr", ".state", ".verify",
-                                      ".args", ".check",  ".dot",    ".frr",   ".state-args"};
+const std::set<std::string> kKinds = {".yaml",   ".stream",     ".stderr", ".state",
+                                      ".verify", ".args",       ".check",  ".dot",
+                                      ".frr",    ".state-args", ".error"};
 
 // The differences between the golden file and what the program printed, as `diff -u` shows
 // them.
@@ -89,6 +92,15 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
     c.push_back(yaml);
     return c;
   };
+  if (fs::exists(file(".error"))) {
+    for (const char* name : {"check", "run", "state", "verify", "graph", "frr"}) {
+      const auto e = runTool({name, yaml});
+      EXPECT_EQ(e.status, 2) << name;
+      EXPECT_EQ(e.out, "") << name;
+      expectGolden(file(".error"), relativeTo(yaml, e.err));
+    }
+    return;
+  }
   const auto r = runTool(command("run", ".args"));
   EXPECT_EQ(r.status, 0) << r.err;
   expectGolden(file(".stream"), r.out);

@@ -87,6 +87,10 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
   const std::string unused =
       "steps:\n  - {config: {community-lists: {C: [{seq: 1, action: permit, "
       "type: standard, communities: ['1:1']}]}}}\n";
+  // The second step rebuilds RM, which the engine then lacks between two commits.
+  const std::string transient =
+      "the step leaves policy/route-map=\"RM\" absent between commits 1 and 15 of 15: the engine "
+      "holds no such object in between";
   const StatusCase cases[] = {
       {{"run"}, 0, "", "", ""},
       {{"run", "--format", "jsonl", "--state", file}, 0, "", "", ""},
@@ -112,10 +116,10 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
       {{"state"}, 2, "", "", ""},
       {{"verify"}, 2, "", "", ""},
       {{"check"}, 2, "", "", ""},
-      {{"check", file}, 0, file + ": ok, 2 steps\n", "", ""},
+      {{"check", file}, 0, file + ": ok, 2 steps, 1 warning\n", transient + " [-Wtransient]", ""},
       {{"--help"}, 0, "Usage: ribpolicy", "", ""},
       {{"--version"}, 0, "ribpolicy " RIBPOLICY_VERSION "\n", "", ""},
-      {{"check", "-"}, 0, "<stdin>: ok, 2 steps\n", "", kTwoSteps},
+      {{"check", "-"}, 0, "<stdin>: ok, 2 steps, 1 warning\n", transient, kTwoSteps},
       {{"state", "-"}, 2, "", "<stdin>:2:38: error: seq:", badStep},
       {{"run", "--trace", "Foo=8", file}, 2, "", "unknown trace namespace 'Foo' " + traceHelp, ""},
       {{"run", "--trace", "RouteMap=12", file}, 2, "", "level '12' for RouteMap " + traceHelp, ""},
@@ -123,8 +127,9 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
       {{"state", "--trace", "RouteMap=0,RibDynamicPrefixList=9", file}, 0, "\"engine\"", "", ""},
       {{"check", "--format", "json", file},
        0,
-       R"({"file":)" + nlohmann::json(file).dump() + R"(,"ok":true,"steps":2,"warnings":[]})" +
-           "\n",
+       R"({"file":)" + nlohmann::json(file).dump() +
+           R"(,"ok":true,"steps":2,"warnings":[{"step":2,"line":7,"column":5,"message":)" +
+           nlohmann::json(transient).dump() + R"(,"class":"transient"}]})" + "\n",
        "",
        ""},
       {{"check", "--format", "json", "-"},
@@ -145,7 +150,15 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
        R"("ok":false,"steps":1,"warnings":[{"step":1,"line":2,"column":33,"message":"community)",
        "<stdin>:2:33: error:",
        unused},
-      {{"check", "--werror", file}, 0, file + ": ok, 2 steps\n", "", ""},
+      {{"check", "--werror", file}, 2, "", "error: " + transient + " [-Werror=transient]", ""},
+      {{"check", "--werror=unused,cycle", file}, 0, file + ": ok, 2 steps, 1 warning\n", "", ""},
+      {{"check", "--werror=transient", "-"}, 0, "<stdin>: ok, 1 step, 1 warning\n", "", unused},
+      {{"check", "--werror=bogus", file}, 2, "", "unknown warning class 'bogus'", ""},
+      {{"check", "/nonexistent/s.yaml"},
+       2,
+       "",
+       "/nonexistent/s.yaml:1:1: error: cannot read the scenario file: No such file or directory",
+       ""},
       {{"frr", "--step", "1", file}, 0, "", "", ""},
       {{"frr", "--step", "3", file}, 2, "", "--step: " + file + " has 2 steps, not 3\n", ""},
       {{"frr", "--werror", "-"},

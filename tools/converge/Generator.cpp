@@ -46,8 +46,10 @@ const std::vector<std::string> kCommunityLists = {"C1", "C2", "C3", "C4"};
 const std::vector<std::string> kAccessLists = {"L1", "L2", "L3"};
 const std::vector<std::string> kDynamicPrefixLists = {"D1", "D2", "D3", "D4"};
 const std::vector<U32> kSeqs = {5, 10, 15, 20, 30, 40};
-const std::vector<std::string> kAsPathRegexes = {"^65000_", "_64512$", ".*",         "^$",
-                                                 "[0-9]+_", "(",       "_6451[0-9]_"};
+// Each a regular expression of both dialects: the writer leaves out a validity of [true, true],
+// and the reader then computes it from the expression.
+const std::vector<std::string> kAsPathRegexes = {"^65000_", "_64512$",         ".*",         "^$",
+                                                 "[0-9]+_", "^(65000|64512)_", "_6451[0-9]_"};
 const std::vector<std::string> kCommunityRegexes = {"^65000:.*$", "65001:[0-9]+", ".*", "^6:1:"};
 const std::vector<std::string> kInterfaces = {"Ethernet1/2",    "Port-Channel10", "Vlan100",
                                               "Loopback0",      "Management1",    "Tunnel5",
@@ -204,8 +206,9 @@ Acl::PrefixEntry Generator::prefixEntry(U32 seq) {
   e.permit = action();
   const U32 length = between(8, 32);
   e.prefix = Vela::Prefix(Vela::IpAddr(ipv4().value() & ~0u << (32 - length)), length);
+  // A range no prefix can meet is refused by the reader: le never below the length or ge.
   if (chance(0.3)) e.ge = between(length, 32);
-  if (chance(0.3)) e.le = between(length, 32);
+  if (chance(0.3)) e.le = between(std::max(e.ge, length), 32);
   return e;
 }
 
@@ -216,7 +219,7 @@ Acl::Ipv6PrefixEntry Generator::ipv6PrefixEntry(U32 seq) {
   const U32 length = between(32, 64);
   e.prefix = Vela::Ip6Prefix(ipv6(length), length);
   if (chance(0.3)) e.ge = between(length, 128);
-  if (chance(0.3)) e.le = between(length, 128);
+  if (chance(0.3)) e.le = between(std::max(e.ge, length), 128);
   return e;
 }
 

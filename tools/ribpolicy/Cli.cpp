@@ -3,10 +3,15 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
+#include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +23,7 @@
 #include "framework/rib/MioSink.h"
 #include "framework/vox/Trace.h"
 #include "tools/ribpolicy/agent/Agent.h"
+#include "tools/ribpolicy/agent/Transients.h"
 #include "tools/ribpolicy/agent/Verify.h"
 #include "tools/ribpolicy/format/DemoScenario.h"
 #include "tools/ribpolicy/format/FormatJson.h"
@@ -28,6 +34,7 @@
 #include "tools/ribpolicy/views/Graph.h"
 #include "tools/ribpolicy/views/StateJson.h"
 #include "tools/ribpolicy/views/TextWriter.h"
+#include "tools/ribpolicy/views/Transient.h"
 
 namespace ribpolicy {
 
@@ -146,8 +153,13 @@ std::optional<Scenario> loadScenario(const std::string& file, std::istream& in, 
     } else {
       // A file is parsed as it is read, never held whole: a large scenario then costs the
       // memory of its configuration only.
+      // The reason the system gives, so that a missing file and a forbidden one read apart.
+      errno = std::filesystem::is_directory(file) ? EISDIR : 0;
       std::ifstream fileIn(file, std::ios::binary);
-      if (!fileIn) throw InputError(1, 1, "cannot read the scenario file");
+      if (!fileIn || errno == EISDIR) {
+        throw InputError(1, 1,
+                         std::string("cannot read the scenario file: ") + std::strerror(errno));
+      }
       scenario = parseScenario(fileIn, [&] {
         std::ifstream again(file, std::ios::binary);
         return readAll(again);
@@ -190,14 +202,16 @@ struct RunOptions {
   bool diff = false;     // each step's net change instead of its operations
 };
 
-// The step line of the JSON-lines stream; with `diff`, the step's changes go in it.
+// The step line of the JSON-lines stream; with `diff`, the step's changes go in it, and its
+// transient objects when it has any.
 void jsonStepLine(std::size_t number, const Step& step, const std::vector<NodeChange>* diff,
-                  std::ostream& out) {
+                  const std::vector<TransientObject>* transient, std::ostream& out) {
   RibText::JsonWriter line;
   line.open('{');
   line.member("step").number(number);
   line.member("name").string(step.name);
   if (diff) writeDiff(line.member("diff"), *diff);
+  if (transient && !transient->empty()) writeTransient(line.member("transient"), *transient);
   line.close('}');
   out << line.text() << '\n';
 }
@@ -212,6 +226,8 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
   // costs more than everything else a run holds.
   std::vector<Rib::MioSink*> sinks;
   if (options.diff || options.withState) sinks.push_back(&model);
+  TransientWatch watch(model);
+  if (options.diff) sinks.push_back(&watch);
   if (!options.diff) {
     sinks.push_back(options.format == Format::text ? static_cast<Rib::MioSink*>(&text) : &jsonl);
   }
@@ -223,21 +239,26 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
     for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
       const Step& step = scenario.steps[i];
       if (options.format == Format::text) text.stepIs(i + 1, step.name, detachedNote(step.inputs));
-      if (options.format == Format::jsonl && !options.diff) jsonStepLine(i + 1, step, nullptr, out);
+      if (options.format == Format::jsonl && !options.diff) {
+        jsonStepLine(i + 1, step, nullptr, nullptr, out);
+      }
+      watch.stepBegins(before);
       agent.applyStep(step.config, step.inputs);
       if (!options.diff) {
         if (options.format == Format::text) text.stepDone();
         continue;
       }
       const std::vector<NodeChange> changes = engineDiff(before, model.committed());
+      const std::vector<TransientObject> transient = watch.stepDone();
       before = model.committed();
       switch (options.format) {
         case Format::text:
           for (const NodeChange& c : changes) out << diffLine(c, form) << '\n';
           if (changes.empty()) out << "       (no change)\n";
+          for (const TransientObject& t : transient) out << transientLine(t, form) << '\n';
           break;
         case Format::jsonl:
-          jsonStepLine(i + 1, step, &changes, out);
+          jsonStepLine(i + 1, step, &changes, &transient, out);
           break;
       }
     }
@@ -326,15 +347,48 @@ int verify(const Scenario& scenario, std::ostream& out) {
   return status;
 }
 
-// Parses and validates; then reports what the reference checks find, as warnings (exit 0) or,
-// with --werror, as errors (exit 2).
-int checkScenario(const Scenario& scenario, const std::string& shown, bool json, bool werror,
-                  std::ostream& out, std::ostream& err) {
-  const std::vector<Warning> warnings = scenarioWarnings(scenario);
-  const bool failed = werror && !warnings.empty();
+// The classes --werror names, "all" (what a plain --werror gives) for every one; nothing with
+// the error said when a name is no class.
+std::optional<std::set<WarningClass>> werrorClasses(const std::string& spec, std::ostream& err) {
+  std::set<WarningClass> classes;
+  std::stringstream items(spec);
+  for (std::string item; std::getline(items, item, ',');) {
+    bool known = item == "all";
+    for (const WarningClass c : kWarningClasses) {
+      if (item == "all" || item == warningClassName(c)) {
+        classes.insert(c);
+        known = true;
+      }
+    }
+    if (!known) {
+      std::string names;
+      for (const WarningClass c : kWarningClasses) names += std::string(warningClassName(c)) + ", ";
+      err << "ribpolicy: error: --werror: unknown warning class '" << item << "' (expected all or "
+          << names.substr(0, names.size() - 2) << ")\n";
+      return std::nullopt;
+    }
+  }
+  return classes;
+}
+
+// Parses and validates; then reports what the reference and entry checks find, as warnings
+// (exit 0) or, those of the classes `werror` holds, as errors (exit 2).
+int checkScenario(const Scenario& scenario, const std::string& shown, bool json,
+                  const std::set<WarningClass>& werror, std::ostream& out, std::ostream& err) {
+  std::vector<Warning> warnings = scenarioWarnings(scenario);
+  // A step's transient objects come first among its warnings, at the step itself.
+  const std::vector<Warning> transient = transientWarnings(scenario);
+  warnings.insert(warnings.begin(), transient.begin(), transient.end());
+  std::stable_sort(warnings.begin(), warnings.end(),
+                   [](const Warning& a, const Warning& b) { return a.step < b.step; });
+  bool failed = false;
   for (const Warning& w : warnings) {
+    const bool error = werror.count(w.warning) > 0;
+    failed = failed || error;
+    const std::string_view name = warningClassName(w.warning);
     err << shown << ':' << w.mark.line << ':' << w.mark.column
-        << (werror ? ": error: " : ": warning: ") << w.message << '\n';
+        << (error ? ": error: " : ": warning: ") << w.message << " [-W" << (error ? "error=" : "")
+        << name << "]\n";
   }
   if (json) {
     RibText::JsonWriter j;
@@ -349,6 +403,7 @@ int checkScenario(const Scenario& scenario, const std::string& shown, bool json,
       j.member("line").number(w.mark.line);
       j.member("column").number(w.mark.column);
       j.member("message").string(w.message);
+      j.member("class").string(warningClassName(w.warning));
       j.close('}');
     }
     j.close(']');
@@ -445,8 +500,10 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   check->add_option("FILE", file, "scenario file, - for standard input")->required();
   check->add_option("--format", format, "text (for people) or json (one object)")
       ->check(CLI::IsMember({"text", "json"}));
+  std::string checkWerror;
+  check->add_flag("--werror{all}", checkWerror,
+                  "report warnings as errors (exit 2); --werror=CLASS,... only those classes");
   bool werror = false;
-  check->add_flag("--werror", werror, "report the reference warnings as errors (exit 2)");
 
   std::size_t graphStep = 0;
   CLI::App* graph = app.add_subcommand("graph", "write a step's policy as a Graphviz DOT graph");
@@ -545,6 +602,8 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     return kExitBadInput;
   }
 
+  const std::optional<std::set<WarningClass>> classes = werrorClasses(checkWerror, err);
+  if (!classes) return kExitBadInput;
   const bool json = format == "json";
   const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
   if (!scenario) return kExitBadInput;
@@ -557,7 +616,7 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
         << (steps == 1 ? " step" : " steps") << ", not " << step << '\n';
     return true;
   };
-  if (used == check) return checkScenario(*scenario, shownName(file), json, werror, out, err);
+  if (used == check) return checkScenario(*scenario, shownName(file), json, *classes, out, err);
   if (used == graph) {
     if (beyond(graphStep)) return kExitBadInput;
     writePolicyGraph(scenario->steps[graphStep == 0 ? steps - 1 : graphStep - 1].config, out);

@@ -31,15 +31,13 @@ struct Case {
 };
 
 const Case kCases[] = {
-    {"an exact entry is bare; ranges keep their bounds; host bits go; ge below the length has no "
-     "form",
+    {"an exact entry is bare; ranges keep their bounds; host bits go",
      "      prefix-lists:\n"
      "        P:\n"
      "          - {seq: 10, action: permit, prefix: 10.1.2.3/8}\n"
      "          - {seq: 20, action: deny, prefix: 10.0.0.0/8, ge: 16}\n"
      "          - {seq: 30, action: permit, prefix: 10.0.0.0/8, le: 24}\n"
      "          - {seq: 40, action: permit, prefix: 11.0.0.0/8, ge: 8, le: 8}\n"
-     "          - {seq: 50, action: permit, prefix: 12.0.0.0/8, ge: 4}\n"
      "          - {seq: 60, action: permit, prefix: 10.0.0.0/8}\n"
      "      ipv6-prefix-lists:\n"
      "        P: [{seq: 5, action: permit, prefix: \"2001:db8::1/32\", ge: 48, le: 64}]\n",
@@ -47,8 +45,6 @@ const Case kCases[] = {
      "ip prefix-list P seq 20 deny 10.0.0.0/8 ge 16\n"
      "ip prefix-list P seq 30 permit 10.0.0.0/8 le 24\n"
      "ip prefix-list P seq 40 permit 11.0.0.0/8\n"
-     "! no FRR form: ip prefix-list P seq 50: permit 12.0.0.0/8 ge 4: FRR takes only length <= "
-     "ge <= le <= 32\n"
      "! no FRR form: ip prefix-list P seq 60: repeats the value of an earlier entry (FRR keeps "
      "one; the later never decides)\n"
      "!\n"
@@ -67,7 +63,7 @@ const Case kCases[] = {
      "        A:\n"
      "          - {seq: 10, action: deny, regex: \"^64500_\"}\n"
      "          - {seq: 20, action: permit, regex: \"_1$\", origin: 1}\n"
-     "          - {seq: 30, action: permit, regex: \"^6450[\"}\n"
+     "          - {seq: 30, action: permit, regex: \"^6450[\", valid: [true, true]}\n"
      "          - {seq: 40, action: permit, regex: \"^a$\"}\n"
      "        OFF: [{seq: 10, action: permit, regex: \"^1$\", valid: [false, true]}]\n",
      "bgp as-path access-list A seq 10 deny ^64500_\n"

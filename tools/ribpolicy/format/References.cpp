@@ -9,6 +9,8 @@
 #include <tuple>
 #include <utility>
 
+#include "tools/ribpolicy/format/ScenarioValues.h"
+
 namespace ribpolicy {
 
 bool entersPolicyMap(const Reference& r) {
@@ -305,12 +307,21 @@ std::vector<Finding> referenceFindings(const ReferenceAnalysis& a) {
   std::vector<Finding> out;
   for (const Reference& r : a.references) {
     if (r.configured) continue;
-    out.push_back(
-        {r.markPath, referrer(r) + " refers to " + object(r.to) + ", which is not configured"});
+    // A configured name of the kind one edit away is most likely the one meant.
+    std::string guess;
+    for (const ObjectRef& o : a.objects) {
+      if (o.kind == r.to.kind && reader::oneEditApart(r.to.name, o.name)) {
+        guess = "; did you mean " + quoted(o.name) + "?";
+        break;
+      }
+    }
+    out.push_back({r.markPath,
+                   referrer(r) + " refers to " + object(r.to) + ", which is not configured" + guess,
+                   WarningClass::undefined});
   }
   for (const ObjectRef& o : a.unused) {
     out.push_back({std::string(sectionOf(o.kind).key) + '/' + o.name,
-                   object(o) + " is configured but nothing refers to it"});
+                   object(o) + " is configured but nothing refers to it", WarningClass::unused});
   }
   for (const Cycle& cycle : a.cycles) {
     std::string chain;
@@ -333,7 +344,8 @@ std::vector<Finding> referenceFindings(const ReferenceAnalysis& a) {
                        (cycle.members.size() == 1
                             ? "; it keeps itself in the policy map once nothing else refers to it"
                             : "; its members keep each other in the policy map once nothing "
-                              "else refers to them")});
+                              "else refers to them"),
+                   WarningClass::cycle});
   }
   return out;
 }
@@ -349,13 +361,21 @@ std::vector<Warning> scenarioWarnings(const Scenario& scenario) {
   std::set<std::tuple<int, int, std::string>> reported;
   for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
     const Step& step = scenario.steps[i];
-    const std::vector<Finding> found = referenceFindings(analyzeReferences(step.config));
+    std::vector<Finding> found = referenceFindings(analyzeReferences(step.config));
     const std::size_t firstOfStep = out.size();
     for (const Finding& f : found) {
       if (previous.count(f)) continue;
       const Mark mark = step.marks.find(f.path);
       if (!reported.emplace(mark.line, mark.column, f.message).second) continue;
-      out.push_back({i + 1, mark, f.message});
+      out.push_back({i + 1, mark, f.message, f.warning});
+    }
+    // The reader's notes name their entry in the message, which then stands for the finding.
+    for (const ReaderNote& n : step.marks.notes) {
+      Finding f{"", n.message, n.warning};
+      if (!previous.count(f) && reported.emplace(n.mark.line, n.mark.column, n.message).second) {
+        out.push_back({i + 1, n.mark, n.message, n.warning});
+      }
+      found.push_back(std::move(f));
     }
     // In the order of the text, as a reader goes through the step.
     std::stable_sort(out.begin() + static_cast<std::ptrdiff_t>(firstOfStep), out.end(),

@@ -70,6 +70,7 @@ ReferenceAnalysis analyzeReferences(const ScenarioConfig& config);
 struct Finding {
   std::string path;
   std::string message;
+  WarningClass warning = WarningClass::undefined;
   // NOLINTNEXTLINE(modernize-use-nullptr): the defaulted comparison has no pointer in it.
   friend auto operator<=>(const Finding&, const Finding&) = default;
   friend bool operator==(const Finding&, const Finding&) = default;
@@ -82,10 +83,11 @@ struct Warning {
   std::size_t step = 0;  // 1-based
   Mark mark;
   std::string message;
+  WarningClass warning = WarningClass::undefined;
 };
 
-// The findings of every step of `scenario`, each reported once: see the definition for how
-// steps that repeat a configuration are folded.
+// The findings of every step of `scenario` and what the reader noted in it, each reported
+// once: see the definition for how steps that repeat a configuration are folded.
 std::vector<Warning> scenarioWarnings(const Scenario& scenario);
 
 }  // namespace ribpolicy

@@ -7,6 +7,26 @@
 
 namespace ribpolicy {
 
+std::string_view warningClassName(WarningClass c) {
+  switch (c) {
+    case WarningClass::undefined:
+      return "undefined";
+    case WarningClass::unused:
+      return "unused";
+    case WarningClass::cycle:
+      return "cycle";
+    case WarningClass::hostBits:
+      return "host-bits";
+    case WarningClass::unreachable:
+      return "unreachable";
+    case WarningClass::shadowed:
+      return "shadowed";
+    case WarningClass::transient:
+      return "transient";
+  }
+  return "";
+}
+
 void StepMarks::record(std::string_view p, Mark mark) {
   // A path recorded again at once (a scope's own place, then its value's) keeps one record.
   if (!records_.empty() && path(records_.back()) == p) {
@@ -33,6 +53,8 @@ void StepMarks::take(StepMarks& other) {
   } else {
     for (const Record& r : other.records_) record(other.path(r), r.mark);
   }
+  notes.insert(notes.end(), std::make_move_iterator(other.notes.begin()),
+               std::make_move_iterator(other.notes.end()));
   other = StepMarks();
 }
 
@@ -61,7 +83,9 @@ const Mark* StepMarks::at(std::string_view p) const {
 }
 
 bool operator==(const StepMarks& a, const StepMarks& b) {
-  if (a.step != b.step || a.records_.size() != b.records_.size()) return false;
+  if (a.step != b.step || a.records_.size() != b.records_.size() || a.notes != b.notes) {
+    return false;
+  }
   for (std::size_t i = 0; i < a.records_.size(); ++i) {
     if (a.path(a.records_[i]) != b.path(b.records_[i]) ||
         a.records_[i].mark != b.records_[i].mark) {

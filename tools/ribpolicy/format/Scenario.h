@@ -173,6 +173,35 @@ struct Mark {
   friend bool operator==(const Mark&, const Mark&) = default;
 };
 
+// The kinds of warning `check` gives, each named in its text and selectable by --werror:
+// references (a name nothing configures, an object nothing refers to, a cycle), entries
+// (host bits set, entries never reached), and objects a step leaves absent or partial
+// between two of its commits.
+enum class WarningClass : std::uint8_t {
+  undefined,
+  unused,
+  cycle,
+  hostBits,
+  unreachable,
+  shadowed,
+  transient,
+};
+inline constexpr WarningClass kWarningClasses[] = {
+    WarningClass::undefined, WarningClass::unused,      WarningClass::cycle,
+    WarningClass::hostBits,  WarningClass::unreachable, WarningClass::shadowed,
+    WarningClass::transient,
+};
+// "undefined", "unused", "cycle", "host-bits", "unreachable", "shadowed", "transient".
+std::string_view warningClassName(WarningClass c);
+
+// Something the reader found worth a warning in a step's text, at its place.
+struct ReaderNote {
+  Mark mark;
+  WarningClass warning = WarningClass::hostBits;
+  std::string message;
+  friend bool operator==(const ReaderNote&, const ReaderNote&) = default;
+};
+
 // Where a step's text defines objects and refers to them, so that what is found in the parsed
 // configuration later (a name nothing defines, a cycle) can be reported at its place. Kept
 // beside the configuration rather than in it: two steps whose configurations differ only in
@@ -207,6 +236,9 @@ class StepMarks {
       path = path.substr(0, slash);
     }
   }
+  // What the reader found worth a warning in the step, in the order it was found.
+  std::vector<ReaderNote> notes;
+
   std::size_t size() const { return records_.size(); }
   std::size_t pathBytes() const { return paths_.size(); }
   friend bool operator==(const StepMarks& a, const StepMarks& b);

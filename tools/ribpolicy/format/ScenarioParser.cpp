@@ -9,12 +9,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
 
 #include "framework/l3/VrfName.h"
+#include "tools/ribpolicy/format/EntryChecks.h"
 #include "tools/ribpolicy/format/Format.h"
 #include "tools/ribpolicy/format/RouteReader.h"
 #include "tools/ribpolicy/format/ScenarioValues.h"
@@ -64,6 +66,14 @@ class MarkRecorder {
       throw InputError(list.line(), list.column(), "invalid YAML: too much text");
     }
     current_->marks_.take(early);
+  }
+
+  // Notes a warning at `n` in the step being read.
+  static void warn(Mark at, WarningClass warning, std::string message) {
+    if (current_) current_->marks_.notes.push_back({at, warning, std::move(message)});
+  }
+  static void warn(const Node& n, WarningClass warning, std::string message) {
+    warn(Mark{n.line(), n.column()}, warning, std::move(message));
   }
 
  private:
@@ -167,14 +177,28 @@ class EntryReader {
         const auto first = std::find_if(lines_.begin(), lines_.end(),
                                         [&](const auto& l) { return l.first == seq; });
         fail(seqNode, "duplicate sequence number " + std::to_string(seq) + " in " + what_ +
-                          " (first at line " + std::to_string(first->second) + ")");
+                          " (first at line " + std::to_string(first->second.line) + ")");
       }
     }
-    lines_.emplace_back(seq, seqNode.line());
+    lines_.emplace_back(seq, Mark{seqNode.line(), seqNode.column()});
     entries_.emplace_hint(at, seq, body_(f, seq));
   }
-  // After the last entry: the lines are needed no more.
-  void finish() { std::vector<std::pair<U32, int>>().swap(lines_); }
+  // After the last entry: what the whole list holds is noted at its entries' sequence numbers,
+  // and then the places are needed no more.
+  void finish() {
+    if constexpr (requires(const std::map<U32, T>& m) { listNotes(std::string(), m); }) {
+      if (!lines_.empty()) {
+        std::sort(lines_.begin(), lines_.end(),
+                  [](const auto& a, const auto& b) { return a.first < b.first; });
+        for (EntryNote& note : listNotes(what_, entries_)) {
+          const auto at = std::lower_bound(lines_.begin(), lines_.end(), note.seq,
+                                           [](const auto& l, U32 seq) { return l.first < seq; });
+          MarkRecorder::warn(at->second, note.warning, std::move(note.message));
+        }
+      }
+    }
+    std::vector<std::pair<U32, Mark>>().swap(lines_);
+  }
   std::map<U32, T> take() {
     finish();
     return std::move(entries_);
@@ -186,7 +210,7 @@ class EntryReader {
   std::span<const std::string_view> keys_;
   Body body_;
   std::map<U32, T> entries_;
-  std::vector<std::pair<U32, int>> lines_;  // each sequence number's line, in reading order
+  std::vector<std::pair<U32, Mark>> lines_;  // each sequence number's place, in reading order
 };
 
 // The entries of one list, read while the document was parsed. Whatever was wrong with them is
@@ -207,7 +231,11 @@ class EarlyEntries final : public yaml::EarlyList {
       error = e;
     }
   }
-  void finish() override { reader_.finish(); }
+  void finish() override {
+    if (error) return;
+    MarkRecorder recorder(marks, path_);
+    reader_.finish();
+  }
   EntryReader<T>& reader() { return reader_; }
 
   std::optional<InputError> error;
@@ -255,6 +283,10 @@ EntryReader<Entry> prefixEntries(const std::string& what) {
     }
     if (const Node* v = f.get("ge")) e.ge = number(*v, "ge", 0, kMaxLength);
     if (const Node* v = f.get("le")) e.le = number(*v, "le", 0, kMaxLength);
+    checkLengthRange(f, e.prefix.toString(), e.prefix.length(), e.ge, e.le);
+    if (std::optional<std::string> note = hostBitsNote(e.prefix)) {
+      MarkRecorder::warn(f.need("prefix"), WarningClass::hostBits, std::move(*note));
+    }
     return e;
   });
 }
@@ -283,13 +315,15 @@ EntryReader<Acl::AsPathEntry> entryReader(const std::string& what) {
         e.origin = number(*o, "origin", 0, 0xffffffffu, "0, 1, 2 or any");
       }
     }
-    e.validMode0 = true;
-    e.validMode1 = true;
+    // The configuration computes an expression's validity in each dialect; `valid` overrides
+    // it, which is how a scenario shows the library an entry invalid in both.
     if (const Node* v = f.get("valid")) {
       constexpr std::string_view kWhat = "a pair [valid in mode 0, valid in mode 1]";
       if (!v->isList() || v->size() != 2) expected(*v, "valid", kWhat);
       e.validMode0 = boolean((*v)[0], "valid");
       e.validMode1 = boolean((*v)[1], "valid");
+    } else {
+      std::tie(e.validMode0, e.validMode1) = asPathDialects(f.need("regex"), e.regex);
     }
     return e;
   });
@@ -328,7 +362,12 @@ EntryReader<Acl::RuleConfig> entryReader(const std::string& what) {
   return EntryReader<Acl::RuleConfig>(what, kKeys, [](const Fields& f, U32) {
     Acl::RuleConfig r;
     r.action = action(f.need("action"));
-    r.filter = Acl::IpFilter(addressWithMask(f.need("source"), "source"));
+    const Node& at = f.need("source");
+    const Vela::IpAddrWithFullMask source = addressWithMask(at, "source");
+    if (std::optional<std::string> note = hostBitsNote(source)) {
+      MarkRecorder::warn(at, WarningClass::hostBits, std::move(*note));
+    }
+    r.filter = Acl::IpFilter(source);
     return r;
   });
 }
@@ -347,7 +386,7 @@ MatchOption matchOption(const Node& n) {
       if (!row.name.empty()) names.push_back(row.name);
     }
     fail(n, "option: unknown match option " + quote(s) +
-                " (expected a number or a name: " + joinKeys(names) + ")");
+                " (expected a number or a name: " + joinKeys(names) + ")" + didYouMean(s, names));
   }
   return static_cast<MatchOption>(*v);
 }

@@ -53,6 +53,26 @@ std::string joinKeys(std::span<const std::string_view> keys) {
 
 // --- Mappings with a fixed set of keys --------------------------------------------------
 
+bool oneEditApart(std::string_view a, std::string_view b) {
+  if (a == b) return false;
+  if (a.size() > b.size()) std::swap(a, b);
+  if (b.size() - a.size() > 1) return false;
+  std::size_t i = 0;
+  while (i < a.size() && a[i] == b[i]) ++i;
+  if (a.size() < b.size()) return a.substr(i) == b.substr(i + 1);  // one byte inserted
+  if (a.substr(i + 1) == b.substr(i + 1)) return true;             // one byte replaced
+  // Two neighbours swapped.
+  return i + 1 < a.size() && a[i] == b[i + 1] && a[i + 1] == b[i] &&
+         a.substr(i + 2) == b.substr(i + 2);
+}
+
+std::string didYouMean(std::string_view name, std::span<const std::string_view> known) {
+  for (const std::string_view k : known) {
+    if (oneEditApart(name, k)) return "; did you mean " + quote(k) + "?";
+  }
+  return {};
+}
+
 Fields::Fields(const Node& node, std::string what, std::span<const std::string_view> allowed)
     : node_(node), what_(std::move(what)) {
   if (node.isNull()) return;
@@ -63,8 +83,8 @@ Fields::Fields(const Node& node, std::string what, std::span<const std::string_v
     if (!key.isText()) expected(key, what_, "a key name");
     const std::string_view name = key.text();
     if (std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
-      fail(key,
-           "unknown key " + quote(name) + " in " + what_ + " (expected " + joinKeys(allowed) + ")");
+      fail(key, "unknown key " + quote(name) + " in " + what_ + " (expected " + joinKeys(allowed) +
+                    ")" + didYouMean(name, allowed));
     }
     for (const Field& m : members_) {
       if (m.name == name) {

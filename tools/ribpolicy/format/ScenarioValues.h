@@ -37,6 +37,10 @@ std::string quote(std::string_view text);
 std::string describe(const Node& n);
 // "a, b or c".
 std::string joinKeys(std::span<const std::string_view> keys);
+// Whether `b` is `a` with one byte inserted, removed or replaced, or two neighbours swapped.
+bool oneEditApart(std::string_view a, std::string_view b);
+// "; did you mean 'k'?" for the first of `known` one edit away from `name`, or nothing.
+std::string didYouMean(std::string_view name, std::span<const std::string_view> known);
 
 [[noreturn]] void fail(const Node& at, const std::string& message);
 // "KEY: expected WHAT, got DESCRIPTION".
