@@ -129,6 +129,11 @@ Json setClauses() {
     if (row.form == SetForm::number) {
       c["low"] = row.low;
       c["high"] = row.high;
+      if (!row.names.empty()) {
+        Json names = Json::object();
+        for (const NamedNumber& n : row.names) names[std::string(n.name)] = n.number;
+        c["names"] = std::move(names);
+      }
     }
     if (row.form == SetForm::communities) {
       c["communities"] = communityKindName(row.communityKind);
