@@ -393,7 +393,7 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   app.set_help_all_flag("--help-all", "Print this help message and every command's options");
   app.footer(
       "FILE - reads the scenario from standard input. Exit status: 0 success, 1 verify found a "
-      "difference, 2 bad input or bad usage.");
+      "difference or diff a change, 2 bad input or bad usage.");
 
   std::string file;
   std::string format = "text";
