@@ -300,12 +300,14 @@ std::optional<std::vector<std::string>> communityTexts(U32 nodeTag, U32 tag,
 
 std::vector<TagName> pathTagNames() {
   std::vector<TagName> out;
+  out.reserve(kPathNames.size());
   for (const PathName& p : kPathNames) out.push_back({0, p.tag, p.name});
   return out;
 }
 
 std::vector<TagName> valueTagNames() {
   std::vector<TagName> out;
+  out.reserve(kValueNames.size());
   for (const ValueName& v : kValueNames) out.push_back({v.node, v.tag, v.name});
   return out;
 }

@@ -805,7 +805,7 @@ ActionNames parseActionNames(const Node* n) {
   ActionNames names;
   if (!n || n->isNull()) return names;
   if (!n->isMapping()) expected(*n, "action-names", "a mapping {NAME: action-N}");
-  const std::string unnamed = unnamedActionKeys();
+  const std::string& unnamed = unnamedActionKeys();
   for (const yaml::Member& m : n->members()) {
     if (!m.key.isText()) expected(m.key, "action-names", "a name");
     const std::string_view name = m.key.text();
