@@ -4,4 +4,4 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
 cmake --build --preset release
-ctest --preset release --timeout 300
+ctest --preset release --timeout 300 -j2

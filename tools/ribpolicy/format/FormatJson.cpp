@@ -1,19 +1,18 @@
 #include "tools/ribpolicy/format/FormatJson.h"
 
-#include <nlohmann/json.hpp>
-
 #include <optional>
 #include <span>
 #include <string_view>
 #include <type_traits>
 
+#include "RibText/JsonWriter.h"
 #include "tools/ribpolicy/format/Format.h"
 
 namespace ribpolicy {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using RibText::JsonWriter;
 
 std::string_view versioningName(Versioning v) {
   switch (v) {
@@ -62,125 +61,139 @@ std::string_view communityKindName(Acl::CommunityType kind) {
 }
 
 // A kind of object by the section that configures it.
-Json refers(const std::optional<ObjectKind>& kind) {
-  return kind ? Json(sectionOf(*kind).key) : Json(nullptr);
-}
-
-Json keyList(const auto& keys) {
-  Json out = Json::array();
-  for (const std::string_view key : keys) {
-    if (!key.empty()) out.push_back(key);
+void refers(JsonWriter& w, const std::optional<ObjectKind>& kind) {
+  if (kind) {
+    w.member("refers").string(sectionOf(*kind).key);
+  } else {
+    w.member("refers").raw("null");
   }
-  return out;
 }
 
-Json sections() {
-  Json out = Json::array();
+void keyList(JsonWriter& w, std::string_view name, const auto& keys) {
+  w.member(name).open('[');
+  for (const std::string_view key : keys) {
+    if (!key.empty()) w.item().string(key);
+  }
+  w.close(']');
+}
+
+// A row that names what a key of the configuration refers to.
+void keyRefers(JsonWriter& w, std::string_view key, ObjectKind kind) {
+  w.item().open('{');
+  w.member("key").string(key);
+  w.member("refers").string(sectionOf(kind).key);
+  w.close('}');
+}
+
+void sections(JsonWriter& w) {
+  w.member("sections").open('[');
   forEachSection([&](const auto& section) {
     using Def = typename std::decay_t<decltype(section)>::Definition;
-    Json s = Json::object();
-    s["key"] = section.key;
-    s["label"] = section.label;
-    s["versioning"] = versioningName(section.versioning);
-    s["entries"] = EntryDefinition<Def>;
-    s["keys"] = keyList(definitionKeys<Def>());
-    s["usedOnlyHere"] = section.usedOnlyHere;
-    out.push_back(std::move(s));
+    w.item().open('{');
+    w.member("key").string(section.key);
+    w.member("label").string(section.label);
+    w.member("versioning").string(versioningName(section.versioning));
+    w.member("entries").boolean(EntryDefinition<Def>);
+    keyList(w, "keys", definitionKeys<Def>());
+    w.member("usedOnlyHere").boolean(section.usedOnlyHere);
+    w.close('}');
   });
-  return out;
+  w.close(']');
 }
 
-Json matchForms() {
-  Json out = Json::array();
+void matchForms(JsonWriter& w) {
+  w.member("matchForms").open('[');
   for (const MatchFormRow& form : kMatchForms) {
-    Json f = Json::object();
-    f["name"] = form.name;
-    f["keys"] = keyList(form.keys);
-    f["required"] = keyList(std::span(form.keys.data(), form.required));
+    w.item().open('{');
+    w.member("name").string(form.name);
+    keyList(w, "keys", form.keys);
+    keyList(w, "required", std::span(form.keys.data(), form.required));
     if (form.low != 0 || form.high != kNoLimit) {
-      f["low"] = form.low;
-      f["high"] = form.high;
+      w.member("low").number(form.low);
+      w.member("high").number(form.high);
     }
-    out.push_back(std::move(f));
+    w.close('}');
   }
-  return out;
+  w.close(']');
 }
 
-Json matchOptions() {
-  Json out = Json::array();
+void matchOptions(JsonWriter& w) {
+  w.member("matchOptions").open('[');
   for (const MatchOptionRow& row : kMatchOptions) {
-    Json o = Json::object();
-    o["name"] = row.name.empty() ? Json(nullptr) : Json(row.name);
-    o["option"] = row.option;
-    o["form"] = formRow(row.form).name;
-    o["refers"] = refers(row.refers);
-    out.push_back(std::move(o));
+    w.item().open('{');
+    if (row.name.empty()) {
+      w.member("name").raw("null");
+    } else {
+      w.member("name").string(row.name);
+    }
+    w.member("option").number(static_cast<U32>(row.option));
+    w.member("form").string(formRow(row.form).name);
+    refers(w, row.refers);
+    w.close('}');
   }
-  return out;
+  w.close(']');
 }
 
-Json setClauses() {
-  Json out = Json::array();
+void setClauses(JsonWriter& w) {
+  w.member("setClauses").open('[');
   for (const SetClauseRow& row : kSetClauses) {
-    Json c = Json::object();
-    c["key"] = row.key;
-    c["bit"] = static_cast<U32>(row.bit);
-    c["form"] = setFormName(row.form);
+    w.item().open('{');
+    w.member("key").string(row.key);
+    w.member("bit").number(static_cast<U32>(row.bit));
+    w.member("form").string(setFormName(row.form));
     if (row.form == SetForm::number) {
-      c["low"] = row.low;
-      c["high"] = row.high;
+      w.member("low").number(row.low);
+      w.member("high").number(row.high);
       if (!row.names.empty()) {
-        Json names = Json::object();
-        for (const NamedNumber& n : row.names) names[std::string(n.name)] = n.number;
-        c["names"] = std::move(names);
+        w.member("names").open('{');
+        for (const NamedNumber& n : row.names) w.member(n.name).number(n.number);
+        w.close('}');
       }
     }
     if (row.form == SetForm::communities) {
-      c["communities"] = communityKindName(row.communityKind);
-      Json flags = Json::array();
+      w.member("communities").string(communityKindName(row.communityKind));
+      w.member("flags").open('[');
       for (U32 flag = 0; flag < 8; ++flag) {
-        if (carries(row, static_cast<Acl::CommSetFlag>(flag))) flags.push_back(flag);
+        if (carries(row, static_cast<Acl::CommSetFlag>(flag))) w.item().number(flag);
       }
-      c["flags"] = std::move(flags);
-      c["defaultFlag"] = static_cast<U32>(row.defaultFlag);
-      c["linkBandwidth"] = row.linkBandwidth;
+      w.close(']');
+      w.member("defaultFlag").number(static_cast<U32>(row.defaultFlag));
+      w.member("linkBandwidth").boolean(row.linkBandwidth);
     }
-    c["refers"] = refers(row.refers);
-    out.push_back(std::move(c));
+    refers(w, row.refers);
+    w.close('}');
   }
-  return out;
+  w.close(']');
 }
 
 }  // namespace
 
 std::string formatTableJson() {
-  Json table = Json::object();
-  Json config = Json::array();
-  Json modes = Json::array();
-  for (const ModeRow& mode : kModes) {
-    config.push_back(mode.key);
-    modes.push_back(mode.key);
-  }
-  for (const SectionRow& row : kSections) config.push_back(row.key);
-  config.push_back(kPolicyMapSection.key);
-  table["config"] = std::move(config);
-  table["modes"] = std::move(modes);
-  table["sections"] = sections();
-  Json held = Json::array();
-  for (const HeldNamesRow& row : kPolicyMapLists) {
-    held.push_back({{"key", row.key}, {"refers", sectionOf(row.kind).key}});
-  }
-  table["policyMap"] = {{"key", kPolicyMapSection.key}, {"lists", std::move(held)}};
-  Json fields = Json::array();
-  for (const NameFieldRow& row : kDynamicPrefixListFields) {
-    fields.push_back({{"key", row.key}, {"refers", sectionOf(row.kind).key}});
-  }
-  table["dynamicPrefixListFields"] = std::move(fields);
-  table["matchRuleKeys"] = keyList(kMatchRuleKeys);
-  table["matchForms"] = matchForms();
-  table["matchOptions"] = matchOptions();
-  table["setClauses"] = setClauses();
-  return table.dump(2) + '\n';
+  JsonWriter w(true);
+  w.open('{');
+  w.member("config").open('[');
+  for (const ModeRow& mode : kModes) w.item().string(mode.key);
+  for (const SectionRow& row : kSections) w.item().string(row.key);
+  w.item().string(kPolicyMapSection.key);
+  w.close(']');
+  w.member("modes").open('[');
+  for (const ModeRow& mode : kModes) w.item().string(mode.key);
+  w.close(']');
+  sections(w);
+  w.member("policyMap").open('{');
+  w.member("key").string(kPolicyMapSection.key);
+  w.member("lists").open('[');
+  for (const HeldNamesRow& row : kPolicyMapLists) keyRefers(w, row.key, row.kind);
+  w.close(']').close('}');
+  w.member("dynamicPrefixListFields").open('[');
+  for (const NameFieldRow& row : kDynamicPrefixListFields) keyRefers(w, row.key, row.kind);
+  w.close(']');
+  keyList(w, "matchRuleKeys", kMatchRuleKeys);
+  matchForms(w);
+  matchOptions(w);
+  setClauses(w);
+  w.close('}');
+  return w.take() + '\n';
 }
 
 }  // namespace ribpolicy

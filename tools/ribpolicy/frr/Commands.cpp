@@ -141,7 +141,7 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
       if (json) {
         line.member("frr").open('[');
         for (const std::string& l : frr.sent()) line.item().string(l);
-        line.close('[').close('{');
+        line.close(']').close('}');
         out << line.text() << '\n';
       } else {
         for (const std::string& l : frr.sent()) out << "  " << l << '\n';
@@ -192,7 +192,7 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
         j.member("status").string(skipped ? "skipped" : differ.empty() ? "ok" : "differs");
         j.member("differences").open('[');
         for (const std::string& x : differ) j.item().string(x);
-        j.close('[').close('{');
+        j.close(']').close('}');
         continue;
       }
       out << "step " << i + 1 << ": ";
@@ -209,7 +209,7 @@ int verifyCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   Rib::ScopedSink quiet(nullptr);
   agent.teardown();
   if (json) {
-    j.close('[').close('{');
+    j.close(']').close('}');
     out << j.text() << '\n';
   }
   out.flush();

@@ -310,7 +310,7 @@ void Translator::communityLists() {
       std::string text = "bgp ";
       text.append(kind ? kind->name : "community").append("-list ").append(name);
       text.append(" seq ").append(std::to_string(e.seq)).append(": ").append(problem);
-      note(o.entryNotes[e.seq], std::move(text), markPath);
+      note(o.entryNotes[e.seq], text, markPath);
     }
   });
 }

@@ -165,8 +165,8 @@ class Translator {
   void communityDelete(const Node& set, MapEntry& e);
   void extendedSet(const Node& set, MapEntry& e);
   void largeSet(const Node& set, MapEntry& e);
-  void gapIn(MapEntry& e, std::string_view clause, std::string text) {
-    note(e.notes, std::move(text), e.markBase + '/' + std::string(clause));
+  void gapIn(MapEntry& e, std::string_view clause, const std::string& text) {
+    note(e.notes, text, e.markBase + '/' + std::string(clause));
   }
 
   const Node& root_;
