@@ -4,6 +4,8 @@
 #include <utility>
 #include <variant>
 
+#include "RibText/TagNames.h"
+
 namespace RibText {
 
 using Rib::CommitKind;
@@ -54,11 +56,51 @@ void writeTaggedValue(JsonWriter& w, U32 tag, const ValueData& data) {
   w.close(']');
 }
 
-void writePath(JsonWriter& w, const std::vector<PathEntry>& path) {
+void writeTag(JsonWriter& w, U32 tag, std::optional<std::string_view> name, Tags tags) {
+  if (tags == Tags::names && name) {
+    w.string(*name);
+  } else {
+    w.number(tag);
+  }
+}
+
+void writeValueItems(JsonWriter& w, U32 nodeTag, U32 tag, const ValueData& data, Tags tags) {
+  if (tags == Tags::names) {
+    if (const auto* bytes = std::get_if<std::string>(&data);
+        bytes && isPackedAsPath(nodeTag, tag)) {
+      if (const auto numbers = packedAsNumbers(*bytes)) {
+        w.item().string("as-path");
+        w.item().open('[');
+        for (const U32 as : *numbers) w.item().number(as);
+        w.close(']');
+        return;
+      }
+    }
+    if (const auto* words = std::get_if<std::vector<U32>>(&data)) {
+      if (const auto texts = communityTexts(nodeTag, tag, *words)) {
+        w.item().string("communities");
+        w.item().open('[');
+        for (const std::string& t : *texts) w.item().string(t);
+        w.close(']');
+        return;
+      }
+    }
+  }
+  writeValueItems(w, data);
+}
+
+void writeTaggedValue(JsonWriter& w, U32 nodeTag, U32 tag, const ValueData& data, Tags tags) {
+  w.open('[');
+  writeTag(w.item(), tag, valueTagName(nodeTag, tag), tags);
+  writeValueItems(w, nodeTag, tag, data, tags);
+  w.close(']');
+}
+
+void writePath(JsonWriter& w, const std::vector<PathEntry>& path, Tags tags) {
   w.open('[');
   for (const PathEntry& e : path) {
     w.item().open('[');
-    w.item().number(e.tag);
+    writeTag(w.item(), e.tag, pathTagName(e.tag), tags);
     switch (e.kind) {
       case PathEntry::Kind::none:
         break;
@@ -74,20 +116,25 @@ void writePath(JsonWriter& w, const std::vector<PathEntry>& path) {
   w.close(']');
 }
 
-std::string JsonLinesWriter::opLine(const OpRecord& op) {
+std::string JsonLinesWriter::opLine(const OpRecord& op, Tags tags) {
   JsonWriter w;
   w.open('{');
   w.member("op").string(op.name);
-  writePath(w.member("path"), op.path);
+  writePath(w.member("path"), op.path, tags);
   if (!op.values.empty()) {
+    const U32 node = nodeTagOf(op.path);
     w.member("values").open('[');
-    for (const Rib::TaggedValue& v : op.values) writeTaggedValue(w.item(), v.tag, v.data);
+    for (const Rib::TaggedValue& v : op.values)
+      writeTaggedValue(w.item(), node, v.tag, v.data, tags);
     w.close(']');
   }
   if (!op.scalars.empty()) {
     w.member("scalars").open('[');
     for (const Rib::OpScalar& s : op.scalars) {
-      writeTaggedValue(w.item(), s.tag, ValueData(std::in_place_type<U32>, s.value));
+      w.item().open('[');
+      writeTag(w.item(), s.tag, scalarTagName(s.tag), tags);
+      writeValueItems(w, ValueData(std::in_place_type<U32>, s.value));
+      w.close(']');
     }
     w.close(']');
   }
@@ -107,7 +154,7 @@ std::string JsonLinesWriter::commitLine(CommitKind kind) {
 }
 
 void JsonLinesWriter::execute(const Rib::MioOp& op) {
-  out_ << opLine(OpRecord::of(op)) << '\n';
+  out_ << opLine(OpRecord::of(op), tags_) << '\n';
 }
 
 void JsonLinesWriter::commit(CommitKind kind) {

@@ -265,26 +265,57 @@ std::string hex64(U32 upper, U32 lower) {
 // The communities of a word list under a community set, or nothing when the words do not
 // divide into whole communities of the set's kind.
 std::optional<std::string> communities(U32 nodeTag, const std::vector<U32>& words) {
-  std::size_t width = 0;
-  if (nodeTag == T::commSetStandardKey) width = 1;
-  if (nodeTag == T::commSetExtendedKey) width = 2;
-  if (nodeTag == T::commSetLargeKey) width = 3;
-  if (width == 0 || words.size() % width != 0) return std::nullopt;
+  const auto texts = communityTexts(nodeTag, C::setValues, words);
+  if (!texts) return std::nullopt;
   std::string out = "[";
-  for (std::size_t i = 0; i < words.size(); i += width) {
-    if (i) out += ' ';
-    if (width == 1) out += standardCommunity(words[i]);
-    if (width == 2) out += extendedCommunity(words[i], words[i + 1]);
-    if (width == 3) out += largeCommunity(words[i], words[i + 1], words[i + 2]);
+  for (const std::string& t : *texts) {
+    if (out.size() > 1) out += ' ';
+    out += t;
   }
   return out + ']';
 }
+
+}  // namespace
 
 bool isPackedAsPath(U32 nodeTag, U32 tag) {
   return nodeTag == T::setActions && (tag == A::asPathPrepend || tag == A::asPathReplace);
 }
 
-}  // namespace
+std::optional<std::vector<std::string>> communityTexts(U32 nodeTag, U32 tag,
+                                                       const std::vector<U32>& words) {
+  std::size_t width = 0;
+  if (nodeTag == T::commSetStandardKey) width = 1;
+  if (nodeTag == T::commSetExtendedKey) width = 2;
+  if (nodeTag == T::commSetLargeKey) width = 3;
+  if (tag != C::setValues || width == 0 || words.size() % width != 0) return std::nullopt;
+  std::vector<std::string> out;
+  out.reserve(words.size() / width);
+  for (std::size_t i = 0; i < words.size(); i += width) {
+    if (width == 1) out.push_back(standardCommunity(words[i]));
+    if (width == 2) out.push_back(extendedCommunity(words[i], words[i + 1]));
+    if (width == 3) out.push_back(largeCommunity(words[i], words[i + 1], words[i + 2]));
+  }
+  return out;
+}
+
+std::vector<TagName> pathTagNames() {
+  std::vector<TagName> out;
+  out.reserve(kPathNames.size());
+  for (const PathName& p : kPathNames) out.push_back({0, p.tag, p.name});
+  return out;
+}
+
+std::vector<TagName> valueTagNames() {
+  std::vector<TagName> out;
+  out.reserve(kValueNames.size());
+  for (const ValueName& v : kValueNames) out.push_back({v.node, v.tag, v.name});
+  return out;
+}
+
+std::vector<TagName> scalarTagNames() {
+  return {{T::globalPolicy, T::scalarAsPathRegexMode, *scalarTagName(T::scalarAsPathRegexMode)},
+          {T::globalPolicy, T::scalarRouteMapOpMode, *scalarTagName(T::scalarRouteMapOpMode)}};
+}
 
 std::optional<std::string_view> pathTagName(U32 tag) {
   for (const PathName& p : kPathNames) {
@@ -338,13 +369,21 @@ std::string largeCommunity(U32 global, U32 local1, U32 local2) {
   return std::to_string(global) + ':' + std::to_string(local1) + ':' + std::to_string(local2);
 }
 
-std::optional<std::string> packedAsPath(std::string_view bytes) {
+std::optional<std::vector<U32>> packedAsNumbers(std::string_view bytes) {
   if (bytes.size() % sizeof(U32) != 0) return std::nullopt;
+  std::vector<U32> out(bytes.size() / sizeof(U32));
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    std::memcpy(&out[i], bytes.data() + i * sizeof(U32), sizeof(U32));
+  }
+  return out;
+}
+
+std::optional<std::string> packedAsPath(std::string_view bytes) {
+  const auto numbers = packedAsNumbers(bytes);
+  if (!numbers) return std::nullopt;
   std::string out = "[";
-  for (std::size_t i = 0; i < bytes.size(); i += sizeof(U32)) {
-    U32 as = 0;
-    std::memcpy(&as, bytes.data() + i, sizeof as);
-    if (i) out += ' ';
+  for (const U32 as : *numbers) {
+    if (out.size() > 1) out += ' ';
     out += std::to_string(as);
   }
   return out + ']';

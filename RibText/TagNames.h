@@ -43,6 +43,27 @@ std::string largeCommunity(U32 global, U32 local1, U32 local2);
 // "[64496 64496]"; nothing when the length is not a multiple of four.
 std::optional<std::string> packedAsPath(std::string_view bytes);
 
+// The AS numbers of a packed AS path, or nothing as above.
+std::optional<std::vector<U32>> packedAsNumbers(std::string_view bytes);
+// Whether value tag `tag` under node `nodeTag` holds a packed AS path.
+bool isPackedAsPath(U32 nodeTag, U32 tag);
+// The communities of a community set's value list, one text each, or nothing when `tag` is not
+// a set's values or the words do not divide into whole communities of the set's kind.
+std::optional<std::vector<std::string>> communityTexts(U32 nodeTag, U32 tag,
+                                                       const std::vector<U32>& words);
+
+// The dictionary itself, for programs that print names of their own: every path tag (node 0),
+// every value tag with the node that defines it, and the global scalars (under the global
+// node, where the engine keeps them as values), in table order.
+struct TagName {
+  U32 node = 0;
+  U32 tag = 0;
+  std::string_view name;
+};
+std::vector<TagName> pathTagNames();
+std::vector<TagName> valueTagNames();
+std::vector<TagName> scalarTagNames();
+
 // The readable text of a path, and of a value that travels to the node at its end.
 std::string readablePath(const std::vector<Rib::PathEntry>& path);
 std::string readableValue(U32 nodeTag, const Rib::TaggedValue& value);

@@ -7,17 +7,13 @@ _ribpolicy() {
   local cmd="" i
   for ((i = 1; i < COMP_CWORD; i++)); do
     case ${COMP_WORDS[i]} in
-      run | state | verify | check | graph | frr) cmd=${COMP_WORDS[i]} && break ;;
+      run | state | verify | check | graph | frr | diff | tags) cmd=${COMP_WORDS[i]} && break ;;
     esac
   done
   COMPREPLY=()
   case $prev in
     --format)
-      if [[ $cmd == run ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "text jsonl" -- "$cur")
-      else
-        mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur")
-      fi
+      mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur")
       return 0
       ;;
     --step | --frr-pathspace | --frr-timeout) return 0 ;;
@@ -37,9 +33,11 @@ _ribpolicy() {
   esac
   local words engine="--engine --frr-pathspace --frr-replace --frr-timeout --frr-apply"
   case $cmd in
-    "") words="run state verify check graph frr --help --help-all --version" ;;
-    run) words="--format --state --numeric --diff --trace $engine --help" ;;
-    state) words="--step --trace --help" ;;
+    "") words="run state verify check graph frr diff tags --help --help-all --version" ;;
+    run) words="--format --names --state --numeric --diff --trace $engine --help" ;;
+    state) words="--step --format --names --trace --help" ;;
+    diff) words="--format --names --numeric --help" ;;
+    tags) words="--format --help" ;;
     verify) words="--format --trace $engine --help" ;;
     frr) words="--step --every-step --werror --help" ;;
     check) words="--format --werror --help" ;;

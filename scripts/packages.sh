@@ -10,7 +10,7 @@ for p in "$@"; do
   if [ "$p" = frr ]; then named+=(exabgp); fi
 done
 packages=(g++ cmake make libyaml-dev nlohmann-json3-dev libcli11-dev
-          libgtest-dev libgmock-dev libbenchmark-dev help2man pkg-config
+          libgtest-dev libgmock-dev libbenchmark-dev pkg-config
           python3 python3-yaml python3-jsonschema "${named[@]}")
 missing=()
 for p in "${packages[@]}"; do

@@ -2,12 +2,13 @@
 # Rewrites the golden files of the scenarios under tests/scenarios from the current build, after
 # an intended change of behaviour: NAME.stream (and NAME.stderr when `run` writes to standard
 # error) and NAME.frr (the FRR translation of every step, then its standard error as comments)
-# always, NAME.state, NAME.verify, NAME.check (check's warnings) and NAME.dot (the graph) where
-# they exist. A new scenario gets its .stream; to pin its final state, its verify verdict,
-# its warnings or its graph, create an empty NAME.state, NAME.verify, NAME.check or NAME.dot
-# first. A scenario with NAME.error is one the reader refuses: only that file is rewritten, with
-# `check`'s located error. NAME.args holds extra arguments of `run`, NAME.state-args those of `state` (e.g.
-# --step 1).
+# always, NAME.state, NAME.verify, NAME.check (check's warnings), NAME.dot (the graph) and
+# NAME.diff (`diff NAME.yaml:1 NAME.yaml`) where they exist. A new scenario gets its .stream; to
+# pin its final state, its verify verdict, its warnings, its graph or its diff, create an empty
+# NAME.state, NAME.verify, NAME.check, NAME.dot or NAME.diff first. A scenario with NAME.error is
+# one the reader refuses: only that file is rewritten, with `check`'s located error. NAME.args
+# holds extra arguments of `run`, NAME.state-args those of `state` (e.g. --step 1),
+# NAME.diff-args those of `diff`.
 # Review `git diff tests/scenarios` before committing.
 #
 #   scripts/update-golden.sh [PATTERN]    # only the scenarios whose path contains PATTERN
@@ -44,6 +45,16 @@ while IFS= read -r yaml; do
   if [ -f "$base.state" ]; then "$bin" state "${state_args[@]}" "$yaml" > "$base.state"; fi
   if [ -f "$base.check" ]; then "$bin" check "$yaml" 2> "$base.check" > /dev/null; fi
   if [ -f "$base.dot" ]; then "$bin" graph "$yaml" > "$base.dot"; fi
+  if [ -f "$base.diff" ]; then
+    diff_args=()
+    if [ -f "$base.diff-args" ]; then read -r -a diff_args < "$base.diff-args" || true; fi
+    status=0
+    "$bin" diff "${diff_args[@]}" "$yaml:1" "$yaml" > "$base.diff" || status=$?
+    if [ "$status" -gt 1 ]; then
+      echo "update-golden: ribpolicy diff failed on $yaml" >&2
+      exit 1
+    fi
+  fi
   # A scenario whose names FRR cannot hold is refused (exit 2); its file holds the refusal.
   "$bin" frr --every-step "$yaml" > "$base.frr" 2> "$base.frr-err" || true
   if [ -s "$base.frr-err" ]; then

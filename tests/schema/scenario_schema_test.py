@@ -194,7 +194,16 @@ BAD = [
     ("community list mapping with version", "steps: [{config: {community-lists: {C: "
      "{version: 2, entries: []}}}}]\n"),
     ("AS-path origin word other than any", "steps: [{config: {as-path-lists: {A: [{seq: 1, "
-     "action: permit, regex: x, origin: igp}]}}}]\n"),
+     "action: permit, regex: x, origin: igb}]}}}]\n"),
+    ("action name for a named set clause", "action-names: {lp: metric}\nsteps: [{config: {}}]\n"),
+    ("action name that is a set key", "action-names: {metric: action-2}\n"
+     "steps: [{config: {}}]\n"),
+    ("well-known community misspelt", "steps: [{config: {community-lists: {C: [{seq: 1, "
+     "action: permit, type: standard, communities: [no-exports]}]}}}]\n"),
+    ("route target without its number", "steps: [{config: {community-lists: {C: [{seq: 1, "
+     "action: permit, type: extended, communities: ['rt:64496']}]}}}]\n"),
+    ("set origin by an unknown name", "steps: [{config: {route-maps: {R: [{seq: 1, "
+     "action: permit, set: {origin: igb}}]}}}]\n"),
     ("AS-path validity not a pair", "steps: [{config: {as-path-lists: {A: [{seq: 1, "
      "action: permit, regex: x, valid: [true]}]}}}]\n"),
     ("communities on a regex entry", "steps: [{config: {community-lists: {C: [{seq: 1, "
@@ -228,7 +237,7 @@ BAD = [
     ("invert not a boolean", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
      "match: [{option: 1, value: A, invert: 'no'}]}]}}}]\n"),
     ("unknown set key", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
-     "set: {local-preference: 100}}]}}}]\n"),
+     "set: {local-preference: high}}]}}}]\n"),
     ("origin 5", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
      "set: {origin: 5}}]}}}]\n"),
     ("med type 12", "steps: [{config: {route-maps: {RM: [{seq: 1, action: permit, "
@@ -420,6 +429,7 @@ def compare_with_table(schema, table, failures):
 
     clauses = defs["set"]["properties"]
     differ("set", clauses, [c["key"] for c in table["setClauses"]])
+    differ("set keys", defs["setKey"]["enum"], [c["key"] for c in table["setClauses"]])
     simple = {"asNumbers": "asList", "ipv4Address": "ipv4Address", "ipv6Address": "ipv6Address",
               "signedNumber": "s64", "boolean": "boolean"}
     for c in table["setClauses"]:
@@ -433,6 +443,8 @@ def compare_with_table(schema, table, failures):
             ok = node.get("$ref") == "#/$defs/u32"
         elif form == "number":
             ok = (node.get("minimum"), node.get("maximum")) == (c["low"], c["high"])
+            names = next((a["enum"] for a in node.get("anyOf", []) if "enum" in a), [])
+            ok = ok and sorted(names) == sorted(c.get("names", {}))
         elif form == "metric":
             ok = set(node["properties"]) == {"value", "med-type"}
         else:
@@ -448,7 +460,7 @@ def compare_with_table(schema, table, failures):
           f"{len(table['matchOptions'])} match options, {len(table['setClauses'])} set clauses")
 
 
-EXPECTED_RE = re.compile(r"\(expected (.*)\)$")
+EXPECTED_RE = re.compile(r"\(expected ([^)]*)\)")
 
 
 def listed_keys(message):

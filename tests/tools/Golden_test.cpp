@@ -5,8 +5,10 @@
 // NAME.verify when present; a scenario without NAME.verify must converge (verify exits 0).
 // NAME.error holds the located error of a scenario the reader refuses: every command then stops
 // on it (exit 2, nothing on standard output), and the scenario has no other golden file.
-// NAME.check holds the warnings that `ribpolicy check NAME.yaml` writes (and --werror must then
-// fail exactly when there are some); NAME.dot the output of `ribpolicy graph NAME.yaml`.
+// NAME.diff holds `ribpolicy diff [ARGS] NAME.yaml:1 NAME.yaml`, the change from the first step
+// to the last (ARGS from NAME.diff-args when present), whose exit status says whether it changes
+// the engine. NAME.check holds the warnings that `ribpolicy check NAME.yaml` writes (and --werror
+// must then fail exactly when there are some); NAME.dot the output of `ribpolicy graph NAME.yaml`.
 // NAME.frr holds the FRR translation of every step, `ribpolicy frr --every-step NAME.yaml`,
 // followed by what it writes on standard error (the warnings about what has no FRR form, or the
 // refusal of a name FRR cannot hold), each line a comment. The
@@ -34,9 +36,9 @@ using test_support::runTool;
 using test_support::scenarioTestName;
 
 const fs::path kScenarios = test_support::kGoldenScenarios;
-const std::set<std::string> kKinds = {".yaml",   ".stream",     ".stderr", ".state",
-                                      ".verify", ".args",       ".check",  ".dot",
-                                      ".frr",    ".state-args", ".error"};
+const std::set<std::string> kKinds = {".yaml",  ".stream", ".stderr",   ".state", ".verify",
+                                      ".args",  ".check",  ".dot",      ".frr",   ".state-args",
+                                      ".error", ".diff",   ".diff-args"};
 
 // The differences between the golden file and what the program printed, as `diff -u` shows
 // them.
@@ -120,6 +122,15 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
     EXPECT_EQ(runTool({"check", "--werror", yaml}).status, c.err.empty() ? 0 : 2);
   }
   if (fs::exists(file(".dot"))) expectGolden(file(".dot"), runTool({"graph", yaml}).out);
+  if (fs::exists(file(".diff"))) {
+    std::vector<std::string> c = command("diff", ".diff-args");
+    c.insert(c.end() - 1, yaml + ":1");
+    const auto d = runTool(c);
+    expectGolden(file(".diff"), relativeTo(yaml, d.out));
+    const bool same = d.out.find("(no change)") != std::string::npos ||
+                      d.out.find(R"("same":true)") != std::string::npos;
+    EXPECT_EQ(d.status, same ? 0 : 1) << d.err;
+  }
 
   const auto f = runTool({"frr", "--every-step", yaml});
   std::string translation = f.out;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -111,7 +112,25 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
       {{}, 2, "", "", ""},
       {{"frobnicate"}, 2, "", "", ""},
       {{"run", "--format", "xml", file}, 2, "", "", ""},
-      {{"check", "--format", "jsonl", file}, 2, "", "", ""},
+      {{"check", "--format", "jsonl", file}, 0, R"("ok":true)", "", ""},
+      {{"run", "--format", "json", file}, 0, R"({"step":1,"name":"first"})", "", ""},
+      {{"run", "--names", file}, 2, "", "--names needs --format json", ""},
+      {{"state", "--format", "text", "--names", file}, 2, "", "--names needs --format json", ""},
+      {{"state", "--format", "text", file}, 0, "engine\n  global  {", "", ""},
+      {{"diff", file + ":1", file}, 1, "\nnet change\n", "", ""},
+      {{"diff", "--format", "jsonl", file + ":2", file}, 0, R"("same":true)", "", ""},
+      {{"diff", file + ":3", file}, 2, "", "diff: " + file + " has 2 steps, not 3\n", ""},
+      {{"diff", file + ":0", file}, 2, "", "has 2 steps, not 0", ""},
+      {{"diff", file + ":x", file}, 2, "", file + ":x:1:1: error: cannot read", ""},
+      {{"diff", "-", "-"}, 2, "", "only one of OLD and NEW can be standard input", ""},
+      {{"diff", "-", file}, 2, "", "<stdin>:2:38: error: seq:", badStep},
+      {{"diff", file, scenarioFile("blue.yaml", std::string("vrf: blue\n") + kTwoSteps)},
+       2,
+       "",
+       "is of VRF default, ",
+       ""},
+      {{"diff", file}, 2, "", "", ""},
+      {{"tags", "--format", "json"}, 0, R"("576":"route-map")", "", ""},
       {{"run", "--trace", "RouteMap", file}, 2, "", "", ""},
       {{"state"}, 2, "", "", ""},
       {{"verify"}, 2, "", "", ""},
@@ -196,6 +215,26 @@ TEST(RibpolicyCliTest, ExitStatusesAndUsage) {
       EXPECT_EQ(c.outHas.empty(), out.str().empty()) << joined << out.str();
     }
   }
+}
+
+// The tag dictionary names every path tag once (a readable path must name the nodes its numbers
+// do), and names value tags and scalars only under nodes it names.
+TEST(RibpolicyCliTest, TagDictionaryIsOneToOne) {
+  const auto r = runTool({"tags", "--format", "json"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto dictionary = nlohmann::json::parse(r.out);
+  std::set<std::string> names;
+  for (const auto& [tag, name] : dictionary.at("paths").items()) {
+    EXPECT_TRUE(names.insert(name.get<std::string>()).second) << name << " names two path tags";
+  }
+  for (const auto& [node, tags] : dictionary.at("values").items()) {
+    EXPECT_TRUE(dictionary["paths"].contains(node)) << "values under unnamed node " << node;
+    std::set<std::string> valueNames;
+    for (const auto& [tag, name] : tags.items()) {
+      EXPECT_TRUE(valueNames.insert(name.get<std::string>()).second) << node << ": " << name;
+    }
+  }
+  EXPECT_FALSE(dictionary.at("scalars").empty());
 }
 
 }  // namespace

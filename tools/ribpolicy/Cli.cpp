@@ -31,8 +31,10 @@
 #include "tools/ribpolicy/format/ScenarioParser.h"
 #include "tools/ribpolicy/frr/Commands.h"
 #include "tools/ribpolicy/views/Diff.h"
+#include "tools/ribpolicy/views/DiffCommand.h"
 #include "tools/ribpolicy/views/Graph.h"
 #include "tools/ribpolicy/views/StateJson.h"
+#include "tools/ribpolicy/views/TagDictionary.h"
 #include "tools/ribpolicy/views/TextWriter.h"
 #include "tools/ribpolicy/views/Transient.h"
 
@@ -200,17 +202,20 @@ struct RunOptions {
   bool withState = false;
   bool numeric = false;  // the text with tags and values as numbers
   bool diff = false;     // each step's net change instead of its operations
+  // The JSON's tags: numbers, or names.
+  RibText::Tags tags = RibText::Tags::numbers;
 };
 
 // The step line of the JSON-lines stream; with `diff`, the step's changes go in it, and its
 // transient objects when it has any.
 void jsonStepLine(std::size_t number, const Step& step, const std::vector<NodeChange>* diff,
-                  const std::vector<TransientObject>* transient, std::ostream& out) {
+                  const std::vector<TransientObject>* transient, RibText::Tags tags,
+                  std::ostream& out) {
   RibText::JsonWriter line;
   line.open('{');
   line.member("step").number(number);
   line.member("name").string(step.name);
-  if (diff) writeDiff(line.member("diff"), *diff);
+  if (diff) writeDiff(line.member("diff"), *diff, tags);
   if (transient && !transient->empty()) writeTransient(line.member("transient"), *transient);
   line.close('}');
   out << line.text() << '\n';
@@ -221,7 +226,7 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
   Rib::EngineModel model;
   const auto form = options.numeric ? TextWriter::Form::numeric : TextWriter::Form::readable;
   TextWriter text(out, form);
-  RibText::JsonLinesWriter jsonl(out);
+  RibText::JsonLinesWriter jsonl(out, options.tags);
   // The engine's state is kept only when something reads it: a model of a million entries
   // costs more than everything else a run holds.
   std::vector<Rib::MioSink*> sinks;
@@ -240,7 +245,7 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
       const Step& step = scenario.steps[i];
       if (options.format == Format::text) text.stepIs(i + 1, step.name, detachedNote(step.inputs));
       if (options.format == Format::jsonl && !options.diff) {
-        jsonStepLine(i + 1, step, nullptr, nullptr, out);
+        jsonStepLine(i + 1, step, nullptr, nullptr, options.tags, out);
       }
       watch.stepBegins(before);
       agent.applyStep(step.config, step.inputs);
@@ -258,7 +263,7 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
           for (const TransientObject& t : transient) out << transientLine(t, form) << '\n';
           break;
         case Format::jsonl:
-          jsonStepLine(i + 1, step, &changes, &transient, out);
+          jsonStepLine(i + 1, step, &changes, &transient, options.tags, out);
           break;
       }
     }
@@ -271,7 +276,7 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
         out << '\n';
         break;
       case Format::jsonl:
-        writeState(out, model.committed(), *agent.policyMap(), false);
+        writeState(out, model.committed(), *agent.policyMap(), false, options.tags);
         out << '\n';
         break;
     }
@@ -283,8 +288,9 @@ int runScenario(const Scenario& scenario, const RunOptions& options, std::ostrea
   return kExitOk;
 }
 
-// The state after the first `steps` steps.
-int printState(const Scenario& scenario, std::size_t steps, std::ostream& out) {
+// The state after the first `steps` steps: JSON (with tags as `tags` says), or the named tree.
+int printState(const Scenario& scenario, std::size_t steps, bool json, RibText::Tags tags,
+               std::ostream& out) {
   LibraryRootGuard keepRoot;
   Rib::EngineModel model;
   Agent agent(scenario.vrf);
@@ -294,8 +300,12 @@ int printState(const Scenario& scenario, std::size_t steps, std::ostream& out) {
       agent.applyStep(scenario.steps[i].config, scenario.steps[i].inputs);
     }
   }
-  writeState(out, model.committed(), *agent.policyMap(), true);
-  out << '\n';
+  if (json) {
+    writeState(out, model.committed(), *agent.policyMap(), true, tags);
+    out << '\n';
+  } else {
+    writeStateText(out, model.committed(), *agent.policyMap());
+  }
   Rib::DiscardingSink dropped;
   Rib::ScopedSink quiet(&dropped);
   agent.teardown();
@@ -437,20 +447,30 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   app.set_help_all_flag("--help-all", "Print this help message and every command's options");
   app.footer(
       "FILE - reads the scenario from standard input. Exit status: 0 success, 1 verify found a "
-      "difference, 2 bad input or bad usage.");
+      "difference or diff a change, 2 bad input or bad usage.");
 
   std::string file;
   std::string format = "text";
   bool withState = false;
   bool numeric = false;
   bool diff = false;
+  bool names = false;
   std::size_t stateStep = 0;
   std::string trace;
+  // One spelling of the JSON format on every command, json; jsonl, which `run` took first, is
+  // the same everywhere.
+  const auto formats = CLI::IsMember({"text", "json", "jsonl"});
+  auto namesFlag = [&](CLI::App* cmd) {
+    cmd->add_flag("--names", names,
+                  "JSON with tags by name, AS paths and communities in their usual forms");
+  };
 
   CLI::App* run = app.add_subcommand("run", "run a scenario and print the operation stream");
   run->add_option("FILE", file, "scenario file, - for standard input (default: the built-in demo)");
-  run->add_option("--format", format, "text (for people) or jsonl (one JSON object a line)")
-      ->check(CLI::IsMember({"text", "jsonl"}));
+  run->add_option("--format", format,
+                  "text (for people) or json (one JSON object a line; also jsonl)")
+      ->check(formats);
+  namesFlag(run);
   run->add_flag("--state", withState, "print the final engine state after the stream");
   run->add_flag("--numeric", numeric, "text with tags and values as the engine gets them");
   run->add_flag("--diff", diff,
@@ -486,20 +506,25 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   state->add_option("--step", stateStep, "the state after step N, from 1 (default: the last)")
       ->check(CLI::PositiveNumber);
   state->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
+  std::string stateFormat = "json";
+  state
+      ->add_option("--format", stateFormat,
+                   "json (the default, for programs) or text (a named tree)")
+      ->check(formats);
+  namesFlag(state);
 
   CLI::App* verifyCmd =
       app.add_subcommand("verify", "compare every step with a fresh start on its configuration");
   verifyCmd->add_option("FILE", file, "scenario file, - for standard input")->required();
   verifyCmd->add_option("--format", format, "text (for people) or json (one object)")
-      ->check(CLI::IsMember({"text", "json"}));
+      ->check(formats);
   verifyCmd->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
   engineOptions(verifyCmd);
 
   CLI::App* check =
       app.add_subcommand("check", "validate a scenario and warn about its references");
   check->add_option("FILE", file, "scenario file, - for standard input")->required();
-  check->add_option("--format", format, "text (for people) or json (one object)")
-      ->check(CLI::IsMember({"text", "json"}));
+  check->add_option("--format", format, "text (for people) or json (one object)")->check(formats);
   std::string checkWerror;
   check->add_flag("--werror{all}", checkWerror,
                   "report warnings as errors (exit 2); --werror=CLASS,... only those classes");
@@ -526,8 +551,8 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   CLI::App* testCmd = app.add_subcommand(
       "test", "send each step's routes through a live engine and check what its maps do");
   testCmd->add_option("FILE", file, "scenario file, - for standard input")->required();
-  testCmd->add_option("--format", format, "text (for people) or jsonl (one object a check)")
-      ->check(CLI::IsMember({"text", "jsonl"}));
+  testCmd->add_option("--format", format, "text (for people) or json (one object a check)")
+      ->check(formats);
   testCmd->add_flag("--counts", counts,
                     "print each tested map's hits by sequence, and the sequences no route reached");
   std::string testMap;
@@ -551,6 +576,21 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
       ->excludes(mapOption);
   engineOptions(testCmd);
 
+  std::string diffOld;
+  std::string diffNew;
+  CLI::App* diffCmd = app.add_subcommand(
+      "diff", "the operations and the net engine change from one scenario's step to another's");
+  diffCmd->add_option("OLD", diffOld, "scenario file, its last step, or FILE:N for step N")
+      ->required();
+  diffCmd->add_option("NEW", diffNew, "scenario file, its last step, or FILE:N for step N")
+      ->required();
+  diffCmd->add_option("--format", format, "text (for people) or json (one object)")->check(formats);
+  diffCmd->add_flag("--numeric", numeric, "text with tags and values as the engine gets them");
+  namesFlag(diffCmd);
+
+  CLI::App* tags = app.add_subcommand("tags", "print the names of the engine's tags");
+  tags->add_option("--format", format, "text (for people) or json (one object)")->check(formats);
+
   // The format's table as JSON, for the schema's test and other tools; not a user's command.
   CLI::App* formatTable =
       app.add_subcommand("format-table", "print the scenario format's table as JSON")->group("");
@@ -570,6 +610,21 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   if (used == formatTable) {
     out << formatTableJson();
     return kExitOk;
+  }
+  const bool json = format == "json" || format == "jsonl";
+  const RibText::Tags tagForm = names ? RibText::Tags::names : RibText::Tags::numbers;
+  if (used == tags) {
+    writeTagDictionary(out, json);
+    return kExitOk;
+  }
+  if (names && (used == run || used == diffCmd) && !json) {
+    err << "ribpolicy: error: --names needs --format json (see ribpolicy --help)\n";
+    return kExitBadInput;
+  }
+  if (names && used == state && stateFormat == "text") {
+    err << "ribpolicy: error: --names needs --format json; the text is named already (see "
+           "ribpolicy --help)\n";
+    return kExitBadInput;
   }
   TraceScope traceScope(err);
   const CLI::Option* traceOption = used->get_option_no_throw("--trace");
@@ -604,7 +659,22 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
 
   const std::optional<std::set<WarningClass>> classes = werrorClasses(checkWerror, err);
   if (!classes) return kExitBadInput;
-  const bool json = format == "json";
+
+  if (used == diffCmd) {
+    const StepRef oldRef = stepRef(diffOld);
+    const StepRef newRef = stepRef(diffNew);
+    if (oldRef.file == kStdinFile && newRef.file == kStdinFile) {
+      err << "ribpolicy: error: diff: only one of OLD and NEW can be standard input\n";
+      return kExitBadInput;
+    }
+    const std::optional<Scenario> before = loadScenario(oldRef.file, in, json, out, err);
+    if (!before) return kExitBadInput;
+    const std::optional<Scenario> after = loadScenario(newRef.file, in, json, out, err);
+    if (!after) return kExitBadInput;
+    return diffCommand({*before, oldRef.step, shownName(oldRef.file)},
+                       {*after, newRef.step, shownName(newRef.file)}, {json, numeric, tagForm}, out,
+                       err);
+  }
   const std::optional<Scenario> scenario = loadScenario(file, in, json, out, err);
   if (!scenario) return kExitBadInput;
 
@@ -628,7 +698,8 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   }
   if (used == state) {
     if (beyond(stateStep)) return kExitBadInput;
-    return printState(*scenario, stateStep == 0 ? steps : stateStep, out);
+    return printState(*scenario, stateStep == 0 ? steps : stateStep, stateFormat != "text", tagForm,
+                      out);
   }
   if (used == testCmd) {
     if (testRoutes == "-" && file == "-") {
@@ -641,7 +712,7 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     test.routes = testRoutes;
     test.step = testStep;
     test.in = &in;
-    test.format = format == "jsonl" ? frr::RunFormat::jsonl : frr::RunFormat::text;
+    test.format = json ? frr::RunFormat::jsonl : frr::RunFormat::text;
     test.counts = counts;
     test.againstFresh = against == "fresh";
     return frr::testCommand(*scenario, shownName(file), test, daemon, out, err);
@@ -653,14 +724,16 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
     return json ? verifyJson(*scenario, shownName(file), out) : verify(*scenario, out);
   if (onFrr) {
     frr::RunOptions frrRun;
-    frrRun.format = format == "jsonl" ? frr::RunFormat::jsonl : frr::RunFormat::text;
+    frrRun.format = json ? frr::RunFormat::jsonl : frr::RunFormat::text;
+    frrRun.tags = tagForm;
     frrRun.withState = withState;
     frrRun.numeric = numeric;
     frrRun.diff = diff;
     return frr::runCommand(*scenario, shownName(file), frrRun, daemon, out, err);
   }
   RunOptions options;
-  options.format = format == "jsonl" ? Format::jsonl : Format::text;
+  options.format = json ? Format::jsonl : Format::text;
+  options.tags = tagForm;
   options.withState = withState;
   options.numeric = numeric;
   options.diff = diff;

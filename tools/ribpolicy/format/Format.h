@@ -16,6 +16,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -337,6 +338,22 @@ const MatchFormRow& matchFormOf(Routing::RouteMap::MatchOption option);
 // The option's name, or its number when it has none: how messages and marks name it.
 std::string optionLabel(Routing::RouteMap::MatchOption option);
 
+// --- Names of numbers -----------------------------------------------------------------------
+
+// A name the format takes for a number, beside the number itself.
+struct NamedNumber {
+  std::string_view name;
+  U32 number;
+};
+
+// A route's origin, by the names people know: a set clause numbers them from 1, an AS-path
+// entry from 0 (each takes the engine's own numbers).
+inline constexpr NamedNumber kSetOrigins[] = {{"igp", 1}, {"egp", 2}, {"incomplete", 3}};
+inline constexpr NamedNumber kAsPathOrigins[] = {{"igp", 0}, {"egp", 1}, {"incomplete", 2}};
+
+// The community-set flags by number.
+inline constexpr std::string_view kCommSetFlagNames[] = {"none", "delete", "additive", "replace"};
+
 // --- Set clauses --------------------------------------------------------------------------
 
 // How a set clause takes its value.
@@ -373,6 +390,7 @@ struct SetClauseRow {
   U32 low = 0;
   U32 high = kNoLimit;
   std::string_view what = {};
+  std::span<const NamedNumber> names = {};  // number: names it takes beside the numbers
   // communities: the kind of the values, the flags the clause may carry (bit N for flag N),
   // the flag when none is given, and whether it takes a link-bandwidth option.
   Acl::CommunityType communityKind = Acl::communityStandard;
@@ -407,7 +425,8 @@ inline constexpr SetClauseRow kSetClauses[] = {
      .field = &detail::SetClauses::origin,
      .low = 1,
      .high = 3,
-     .what = "an origin of 1, 2 or 3"},
+     .what = "an origin of 1, 2 or 3, or igp, egp or incomplete",
+     .names = kSetOrigins},
     {.key = "action-19",
      .bit = Routing::RouteMap::setAction19,
      .form = SetForm::signedNumber,
@@ -572,6 +591,13 @@ inline constexpr RouteFieldRow kRouteFields[] = {
      .number = &RouteAttributes::localPreference},
 };
 inline constexpr std::string_view kRouteOrigins[] = {"igp", "egp", "incomplete"};
+
+// Whether a set clause is one of the engine's unnamed actions (action-2, action-19, ...): the
+// engine numbers them and names none, so the format keys them by number, and a scenario's
+// action-names map may give them names of its own.
+constexpr bool unnamedAction(const SetClauseRow& row) {
+  return row.key.starts_with("action-");
+}
 
 // Whether a community clause may carry `flag`.
 constexpr bool carries(const SetClauseRow& row, Acl::CommSetFlag flag) {

@@ -144,6 +144,11 @@ void setClauses(JsonWriter& w) {
     if (row.form == SetForm::number) {
       w.member("low").number(row.low);
       w.member("high").number(row.high);
+      if (!row.names.empty()) {
+        w.member("names").open('{');
+        for (const NamedNumber& n : row.names) w.member(n.name).number(n.number);
+        w.close('}');
+      }
     }
     if (row.form == SetForm::communities) {
       w.member("communities").string(communityKindName(row.communityKind));

@@ -114,7 +114,22 @@ using AccessListDef = EntryList<Acl::RuleConfig>;
 // The set clauses of a map entry. The library ignores the fields of a clause that is absent,
 // and so does equality: two entries are the same when the same clauses are present with the
 // same values.
+//
+// A clause written under a name the scenario's action-names map gives one of the engine's
+// unnamed actions (`local-preference: 150`) waits in `named` until the map is known: the
+// entries of a map are read as the document streams in, before the rest of it is. The reader
+// then moves it to its action and empties `named`.
+struct NamedAction {
+  std::string name;
+  S64 value = 0;
+  int keyLine = 0;
+  int keyColumn = 0;
+  int valueLine = 0;
+  int valueColumn = 0;
+};
 struct SetClauseDefs : Routing::RouteMap::SetClauses {
+  std::vector<NamedAction> named;
+
   friend bool operator==(const SetClauseDefs& a, const SetClauseDefs& b) {
     for (Routing::RouteMap::SetFlagBit bit : allBits()) {
       if (!a.sameClause(bit, b)) return false;

@@ -312,7 +312,8 @@ EntryReader<Acl::AsPathEntry> entryReader(const std::string& what) {
     e.origin = 0xffffffffu;  // any origin
     if (const Node* o = f.get("origin")) {
       if (!(o->isText() && o->text() == "any")) {
-        e.origin = number(*o, "origin", 0, 0xffffffffu, "0, 1, 2 or any");
+        e.origin = namedNumber(*o, "origin", kAsPathOrigins, 0, 0xffffffffu,
+                               "0, 1, 2, igp, egp, incomplete or any");
       }
     }
     // The configuration computes an expression's validity in each dialect; `valid` overrides
@@ -474,7 +475,7 @@ MatchRule parseMatchRule(const Node& n) {
 // --- Route maps: set clauses --------------------------------------------------------------
 
 // The words messages use for the community-set flags, by number.
-constexpr std::string_view kFlagWords[] = {"none", "delete", "additive", "replace"};
+constexpr const auto& kFlagWords = kCommSetFlagNames;
 
 // A community set clause: the values of the row's kind, the lists, and the flag the row allows.
 void readCommunitySet(const SetClauseRow& row, const Node& n, SetClauses& into) {
@@ -555,7 +556,7 @@ void readSetClause(const SetClauseRow& row, const Node& v, SetClauses& into) {
       into.*std::get<Ipv6Field>(row.field) = ipv6(v, row.key);
       return;
     case SetForm::number: {
-      const U32 n = number(v, row.key, row.low, row.high, row.what);
+      const U32 n = namedNumber(v, row.key, row.names, row.low, row.high, row.what);
       if (const ByteField* byte = std::get_if<ByteField>(&row.field)) {
         into.*(*byte) = static_cast<U8>(n);
       } else {
@@ -584,14 +585,78 @@ void readSetClause(const SetClauseRow& row, const Node& v, SetClauses& into) {
   }
 }
 
-SetClauseDefs parseSetClauses(const Node& n) {
+// The keys of the engine's unnamed actions, by their numbers: "action-2, action-3, ...".
+const std::string& unnamedActionKeys() {
+  static const std::string kKeys = [] {
+    std::vector<std::pair<U32, std::string_view>> actions;
+    for (const SetClauseRow& row : kSetClauses) {
+      if (unnamedAction(row)) {
+        const auto n = parseUnsigned(row.key.substr(row.key.find('-') + 1));
+        actions.emplace_back(static_cast<U32>(n.value_or(0)), row.key);
+      }
+    }
+    std::sort(actions.begin(), actions.end());
+    std::string keys;
+    for (const auto& [number, key] : actions) keys += (keys.empty() ? "" : ", ") + std::string(key);
+    return keys;
+  }();
+  return kKeys;
+}
+
+// What a refusal of an unknown set key adds: why a familiar action is not there, and how to
+// name it.
+std::string unnamedActionsNote(std::string_view key) {
+  const std::string& actions = unnamedActionKeys();
+  return "; the engine names no such action: the actions it leaves unnamed keep its numbers (" +
+         actions + "), and an action-names map at the top of the scenario can name them ({" +
+         std::string(key) + ": " + actions.substr(0, actions.find(',')) + "})";
+}
+
+std::string unknownSetKey(std::string_view key, std::span<const std::string_view> keys) {
+  return "unknown key " + quote(key) + " in set (expected " + joinKeys(keys) + ")" +
+         unnamedActionsNote(key);
+}
+
+const std::vector<std::string_view>& setKeys() {
   static const std::vector<std::string_view> kKeys = [] {
     std::vector<std::string_view> keys;
     for (const SetClauseRow& row : kSetClauses) keys.push_back(row.key);
     return keys;
   }();
-  const Fields f(n, "set", kKeys);
+  return kKeys;
+}
+
+SetClauseDefs parseSetClauses(const Node& n) {
+  const std::vector<std::string_view>& kKeys = setKeys();
   SetClauseDefs s;
+  // A key outside the table with a number may be a name of the scenario's action-names map,
+  // which is known only once the whole document is read (NamedAction).
+  std::vector<std::string_view> keys;
+  if (n.isMapping()) {
+    for (const yaml::Member& m : n.members()) {
+      if (!m.key.isText() || std::find(kKeys.begin(), kKeys.end(), m.key.text()) != kKeys.end())
+        continue;
+      const auto v = m.value.isText() ? parseSigned(m.value.text()) : std::nullopt;
+      if (!v) continue;
+      if (keys.empty()) keys = kKeys;
+      keys.push_back(m.key.text());
+      s.named.push_back({std::string(m.key.text()), *v, m.key.line(), m.key.column(),
+                         m.value.line(), m.value.column()});
+    }
+  }
+  std::optional<Fields> fields;
+  try {
+    fields.emplace(n, "set", keys.empty() ? kKeys : keys);
+  } catch (const InputError& e) {
+    if (!std::string_view(e.what()).starts_with("unknown key ")) throw;
+    const std::string_view message = e.what();
+    const auto open = message.find('\'');
+    const auto close = message.find('\'', open + 1);
+    throw InputError(
+        e.line(), e.column(),
+        std::string(message) + unnamedActionsNote(message.substr(open + 1, close - open - 1)));
+  }
+  const Fields& f = *fields;
   // In the table's order, whatever the order of the keys in the file.
   for (const SetClauseRow& row : kSetClauses) {
     if (const Node* v = f.get(row.key)) {
@@ -774,9 +839,86 @@ Step parseStep(const Node& n, std::size_t number) {
   return s;
 }
 
+// The scenario's names for the engine's unnamed actions: name -> the action's row.
+using ActionNames = std::map<std::string, const SetClauseRow*, std::less<>>;
+
+ActionNames parseActionNames(const Node* n) {
+  ActionNames names;
+  if (!n || n->isNull()) return names;
+  if (!n->isMapping()) expected(*n, "action-names", "a mapping {NAME: action-N}");
+  const std::string& unnamed = unnamedActionKeys();
+  for (const yaml::Member& m : n->members()) {
+    if (!m.key.isText()) expected(m.key, "action-names", "a name");
+    const std::string_view name = m.key.text();
+    const auto& keys = setKeys();
+    if (std::find(keys.begin(), keys.end(), name) != keys.end()) {
+      fail(m.key, "action-names: " + quote(name) + " is a set key already");
+    }
+    if (names.count(name)) fail(m.key, "action-names: " + quote(name) + " named twice");
+    const SetClauseRow* target = nullptr;
+    const std::string_view action = textOf(m.value, name, "an unnamed action (" + unnamed + ")");
+    for (const SetClauseRow& row : kSetClauses) {
+      if (unnamedAction(row) && row.key == action) target = &row;
+    }
+    if (!target) expected(m.value, name, "an unnamed action (" + unnamed + ")");
+    names.emplace(std::string(name), target);
+  }
+  return names;
+}
+
+// Moves the clauses written under the scenario's action names to their actions.
+void resolveNamedActions(SetClauseDefs& set, const ActionNames& names) {
+  for (const NamedAction& a : set.named) {
+    const auto it = names.find(a.name);
+    if (it == names.end())
+      throw InputError(a.keyLine, a.keyColumn, unknownSetKey(a.name, setKeys()));
+    const SetClauseRow& row = *it->second;
+    if (set.has(row.bit)) {
+      throw InputError(a.keyLine, a.keyColumn,
+                       "set: " + quote(a.name) + " and " + std::string(row.key) +
+                           " are the same action, given twice");
+    }
+    switch (row.form) {
+      case SetForm::number:
+        if (a.value < 0 || a.value > std::numeric_limits<U32>::max()) {
+          throw InputError(a.valueLine, a.valueColumn,
+                           a.name + " (" + std::string(row.key) +
+                               "): expected a number from 0 to 4294967295, got '" +
+                               std::to_string(a.value) + "'");
+        }
+        set.*std::get<NumberField>(row.field) = static_cast<U32>(a.value);
+        break;
+      case SetForm::signedNumber:
+        set.*std::get<SignedField>(row.field) = a.value;
+        break;
+      case SetForm::asNumbers:
+      case SetForm::ipv4Address:
+      case SetForm::ipv6Address:
+      case SetForm::boolean:
+      case SetForm::metric:
+      case SetForm::communities:
+        break;  // not an unnamed action's form
+    }
+    set.flags |= 1u << row.bit;
+  }
+  set.named.clear();
+  set.named.shrink_to_fit();
+}
+
+void resolveNamedActions(ScenarioConfig& config, const ActionNames& names) {
+  for (auto* maps : {&config.routeMaps, &config.peerFilters}) {
+    for (auto& [name, map] : *maps) {
+      for (auto& [seq, entry] : map.entries) {
+        if (!entry.set.named.empty()) resolveNamedActions(entry.set, names);
+      }
+    }
+  }
+}
+
 Scenario parseRoot(const Node& root) {
   if (!root.isMapping()) expected(root, "scenario", "a mapping with 'steps'");
-  Fields f(root, "scenario", {"vrf", "steps"});
+  Fields f(root, "scenario", {"vrf", "action-names", "steps"});
+  const ActionNames actionNames = parseActionNames(f.get("action-names"));
   Scenario sc;
   if (const Node* v = f.get("vrf")) {
     sc.vrf = text(*v, "vrf");
@@ -791,6 +933,7 @@ Scenario parseRoot(const Node& root) {
   }
   std::size_t number = 0;
   for (const Node& s : steps.items()) sc.steps.push_back(parseStep(s, ++number));
+  for (Step& step : sc.steps) resolveNamedActions(step.config, actionNames);
   return sc;
 }
 

@@ -179,6 +179,16 @@ std::string name(const Node& n, std::string_view key) {
   return std::string(s);
 }
 
+U32 namedNumber(const Node& n, std::string_view key, std::span<const NamedNumber> names, U32 low,
+                U32 high, std::string_view what) {
+  if (n.isText()) {
+    for (const NamedNumber& name : names) {
+      if (n.text() == name.name) return name.number;
+    }
+  }
+  return number(n, key, low, high, what);
+}
+
 U32 number(const Node& n, std::string_view key, U32 lo, U32 hi, std::string_view what) {
   const std::string range =
       what.empty() ? "a number from " + std::to_string(lo) + " to " + std::to_string(hi)
@@ -336,11 +346,79 @@ std::vector<std::string_view> splitColons(std::string_view s) {
   }
 }
 
+// The well-known standard communities by the names people write them with.
+constexpr std::pair<std::string_view, U32> kWellKnownCommunities[] = {
+    {"internet", 0x00000000},  {"graceful-shutdown", 0xffff0000}, {"blackhole", 0xffff029a},
+    {"no-export", 0xffffff01}, {"no-advertise", 0xffffff02},      {"local-AS", 0xffffff03},
+};
+
+// A dotted IPv4 address, or nothing.
+std::optional<U32> dottedAddress(std::string_view s) {
+  U32 address = 0;
+  std::size_t parts = 0;
+  for (std::size_t start = 0; start <= s.size(); ++parts) {
+    const std::size_t dot = std::min(s.find('.', start), s.size());
+    const std::string_view part = s.substr(start, dot - start);
+    const auto v = part.size() > 3 ? std::nullopt : parseUnsigned(part);
+    if (!v || *v > 255 || parts == 4) return std::nullopt;
+    address = (address << 8) | static_cast<U32>(*v);
+    start = dot + 1;
+  }
+  return parts == 4 ? std::optional<U32>(address) : std::nullopt;
+}
+
+// A route target or site of origin as the stream prints it (rt:64496:100, rt:192.0.2.1:7,
+// soo:4200000000:9), or nothing: the transitive two-byte AS, IPv4 address and four-byte AS
+// kinds, chosen by the administrator part as the printer chooses them, so that what it prints
+// reads back as the same value.
+std::optional<std::uint64_t> routeTargetOrOrigin(std::string_view s) {
+  U32 subType = 0;
+  if (s.starts_with("rt:")) {
+    subType = 2;
+  } else if (s.starts_with("soo:")) {
+    subType = 3;
+  } else {
+    return std::nullopt;
+  }
+  s.remove_prefix(s.find(':') + 1);
+  const std::size_t colon = s.rfind(':');
+  if (colon == std::string_view::npos) return std::nullopt;
+  const auto local = parseUnsigned(s.substr(colon + 1));
+  const std::string_view admin = s.substr(0, colon);
+  if (!local) return std::nullopt;
+  U32 upper = 0;
+  U32 lower = 0;
+  if (admin.find('.') != std::string_view::npos) {
+    const auto address = dottedAddress(admin);
+    if (!address || *local > 0xffff) return std::nullopt;
+    upper = (0x01u << 24) | (subType << 16) | (*address >> 16);
+    lower = ((*address & 0xffff) << 16) | static_cast<U32>(*local);
+  } else {
+    const auto as = parseUnsigned(admin);
+    if (!as || *as > 0xffffffffu) return std::nullopt;
+    if (*as <= 0xffff) {
+      if (*local > 0xffffffffu) return std::nullopt;
+      upper = (subType << 16) | static_cast<U32>(*as);
+      lower = static_cast<U32>(*local);
+    } else {
+      if (*local > 0xffff) return std::nullopt;
+      upper = (0x02u << 24) | (subType << 16) | static_cast<U32>(*as >> 16);
+      lower = static_cast<U32>(((*as & 0xffff) << 16) | *local);
+    }
+  }
+  return (static_cast<std::uint64_t>(upper) << 32) | lower;
+}
+
 }  // namespace
 
 U32 standardCommunity(const Node& n, std::string_view key) {
-  constexpr std::string_view kWhat = "a standard community AA:NN or a 32-bit number";
+  constexpr std::string_view kWhat =
+      "a standard community AA:NN, a 32-bit number or a well-known name (internet, "
+      "graceful-shutdown, blackhole, no-export, no-advertise, local-AS)";
   const std::string_view s = textOf(n, key, kWhat);
+  for (const auto& [wellKnown, value] : kWellKnownCommunities) {
+    if (s == wellKnown) return value;
+  }
   const auto parts = splitColons(s);
   if (parts.size() == 1) {
     const auto v = parseUnsigned(s);
@@ -355,8 +433,16 @@ U32 standardCommunity(const Node& n, std::string_view key) {
 }
 
 std::uint64_t extendedCommunity(const Node& n, std::string_view key) {
-  constexpr std::string_view kWhat = "an extended community as a 64-bit number";
-  const auto v = parseUnsigned(textOf(n, key, kWhat));
+  constexpr std::string_view kWhat =
+      "an extended community as a 64-bit number, rt:AS:N, rt:A.B.C.D:N, soo:AS:N or "
+      "soo:A.B.C.D:N";
+  const std::string_view s = textOf(n, key, kWhat);
+  if (s.starts_with("rt:") || s.starts_with("soo:")) {
+    const auto v = routeTargetOrOrigin(s);
+    if (!v) expected(n, key, kWhat);
+    return *v;
+  }
+  const auto v = parseUnsigned(s);
   if (!v) expected(n, key, kWhat);
   return *v;
 }
@@ -375,8 +461,13 @@ Routing::RouteMap::LargeCommunity largeCommunity(const Node& n, std::string_view
 }
 
 Acl::CommSetFlag commSetFlag(const Node& n, std::string_view key) {
-  constexpr std::string_view kWhat = "a community-set flag from 0 to 3";
-  const auto f = Acl::sequenceToValue(textOf(n, key, kWhat));
+  constexpr std::string_view kWhat =
+      "a community-set flag from 0 to 3 or its name (none, delete, additive, replace)";
+  const std::string_view s = textOf(n, key, kWhat);
+  for (U32 flag = 0; flag < std::size(kCommSetFlagNames); ++flag) {
+    if (s == kCommSetFlagNames[flag]) return static_cast<Acl::CommSetFlag>(flag);
+  }
+  const auto f = Acl::sequenceToValue(s);
   if (!f || static_cast<U32>(*f) > 3) expected(n, key, kWhat);
   return *f;
 }

@@ -20,6 +20,7 @@
 #include "framework/config/RouteMapConfig.h"
 #include "framework/vela/Address.h"
 #include "framework/vox/Types.h"
+#include "tools/ribpolicy/format/Format.h"
 #include "tools/ribpolicy/format/YamlDocument.h"
 
 namespace ribpolicy::reader {
@@ -94,6 +95,10 @@ std::string name(const Node& n, std::string_view key);
 // A number within [low, high]; `what` names the range in messages, by default its bounds.
 U32 number(const Node& n, std::string_view key, U32 low = 0,
            U32 high = std::numeric_limits<U32>::max(), std::string_view what = {});
+// The same, or the number of one of `names`.
+U32 namedNumber(const Node& n, std::string_view key, std::span<const NamedNumber> names,
+                U32 low = 0, U32 high = std::numeric_limits<U32>::max(),
+                std::string_view what = {});
 S64 signedNumber(const Node& n, std::string_view key);
 bool boolean(const Node& n, std::string_view key);
 bool optionalBool(const Fields& f, std::string_view key, bool fallback);
@@ -122,7 +127,8 @@ Routing::RouteMap::LargeCommunity largeCommunity(const Node& n, std::string_view
 Acl::CommunityValue communityValue(const Node& n, Acl::CommunityListType type);
 // A community-list entry type, by name or number.
 Acl::CommunityListType communityListType(const Node& n);
-// A community-set flag, 0 to 3 in decimal or by name.
+// A community-set flag, 0 to 3 in decimal or by name (none, delete, additive, replace, or the
+// configuration's own commSetNone ... commSetReplace).
 Acl::CommSetFlag commSetFlag(const Node& n, std::string_view key);
 
 }  // namespace ribpolicy::reader

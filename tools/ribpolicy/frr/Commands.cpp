@@ -110,7 +110,7 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   const auto form = options.numeric ? ribpolicy::TextWriter::Form::numeric
                                     : ribpolicy::TextWriter::Form::readable;
   ribpolicy::TextWriter text(out, form);
-  RibText::JsonLinesWriter jsonl(out);
+  RibText::JsonLinesWriter jsonl(out, options.tags);
   const bool json = options.format == RunFormat::jsonl;
   std::vector<Rib::MioSink*> sinks = {&frr};
   if (options.withState) sinks.push_back(&model);
@@ -148,7 +148,8 @@ int runCommand(const ribpolicy::Scenario& scenario, const std::string& shown,
   }
   if (options.withState && !frr.failure()) {
     if (!json) out << "\nstate\n";
-    ribpolicy::writeState(out, model.committed(), *agent.policyMap(), !json);
+    ribpolicy::writeState(out, model.committed(), *agent.policyMap(), !json,
+                          json ? options.tags : RibText::Tags::numbers);
     out << '\n';
   }
   Rib::ScopedSink quiet(nullptr);

@@ -11,6 +11,7 @@
 #include <ostream>
 #include <string>
 
+#include "RibText/JsonLinesWriter.h"
 #include "tools/ribpolicy/format/Scenario.h"
 #include "tools/ribpolicy/frr/Sink.h"
 
@@ -46,7 +47,8 @@ struct RunOptions {
   RunFormat format = RunFormat::text;
   bool withState = false;
   bool numeric = false;
-  bool diff = false;  // each step's FRR lines instead of its operations
+  bool diff = false;                            // each step's FRR lines instead of its operations
+  RibText::Tags tags = RibText::Tags::numbers;  // of the JSON
 };
 
 // Runs the scenario with a live bgpd behind the channel beside the operation stream: at every

@@ -111,9 +111,10 @@ std::string valuesText(const std::map<U32, Rib::ValueData>& values, U32 node,
   return out + '}';
 }
 
-void writeValues(RibText::JsonWriter& w, const std::map<U32, Rib::ValueData>& values) {
+void writeValues(RibText::JsonWriter& w, const std::map<U32, Rib::ValueData>& values, U32 node,
+                 RibText::Tags tags) {
   w.open('[');
-  for (const auto& [tag, data] : values) RibText::writeTaggedValue(w.item(), tag, data);
+  for (const auto& [tag, data] : values) RibText::writeTaggedValue(w.item(), node, tag, data, tags);
   w.close(']');
 }
 
@@ -159,23 +160,24 @@ std::string diffJson(const std::vector<NodeChange>& changes) {
   return w.take();
 }
 
-void writeDiff(RibText::JsonWriter& w, const std::vector<NodeChange>& changes) {
+void writeDiff(RibText::JsonWriter& w, const std::vector<NodeChange>& changes, RibText::Tags tags) {
   w.open('[');
   for (const NodeChange& c : changes) {
+    const U32 node = nodeTagOf(c.path);
     w.item().open('{');
     switch (c.kind) {
       case NodeChange::Kind::added:
-        RibText::writePath(w.member("added"), c.path);
-        writeValues(w.member("values"), c.after);
+        RibText::writePath(w.member("added"), c.path, tags);
+        writeValues(w.member("values"), c.after, node, tags);
         break;
       case NodeChange::Kind::removed:
-        RibText::writePath(w.member("removed"), c.path);
+        RibText::writePath(w.member("removed"), c.path, tags);
         w.member("nodes").number(c.nodes);
         break;
       case NodeChange::Kind::changed:
-        RibText::writePath(w.member("changed"), c.path);
-        writeValues(w.member("before"), c.before);
-        writeValues(w.member("after"), c.after);
+        RibText::writePath(w.member("changed"), c.path, tags);
+        writeValues(w.member("before"), c.before, node, tags);
+        writeValues(w.member("after"), c.after, node, tags);
         break;
     }
     w.close('}');

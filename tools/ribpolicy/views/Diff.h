@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "RibText/JsonLinesWriter.h"
 #include "RibText/JsonWriter.h"
 #include "framework/rib/EngineModel.h"
 #include "tools/ribpolicy/views/TextWriter.h"
@@ -50,6 +51,7 @@ std::vector<NodeChange> engineDiff(const Rib::EngineModel::Node& before,
 std::string diffLine(const NodeChange& change, TextWriter::Form form);
 // The "diff" array of the JSON form, compact; or written by `w`.
 std::string diffJson(const std::vector<NodeChange>& changes);
-void writeDiff(RibText::JsonWriter& w, const std::vector<NodeChange>& changes);
+void writeDiff(RibText::JsonWriter& w, const std::vector<NodeChange>& changes,
+               RibText::Tags tags = RibText::Tags::numbers);
 
 }  // namespace ribpolicy

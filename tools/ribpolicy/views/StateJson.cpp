@@ -8,10 +8,13 @@
 
 #include "RibText/JsonLinesWriter.h"
 #include "RibText/JsonWriter.h"
+#include "RibText/TagNames.h"
 
 namespace ribpolicy {
 
 using RibText::JsonWriter;
+using RibText::Tags;
+using Vox::U32;
 
 void writeReasons(JsonWriter& w, const RoutingPolicyMap::PolicyRequester& requester) {
   w.open('[');
@@ -44,10 +47,14 @@ std::string nodeName(const Rib::PathEntry& entry) {
 namespace {
 
 // [TYPE, VALUE].
-void writeValue(JsonWriter& w, const Rib::ValueData& value) {
+void writeValue(JsonWriter& w, U32 node, U32 tag, const Rib::ValueData& value, Tags tags) {
   w.open('[');
-  RibText::writeValueItems(w, value);
+  RibText::writeValueItems(w, node, tag, value, tags);
   w.close(']');
+}
+
+std::string namedNodeName(const Rib::PathEntry& entry) {
+  return RibText::readablePath({entry});
 }
 
 // The names of the nodes on the way down whose objects are not written yet: a node is written
@@ -62,21 +69,25 @@ struct Pending {
   }
 };
 
-void writeEngine(JsonWriter& w, const Rib::EngineModel::Node& node, Pending& pending) {
+void writeEngine(JsonWriter& w, const Rib::EngineModel::Node& node, U32 nodeTag, Tags tags,
+                 Pending& pending) {
   if (!node.values.empty()) {
     pending.writeOut(w);
     w.member("=").open('{');
     for (const auto& [tag, value] : node.values) {
+      const auto name = tags == Tags::names ? RibText::valueTagName(nodeTag, tag) : std::nullopt;
       char digits[10];
-      writeValue(w.member(std::string_view(digits,
+      writeValue(
+          w.member(name ? *name
+                        : std::string_view(digits,
                                            std::to_chars(digits, digits + sizeof digits, tag).ptr)),
-                 value);
+          nodeTag, tag, value, tags);
     }
     w.close('}');
   }
   for (const auto& [entry, child] : node.children) {
-    pending.names.push_back(nodeName(entry));
-    writeEngine(w, child, pending);
+    pending.names.push_back(tags == Tags::names ? namedNodeName(entry) : nodeName(entry));
+    writeEngine(w, child, entry.tag(), tags, pending);
     if (pending.open == pending.names.size()) {
       w.close('}');
       --pending.open;
@@ -91,15 +102,66 @@ void writeRequesters(JsonWriter& w, const RoutingPolicyMap::PolicyMap::Coll& col
   w.close('}');
 }
 
+// The tree for people: a node a line, two blanks deeper a level, its values after its name.
+void writeEngineText(std::ostream& out, const Rib::EngineModel::Node& node, std::string& indent) {
+  for (const auto& [entry, child] : node.children) {
+    if (!child.meaningful()) continue;
+    out << indent << namedNodeName(entry);
+    if (!child.values.empty()) {
+      out << "  {";
+      bool first = true;
+      for (const auto& [tag, value] : child.values) {
+        out << (first ? "" : " ") << RibText::readableValue(entry.tag(), {tag, value});
+        first = false;
+      }
+      out << '}';
+    }
+    out << '\n';
+    indent += "  ";
+    writeEngineText(out, child, indent);
+    indent.resize(indent.size() - 2);
+  }
+}
+
+void writeRequestersText(std::ostream& out, std::string_view title,
+                         const RoutingPolicyMap::PolicyMap::Coll& coll) {
+  out << "  " << title << (coll.empty() ? "  (none)\n" : "\n");
+  for (const auto& [name, requester] : coll) {
+    std::string quoted;
+    Rib::appendQuoted(quoted, name);
+    out << "    " << quoted << '\n';
+    for (const RoutingPolicyMap::Requester& r : requester->reason()) {
+      std::string cli;
+      std::string key;
+      Rib::appendQuoted(cli, r.configCli);
+      Rib::appendQuoted(key, r.configKey);
+      out << "      plugin " << r.plugin << " mode " << r.mode << " cli " << cli << " key " << key
+          << '\n';
+    }
+  }
+}
+
 }  // namespace
 
+void writeStateText(std::ostream& out, const Rib::EngineModel::Node& engine,
+                    const RoutingPolicyMap::PolicyMap& map) {
+  out << "engine\n";
+  std::string indent = "  ";
+  if (!engine.meaningful()) out << "  (empty)\n";
+  writeEngineText(out, engine, indent);
+  out << "policy-map\n";
+  writeRequestersText(out, "route-maps", map.routeMap());
+  writeRequestersText(out, "dynamic-prefix-lists", map.dynamicPrefixList());
+  writeRequestersText(out, "redistributed-dynamic-prefix-lists", map.redistributedDynPfx());
+}
+
 void writeState(std::ostream& out, const Rib::EngineModel::Node& engine,
-                const RoutingPolicyMap::PolicyMap& map, bool indented) {
+                const RoutingPolicyMap::PolicyMap& map, bool indented, Tags tags) {
   JsonWriter w(out, indented);
   w.open('{');
   w.member("engine").open('{');
   Pending pending;
-  writeEngine(w, engine, pending);
+  writeEngine(w, engine, 0, tags, pending);
   w.close('}');
   w.member("policy-map").open('{');
   writeRequesters(w.member("route-maps"), map.routeMap());

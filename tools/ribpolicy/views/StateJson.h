@@ -8,6 +8,7 @@
 #include <ostream>
 #include <string>
 
+#include "RibText/JsonLinesWriter.h"
 #include "RibText/JsonWriter.h"
 #include "framework/config/PolicyMap.h"
 #include "framework/rib/EngineModel.h"
@@ -28,8 +29,24 @@ std::string nodeName(const Rib::PathEntry& entry);
 // cannot afford.
 std::string stateText(const Rib::EngineModel::Node& engine, const RoutingPolicyMap::PolicyMap& map,
                       bool indented);
-// The same text, written to `out` as it is made rather than held whole.
+// The same text, written to `out` as it is made rather than held whole; with `tags` names, the
+// nodes and value tags by name ("route-map=\"RM1\"", "metric") and AS paths and communities in
+// their usual forms (RibText/JsonLinesWriter.h).
 void writeState(std::ostream& out, const Rib::EngineModel::Node& engine,
-                const RoutingPolicyMap::PolicyMap& map, bool indented);
+                const RoutingPolicyMap::PolicyMap& map, bool indented,
+                RibText::Tags tags = RibText::Tags::numbers);
+// The state for people, the tree as the engine holds it with every tag named and every value in
+// its usual form, then the policy-reference map:
+//   engine
+//     policy
+//       route-map="RM1"  {name="RM1"}
+//         seqs
+//           seq=10  {seq=10 permit=true}
+//   policy-map
+//     route-maps
+//       "RM1"
+//         plugin 1 mode 0 cli "neighbor" key "peer1"
+void writeStateText(std::ostream& out, const Rib::EngineModel::Node& engine,
+                    const RoutingPolicyMap::PolicyMap& map);
 
 }  // namespace ribpolicy
