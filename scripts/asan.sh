@@ -10,4 +10,4 @@ cmake --preset asan >/dev/null
 cmake --build --preset asan
 # The tests on a live bgpd (label frr) mostly wait on the daemon; the release build runs them,
 # and the sanitizers see the same FRR code through the tests that need no daemon.
-ctest --preset asan --timeout 600 -LE frr
+ctest --preset asan --timeout 600 -LE frr -j2
