@@ -24,7 +24,9 @@ class IpAddr {
   constexpr std::uint32_t value() const { return value_; }
   std::string toString() const;
   friend constexpr bool operator==(IpAddr, IpAddr) = default;
-  friend constexpr auto operator<=>(IpAddr, IpAddr) = default;
+  // clang-tidy 14 takes the 0 that a defaulted <=> compares its result with for a null pointer
+  // where a caller uses `<`.
+  friend constexpr auto operator<=>(IpAddr, IpAddr) = default;  // NOLINT(modernize-use-nullptr)
 
  private:
   std::uint32_t value_ = 0;
@@ -42,7 +44,8 @@ class Ip6Addr {
   // RFC 5952 canonical text: lower case, longest zero run of two or more groups as "::".
   std::string toString() const;
   friend bool operator==(const Ip6Addr&, const Ip6Addr&) = default;
-  friend auto operator<=>(const Ip6Addr&, const Ip6Addr&) = default;
+  friend auto operator<=>(const Ip6Addr&,
+                          const Ip6Addr&) = default;  // NOLINT(modernize-use-nullptr)
 
  private:
   Bytes bytes_{};

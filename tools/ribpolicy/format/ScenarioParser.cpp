@@ -16,8 +16,10 @@
 #include <vector>
 
 #include "framework/l3/VrfName.h"
+#include "tools/ribpolicy/format/ActionNames.h"
 #include "tools/ribpolicy/format/EntryChecks.h"
 #include "tools/ribpolicy/format/Format.h"
+#include "tools/ribpolicy/format/MarkRecorder.h"
 #include "tools/ribpolicy/format/RouteReader.h"
 #include "tools/ribpolicy/format/ScenarioValues.h"
 
@@ -32,84 +34,6 @@ using Routing::RouteMap::MatchRule;
 using Routing::RouteMap::SetClauses;
 
 // --- Where things are named ---------------------------------------------------------------
-
-// Records the marks of the step being read (see StepMarks). The reader is a recursive descent,
-// so the path of the node at hand is a stack: a MarkScope adds one name to it for as long as
-// the reader is inside that node.
-class MarkRecorder {
- public:
-  explicit MarkRecorder(StepMarks& marks) : MarkRecorder(marks, own_) {}
-  // Records under `path`, which the recorder extends and gives back as it was.
-  MarkRecorder(StepMarks& marks, std::string& path) : marks_(marks), outer_(current_), path_(path) {
-    current_ = this;
-  }
-  ~MarkRecorder() { current_ = outer_; }
-  MarkRecorder(const MarkRecorder&) = delete;
-  MarkRecorder& operator=(const MarkRecorder&) = delete;
-
-  // Records `n` at the current path extended by `name` (or at the current path itself).
-  static void mark(const Node& n, std::string_view name = {}) {
-    if (!current_) return;
-    const std::size_t size = current_->path_.size();
-    if (!name.empty()) current_->push(name);
-    if (current_->marks_.pathBytes() + current_->path_.size() > kMaxPathBytes) {
-      throw InputError(n.line(), n.column(), "invalid YAML: too much text");
-    }
-    current_->marks_.record(current_->path_, Mark{n.line(), n.column()});
-    current_->path_.resize(size);
-  }
-
-  // Takes the marks recorded while a list was read early (its entries' paths are whole).
-  static void adopt(const Node& list, StepMarks& early) {
-    if (!current_) return;
-    if (current_->marks_.pathBytes() + early.pathBytes() > kMaxPathBytes) {
-      throw InputError(list.line(), list.column(), "invalid YAML: too much text");
-    }
-    current_->marks_.take(early);
-  }
-
-  // Notes a warning at `n` in the step being read.
-  static void warn(Mark at, WarningClass warning, std::string message) {
-    if (current_) current_->marks_.notes.push_back({at, warning, std::move(message)});
-  }
-  static void warn(const Node& n, WarningClass warning, std::string message) {
-    warn(Mark{n.line(), n.column()}, warning, std::move(message));
-  }
-
- private:
-  friend class MarkScope;
-  void push(std::string_view name) {
-    if (!path_.empty()) path_ += '/';
-    path_ += name;
-  }
-
-  // The marks of one step keep their paths' text in one string of at most this size.
-  static constexpr std::size_t kMaxPathBytes = std::numeric_limits<std::uint32_t>::max();
-  static inline MarkRecorder* current_ = nullptr;
-  StepMarks& marks_;
-  MarkRecorder* outer_;
-  std::string own_;
-  std::string& path_;
-};
-
-class MarkScope {
- public:
-  MarkScope(const Node& n, std::string_view name) {
-    MarkRecorder::mark(n, name);
-    if (MarkRecorder* r = MarkRecorder::current_) {
-      size_ = r->path_.size();
-      r->push(name);
-    }
-  }
-  ~MarkScope() {
-    if (MarkRecorder* r = MarkRecorder::current_) r->path_.resize(size_);
-  }
-  MarkScope(const MarkScope&) = delete;
-  MarkScope& operator=(const MarkScope&) = delete;
-
- private:
-  std::size_t size_ = 0;
-};
 
 std::set<std::string> nameList(const Node& n, std::string_view key) {
   std::set<std::string> out;
@@ -585,47 +509,6 @@ void readSetClause(const SetClauseRow& row, const Node& v, SetClauses& into) {
   }
 }
 
-// The keys of the engine's unnamed actions, by their numbers: "action-2, action-3, ...".
-const std::string& unnamedActionKeys() {
-  static const std::string kKeys = [] {
-    std::vector<std::pair<U32, std::string_view>> actions;
-    for (const SetClauseRow& row : kSetClauses) {
-      if (unnamedAction(row)) {
-        const auto n = parseUnsigned(row.key.substr(row.key.find('-') + 1));
-        actions.emplace_back(static_cast<U32>(n.value_or(0)), row.key);
-      }
-    }
-    std::sort(actions.begin(), actions.end());
-    std::string keys;
-    for (const auto& [number, key] : actions) keys += (keys.empty() ? "" : ", ") + std::string(key);
-    return keys;
-  }();
-  return kKeys;
-}
-
-// What a refusal of an unknown set key adds: why a familiar action is not there, and how to
-// name it.
-std::string unnamedActionsNote(std::string_view key) {
-  const std::string& actions = unnamedActionKeys();
-  return "; the engine names no such action: the actions it leaves unnamed keep its numbers (" +
-         actions + "), and an action-names map at the top of the scenario can name them ({" +
-         std::string(key) + ": " + actions.substr(0, actions.find(',')) + "})";
-}
-
-std::string unknownSetKey(std::string_view key, std::span<const std::string_view> keys) {
-  return "unknown key " + quote(key) + " in set (expected " + joinKeys(keys) + ")" +
-         unnamedActionsNote(key);
-}
-
-const std::vector<std::string_view>& setKeys() {
-  static const std::vector<std::string_view> kKeys = [] {
-    std::vector<std::string_view> keys;
-    for (const SetClauseRow& row : kSetClauses) keys.push_back(row.key);
-    return keys;
-  }();
-  return kKeys;
-}
-
 SetClauseDefs parseSetClauses(const Node& n) {
   const std::vector<std::string_view>& kKeys = setKeys();
   SetClauseDefs s;
@@ -837,82 +720,6 @@ Step parseStep(const Node& n, std::size_t number) {
   if (const Node* v = f.get("routes")) s.routes = readRouteChecks(*v);
   s.marks.seal();
   return s;
-}
-
-// The scenario's names for the engine's unnamed actions: name -> the action's row.
-using ActionNames = std::map<std::string, const SetClauseRow*, std::less<>>;
-
-ActionNames parseActionNames(const Node* n) {
-  ActionNames names;
-  if (!n || n->isNull()) return names;
-  if (!n->isMapping()) expected(*n, "action-names", "a mapping {NAME: action-N}");
-  const std::string& unnamed = unnamedActionKeys();
-  for (const yaml::Member& m : n->members()) {
-    if (!m.key.isText()) expected(m.key, "action-names", "a name");
-    const std::string_view name = m.key.text();
-    const auto& keys = setKeys();
-    if (std::find(keys.begin(), keys.end(), name) != keys.end()) {
-      fail(m.key, "action-names: " + quote(name) + " is a set key already");
-    }
-    if (names.count(name)) fail(m.key, "action-names: " + quote(name) + " named twice");
-    const SetClauseRow* target = nullptr;
-    const std::string_view action = textOf(m.value, name, "an unnamed action (" + unnamed + ")");
-    for (const SetClauseRow& row : kSetClauses) {
-      if (unnamedAction(row) && row.key == action) target = &row;
-    }
-    if (!target) expected(m.value, name, "an unnamed action (" + unnamed + ")");
-    names.emplace(std::string(name), target);
-  }
-  return names;
-}
-
-// Moves the clauses written under the scenario's action names to their actions.
-void resolveNamedActions(SetClauseDefs& set, const ActionNames& names) {
-  for (const NamedAction& a : set.named) {
-    const auto it = names.find(a.name);
-    if (it == names.end())
-      throw InputError(a.keyLine, a.keyColumn, unknownSetKey(a.name, setKeys()));
-    const SetClauseRow& row = *it->second;
-    if (set.has(row.bit)) {
-      throw InputError(a.keyLine, a.keyColumn,
-                       "set: " + quote(a.name) + " and " + std::string(row.key) +
-                           " are the same action, given twice");
-    }
-    switch (row.form) {
-      case SetForm::number:
-        if (a.value < 0 || a.value > std::numeric_limits<U32>::max()) {
-          throw InputError(a.valueLine, a.valueColumn,
-                           a.name + " (" + std::string(row.key) +
-                               "): expected a number from 0 to 4294967295, got '" +
-                               std::to_string(a.value) + "'");
-        }
-        set.*std::get<NumberField>(row.field) = static_cast<U32>(a.value);
-        break;
-      case SetForm::signedNumber:
-        set.*std::get<SignedField>(row.field) = a.value;
-        break;
-      case SetForm::asNumbers:
-      case SetForm::ipv4Address:
-      case SetForm::ipv6Address:
-      case SetForm::boolean:
-      case SetForm::metric:
-      case SetForm::communities:
-        break;  // not an unnamed action's form
-    }
-    set.flags |= 1u << row.bit;
-  }
-  set.named.clear();
-  set.named.shrink_to_fit();
-}
-
-void resolveNamedActions(ScenarioConfig& config, const ActionNames& names) {
-  for (auto* maps : {&config.routeMaps, &config.peerFilters}) {
-    for (auto& [name, map] : *maps) {
-      for (auto& [seq, entry] : map.entries) {
-        if (!entry.set.named.empty()) resolveNamedActions(entry.set, names);
-      }
-    }
-  }
 }
 
 Scenario parseRoot(const Node& root) {
