@@ -359,9 +359,9 @@ int verify(const Scenario& scenario, std::ostream& out) {
 
 // The classes --werror names, "all" (what a plain --werror gives) for every one; nothing with
 // the error said when a name is no class.
-std::optional<std::set<WarningClass>> werrorClasses(const std::string& spec, std::ostream& err) {
+std::optional<std::set<WarningClass>> werrorClasses(const std::string& names, std::ostream& err) {
   std::set<WarningClass> classes;
-  std::stringstream items(spec);
+  std::stringstream items(names);
   for (std::string item; std::getline(items, item, ',');) {
     bool known = item == "all";
     for (const WarningClass c : kWarningClasses) {
