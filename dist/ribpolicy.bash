@@ -1,5 +1,5 @@
 # Bash completion for ribpolicy: commands, their options, the values of --format, --trace,
-# --engine and --frr-apply, and scenario files (*.yaml, *.yml) for FILE.
+# --engine, --frr-apply and --against, and scenario files (*.yaml, *.yml) for FILE.
 
 _ribpolicy() {
   local cur=${COMP_WORDS[COMP_CWORD]}
@@ -7,7 +7,7 @@ _ribpolicy() {
   local cmd="" i
   for ((i = 1; i < COMP_CWORD; i++)); do
     case ${COMP_WORDS[i]} in
-      run | state | verify | check | graph | frr | diff | tags) cmd=${COMP_WORDS[i]} && break ;;
+      run | state | verify | check | graph | frr | diff | tags | test) cmd=${COMP_WORDS[i]} && break ;;
     esac
   done
   COMPREPLY=()
@@ -16,7 +16,11 @@ _ribpolicy() {
       mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur")
       return 0
       ;;
-    --step | --frr-pathspace | --frr-timeout) return 0 ;;
+    --step | --frr-pathspace | --frr-timeout | --map) return 0 ;;
+    --against)
+      mapfile -t COMPREPLY < <(compgen -W "fresh" -- "$cur")
+      return 0
+      ;;
     --engine)
       mapfile -t COMPREPLY < <(compgen -W "model frr" -- "$cur")
       return 0
@@ -33,7 +37,7 @@ _ribpolicy() {
   esac
   local words engine="--engine --frr-pathspace --frr-replace --frr-timeout --frr-apply"
   case $cmd in
-    "") words="run state verify check graph frr diff tags --help --help-all --version" ;;
+    "") words="run state verify check graph frr diff tags test --help --help-all --version" ;;
     run) words="--format --names --state --numeric --diff --trace $engine --help" ;;
     state) words="--step --format --names --trace --help" ;;
     diff) words="--format --names --numeric --help" ;;
@@ -42,6 +46,7 @@ _ribpolicy() {
     frr) words="--step --every-step --werror --help" ;;
     check) words="--format --werror --help" ;;
     graph) words="--step --help" ;;
+    test) words="--format --counts --map --routes --step --against $engine --help" ;;
   esac
   if [[ -z $cmd || $cur == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")

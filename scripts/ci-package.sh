@@ -93,7 +93,8 @@ complete_words() {
 }
 [ "$(complete_words ribpolicy v)" = "verify" ] || fail "completion of the commands"
 [ "$(complete_words ribpolicy check --format "")" = "text json" ] || fail "completion of check --format"
-[ "$(complete_words ribpolicy run --format j)" = "jsonl" ] || fail "completion of run --format"
+[ "$(complete_words ribpolicy run --format j)" = "json" ] || fail "completion of run --format"
+[ "$(complete_words ribpolicy test --against "")" = "fresh" ] || fail "completion of test --against"
 [ "$(complete_words ribpolicy run --trace R)" = "RouteMap= RibDynamicPrefixList=" ] \
   || fail "completion of --trace"
 
