@@ -19,6 +19,9 @@ src=$PWD
 work=$(mktemp -d "${TMPDIR:-/tmp}/ribpolicy-package.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 jobs=${RIBPOLICY_JOBS:-2}
+# Built without optimisation: what is checked is how the library installs and embeds, and the
+# library is compiled twice (installed, and through add_subdirectory).
+build_type=${RIBPOLICY_PACKAGE_BUILD_TYPE:-None}
 expected=$src/examples/host/expected.txt
 
 step() { echo "== $*"; }
@@ -33,7 +36,7 @@ check_host() {
 }
 
 step "library alone: configure, build, install"
-cmake -S "$src" -B "$work/lib" -DRIBPOLICY_LIBRARY_ONLY=ON -DCMAKE_BUILD_TYPE=Release >"$work/lib.log" \
+cmake -S "$src" -B "$work/lib" -DRIBPOLICY_LIBRARY_ONLY=ON -DCMAKE_BUILD_TYPE="$build_type" >"$work/lib.log" \
   || { cat "$work/lib.log"; fail "configure"; }
 if grep -Eq '^(LIBYAML_FOUND|nlohmann_json_DIR|CLI11_DIR|GTest_DIR|benchmark_DIR):' "$work/lib/CMakeCache.txt"; then
   fail "the library-only build looked for the program's or the tests' dependencies"
@@ -53,7 +56,7 @@ config=$(find "$prefix" -name ribpolicyConfigVersion.cmake)
 [ ! -e "$prefix/bin/ribpolicy" ] || fail "the library-only install holds the program"
 
 step "host example: find_package(ribpolicy 0.2 CONFIG)"
-cmake -S examples/host -B "$work/host" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release \
+cmake -S examples/host -B "$work/host" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE="$build_type" \
   >"$work/host.log" || { cat "$work/host.log"; fail "configure the host example"; }
 cmake --build "$work/host" >"$work/host-build.log" || { cat "$work/host-build.log"; fail "build the host example"; }
 check_host "$work/host/ribpolicy_host"
@@ -74,7 +77,7 @@ fi
 grep -q "ribpolicy needs C++20" "$work/cxx17.log" || { cat "$work/cxx17.log"; fail "no clear error for C++17"; }
 
 step "host example: add_subdirectory"
-cmake -S examples/host -B "$work/sub" -DRIBPOLICY_HOST_VIA_SUBDIR=ON -DCMAKE_BUILD_TYPE=Release \
+cmake -S examples/host -B "$work/sub" -DRIBPOLICY_HOST_VIA_SUBDIR=ON -DCMAKE_BUILD_TYPE="$build_type" \
   >"$work/sub.log" || { cat "$work/sub.log"; fail "configure the host example with the source tree"; }
 if grep -Eq '^(LIBYAML_FOUND|nlohmann_json_DIR|CLI11_DIR|GTest_DIR|benchmark_DIR):' "$work/sub/CMakeCache.txt"; then
   fail "an embedded library looked for the program's or the tests' dependencies"
