@@ -42,7 +42,7 @@ _ribpolicy() {
     state) words="--step --format --names --trace --help" ;;
     diff) words="--format --names --numeric --help" ;;
     tags) words="--format --help" ;;
-    verify) words="--format --trace $engine --help" ;;
+    verify) words="--format --names --trace $engine --help" ;;
     frr) words="--step --every-step --werror --help" ;;
     check) words="--format --werror --help" ;;
     graph) words="--step --help" ;;

@@ -8,7 +8,7 @@
 # NAME.state, NAME.verify, NAME.check, NAME.dot or NAME.diff first. A scenario with NAME.error is
 # one the reader refuses: only that file is rewritten, with `check`'s located error. NAME.args
 # holds extra arguments of `run`, NAME.state-args those of `state` (e.g. --step 1),
-# NAME.diff-args those of `diff`.
+# NAME.diff-args those of `diff`, NAME.verify-args those of `verify`.
 # Review `git diff tests/scenarios` before committing.
 #
 #   scripts/update-golden.sh [PATTERN]    # only the scenarios whose path contains PATTERN
@@ -62,8 +62,10 @@ while IFS= read -r yaml; do
   fi
   rm "$base.frr-err"
   if [ -f "$base.verify" ]; then
+    verify_args=()
+    if [ -f "$base.verify-args" ]; then read -r -a verify_args < "$base.verify-args" || true; fi
     status=0
-    "$bin" verify "$yaml" > "$base.verify" || status=$?
+    "$bin" verify "${verify_args[@]}" "$yaml" > "$base.verify" || status=$?
     if [ "$status" -gt 1 ]; then
       echo "update-golden: ribpolicy verify failed on $yaml" >&2
       exit 1

@@ -126,27 +126,26 @@ bool sameValues(const Node& a, const Node& b) {
   return a.values == b.values;
 }
 
-// The values of the tags whose values differ, as "{2:u32=24 5:str=\"x\"}", one side at a time.
-std::string differingValuesText(const Node& self, const Node& other) {
-  std::string out = "{";
-  bool first = true;
+// The values of the tags whose values differ, on the side of `self`.
+std::vector<TaggedValue> differingValues(const Node& self, const Node& other) {
+  std::vector<TaggedValue> out;
   for (const auto& [tag, data] : self.values) {
     auto it = other.values.find(tag);
     if (it != other.values.end() && (*it).data == data) continue;
-    if (!first) out += ' ';
-    first = false;
-    out += valueText(TaggedValue{tag, data});
+    out.push_back(TaggedValue{tag, data});
   }
-  out += '}';
   return out;
 }
 
+using Difference = EngineModel::Difference;
+
 void collectDifferences(const Node& left, const Node& right, std::vector<PathEntry>& path,
-                        std::vector<std::string>& out) {
+                        std::vector<Difference>& out) {
   if (!sameValues(left, right)) {
-    out.push_back("values differ at " + pathText(path) + ": " + differingValuesText(left, right) +
-                  " vs " + differingValuesText(right, left));
+    out.push_back({Difference::Where::valuesDiffer, path, differingValues(left, right),
+                   differingValues(right, left)});
   }
+  const auto onlyOn = [&](Difference::Where where) { out.push_back({where, path, {}, {}}); };
   // Both child maps are ordered by the same key, so one merged pass visits tree order.
   auto l = left.children.begin();
   auto r = right.children.begin();
@@ -158,14 +157,14 @@ void collectDifferences(const Node& left, const Node& right, std::vector<PathEnt
     if (takeLeft) {
       if (l->second.meaningful()) {
         path.push_back(l->first);
-        out.push_back("only in left: " + pathText(path));
+        onlyOn(Difference::Where::onlyLeft);
         path.pop_back();
       }
       ++l;
     } else if (takeRight) {
       if (r->second.meaningful()) {
         path.push_back(r->first);
-        out.push_back("only in right: " + pathText(path));
+        onlyOn(Difference::Where::onlyRight);
         path.pop_back();
       }
       ++r;
@@ -177,9 +176,9 @@ void collectDifferences(const Node& left, const Node& right, std::vector<PathEnt
       if (lm && rm) {
         collectDifferences(l->second, r->second, path, out);
       } else if (lm) {
-        out.push_back("only in left: " + pathText(path));
+        onlyOn(Difference::Where::onlyLeft);
       } else if (rm) {
-        out.push_back("only in right: " + pathText(path));
+        onlyOn(Difference::Where::onlyRight);
       }
       path.pop_back();
       ++l;
@@ -399,10 +398,38 @@ bool EngineModel::equivalent(const Node& a, const Node& b) {
   return true;
 }
 
-std::vector<std::string> EngineModel::differences(const Node& left, const Node& right) {
-  std::vector<std::string> out;
+std::vector<EngineModel::Difference> EngineModel::differenceList(const Node& left,
+                                                                 const Node& right) {
+  std::vector<Difference> out;
   std::vector<PathEntry> path;
   collectDifferences(left, right, path, out);
+  return out;
+}
+
+std::string EngineModel::differenceText(const Difference& d) {
+  const auto values = [](const std::vector<TaggedValue>& side) {
+    std::string out = "{";
+    for (const TaggedValue& v : side) {
+      if (out.size() > 1) out += ' ';
+      out += valueText(v);
+    }
+    return out + '}';
+  };
+  switch (d.where) {
+    case Difference::Where::onlyLeft:
+      return "only in left: " + pathText(d.path);
+    case Difference::Where::onlyRight:
+      return "only in right: " + pathText(d.path);
+    case Difference::Where::valuesDiffer:
+      return "values differ at " + pathText(d.path) + ": " + values(d.left) + " vs " +
+             values(d.right);
+  }
+  return {};
+}
+
+std::vector<std::string> EngineModel::differences(const Node& left, const Node& right) {
+  std::vector<std::string> out;
+  for (const Difference& d : differenceList(left, right)) out.push_back(differenceText(d));
   return out;
 }
 

@@ -136,10 +136,24 @@ class EngineModel : public MioSink {
   static void apply(Node& root, const OpRecord& op);
   // Equal when both trees hold the same meaningful nodes and values.
   static bool equivalent(const Node& a, const Node& b);
-  // The differences between two trees, one line each ("only in left: 512/603/515=\"PL\"",
-  // "values differ at ...: {..} vs {..}"), in tree order; empty when equivalent. A subtree
-  // present on one side only is one line at its top node; a values line shows, on each side,
-  // only the tags whose values differ.
+  // One difference between two trees: a subtree present on one side only (at its top node),
+  // or a node on both sides whose values differ, with, on each side, only the tags whose values
+  // differ. Kept as data so that a program can name the tags as it prints them.
+  struct Difference {
+    enum class Where : U8 { onlyLeft, onlyRight, valuesDiffer };
+    Where where = Where::onlyLeft;
+    std::vector<PathEntry> path;
+    std::vector<TaggedValue> left;   // valuesDiffer: the left side's values of those tags
+    std::vector<TaggedValue> right;  // valuesDiffer: the right side's
+
+    friend bool operator==(const Difference&, const Difference&) = default;
+  };
+  // The differences between two trees in tree order; empty when equivalent.
+  static std::vector<Difference> differenceList(const Node& left, const Node& right);
+  // A difference as one line with numeric tags ("only in left: 512/603/515=\"PL\"",
+  // "values differ at 512/603/515=\"PL\"/516=1: {8:flag=true} vs {8:flag=false}").
+  static std::string differenceText(const Difference& d);
+  // Every difference as its line.
   static std::vector<std::string> differences(const Node& left, const Node& right);
 
  private:

@@ -2,7 +2,8 @@
 // the output of `ribpolicy run [ARGS] NAME.yaml` (ARGS from NAME.args when present), with
 // NAME.stderr (or nothing) on standard error, with NAME.state when present (the output of
 // `ribpolicy state [ARGS] NAME.yaml`, ARGS from NAME.state-args when present), and with
-// NAME.verify when present; a scenario without NAME.verify must converge (verify exits 0).
+// NAME.verify when present (`ribpolicy verify [ARGS] NAME.yaml`, ARGS from NAME.verify-args
+// when present); a scenario without NAME.verify must converge (verify exits 0).
 // NAME.error holds the located error of a scenario the reader refuses: every command then stops
 // on it (exit 2, nothing on standard output), and the scenario has no other golden file.
 // NAME.diff holds `ribpolicy diff [ARGS] NAME.yaml:1 NAME.yaml`, the change from the first step
@@ -36,9 +37,9 @@ using test_support::runTool;
 using test_support::scenarioTestName;
 
 const fs::path kScenarios = test_support::kGoldenScenarios;
-const std::set<std::string> kKinds = {".yaml",  ".stream", ".stderr",   ".state", ".verify",
-                                      ".args",  ".check",  ".dot",      ".frr",   ".state-args",
-                                      ".error", ".diff",   ".diff-args"};
+const std::set<std::string> kKinds = {
+    ".yaml", ".stream", ".stderr",     ".state", ".verify", ".args",      ".check",
+    ".dot",  ".frr",    ".state-args", ".error", ".diff",   ".diff-args", ".verify-args"};
 
 // The differences between the golden file and what the program printed, as `diff -u` shows
 // them.
@@ -143,9 +144,9 @@ TEST_P(GoldenTest, MatchesGoldenFiles) {
   expectGolden(file(".frr"), translation);
   EXPECT_EQ(f.status, f.err.find(": error: ") == std::string::npos ? 0 : 2) << f.err;
 
-  const auto v = runTool({"verify", yaml});
+  const auto v = runTool(command("verify", ".verify-args"));
   if (fs::exists(file(".verify"))) {
-    expectGolden(file(".verify"), v.out);
+    expectGolden(file(".verify"), relativeTo(yaml, v.out));
     EXPECT_EQ(v.status, v.out.find("differs") == std::string::npos ? 0 : 1);
   } else {
     EXPECT_EQ(v.status, 0) << "the scenario does not converge to a fresh start:\n" << v.out;

@@ -312,7 +312,17 @@ int printState(const Scenario& scenario, std::size_t steps, bool json, RibText::
   return kExitOk;
 }
 
-int verifyJson(const Scenario& scenario, const std::string& shown, std::ostream& out) {
+// A step's differences from a fresh start, one line each: the engine's, then the
+// policy-reference map's.
+std::vector<std::string> differenceLines(const FreshStartDifferences& d, TextWriter::Form form) {
+  std::vector<std::string> lines;
+  for (const Rib::EngineModel::Difference& e : d.engine) lines.push_back(differenceLine(e, form));
+  lines.insert(lines.end(), d.policyMap.begin(), d.policyMap.end());
+  return lines;
+}
+
+int verifyJson(const Scenario& scenario, const std::string& shown, TextWriter::Form form,
+               std::ostream& out) {
   int status = kExitOk;
   RibText::JsonWriter j;
   j.open('{');
@@ -330,7 +340,7 @@ int verifyJson(const Scenario& scenario, const std::string& shown, std::ostream&
       j.member("status").string("differs");
     }
     j.member("differences").open('[');
-    for (const std::string& d : v.differences) j.item().string(d);
+    for (const std::string& d : differenceLines(v.differences, form)) j.item().string(d);
     j.close(']');
     j.close('}');
   }
@@ -340,7 +350,7 @@ int verifyJson(const Scenario& scenario, const std::string& shown, std::ostream&
   return status;
 }
 
-int verify(const Scenario& scenario, std::ostream& out) {
+int verify(const Scenario& scenario, TextWriter::Form form, std::ostream& out) {
   int status = kExitOk;
   for (const StepVerdict& v : verifyScenario(scenario)) {
     out << "step " << v.step << ": ";
@@ -351,7 +361,7 @@ int verify(const Scenario& scenario, std::ostream& out) {
     } else {
       status = kExitDifferent;
       out << "differs (left: this run, right: a fresh start on the step's configuration)\n";
-      for (const std::string& d : v.differences) out << "  " << d << '\n';
+      for (const std::string& d : differenceLines(v.differences, form)) out << "  " << d << '\n';
     }
   }
   return status;
@@ -518,6 +528,7 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   verifyCmd->add_option("FILE", file, "scenario file, - for standard input")->required();
   verifyCmd->add_option("--format", format, "text (for people) or json (one object)")
       ->check(formats);
+  verifyCmd->add_flag("--names", names, "the differences with tags by name, values in their forms");
   verifyCmd->add_option("--trace", trace, "library trace to standard error, e.g. RouteMap=8");
   engineOptions(verifyCmd);
 
@@ -720,8 +731,10 @@ int runCli(int argc, const char* const* argv, std::istream& in, std::ostream& ou
   if (used == verifyCmd && onFrr) {
     return frr::verifyCommand(*scenario, shownName(file), json, daemon, out, err);
   }
-  if (used == verifyCmd)
-    return json ? verifyJson(*scenario, shownName(file), out) : verify(*scenario, out);
+  if (used == verifyCmd) {
+    const TextWriter::Form form = names ? TextWriter::Form::readable : TextWriter::Form::numeric;
+    return json ? verifyJson(*scenario, shownName(file), form, out) : verify(*scenario, form, out);
+  }
   if (onFrr) {
     frr::RunOptions frrRun;
     frrRun.format = json ? frr::RunFormat::jsonl : frr::RunFormat::text;

@@ -61,16 +61,14 @@ void withFreshStart(const std::string& vrf, const ScenarioConfig& config,
   agent.teardown();
 }
 
-std::vector<std::string> compareWithFreshStart(const std::string& vrf, const ScenarioConfig& config,
-                                               const Rib::EngineModel::Node& engine,
-                                               const RoutingPolicyMap::PolicyMap& policyMap) {
-  std::vector<std::string> out;
+FreshStartDifferences compareWithFreshStart(const std::string& vrf, const ScenarioConfig& config,
+                                            const Rib::EngineModel::Node& engine,
+                                            const RoutingPolicyMap::PolicyMap& policyMap) {
+  FreshStartDifferences out;
   withFreshStart(vrf, config,
                  [&](const Rib::EngineModel::Node& fresh, const RoutingPolicyMap::PolicyMap& pm) {
-                   out = Rib::EngineModel::differences(engine, fresh);
-                   for (std::string& line : policyMapDifferences(policyMap, pm)) {
-                     out.push_back(std::move(line));
-                   }
+                   out.engine = Rib::EngineModel::differenceList(engine, fresh);
+                   out.policyMap = policyMapDifferences(policyMap, pm);
                  });
   return out;
 }

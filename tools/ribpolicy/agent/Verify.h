@@ -15,10 +15,20 @@
 
 namespace ribpolicy {
 
+// How a state differs from a fresh start's: the committed engine trees (left: the state,
+// right: the fresh start), kept as data for the views to name, and the policy-reference maps,
+// one line each.
+struct FreshStartDifferences {
+  std::vector<Rib::EngineModel::Difference> engine;
+  std::vector<std::string> policyMap;
+
+  bool empty() const { return engine.empty() && policyMap.empty(); }
+};
+
 struct StepVerdict {
   std::size_t step = 0;  // 1-based
   bool skipped = false;  // some input was detached after the step
-  std::vector<std::string> differences;
+  FreshStartDifferences differences;
 };
 
 // Runs the scenario and compares after every step.
@@ -32,9 +42,9 @@ void withFreshStart(const std::string& vrf, const ScenarioConfig& config,
                     const FreshStartInspector& inspect);
 
 // The differences between the incremental state (left) and a fresh start on `config` (right).
-std::vector<std::string> compareWithFreshStart(const std::string& vrf, const ScenarioConfig& config,
-                                               const Rib::EngineModel::Node& engine,
-                                               const RoutingPolicyMap::PolicyMap& policyMap);
+FreshStartDifferences compareWithFreshStart(const std::string& vrf, const ScenarioConfig& config,
+                                            const Rib::EngineModel::Node& engine,
+                                            const RoutingPolicyMap::PolicyMap& policyMap);
 
 // The differences between two policy-reference maps, one line each, in name order.
 std::vector<std::string> policyMapDifferences(const RoutingPolicyMap::PolicyMap& left,

@@ -185,4 +185,28 @@ void writeDiff(RibText::JsonWriter& w, const std::vector<NodeChange>& changes, R
   w.close(']');
 }
 
+std::string differenceLine(const Rib::EngineModel::Difference& d, TextWriter::Form form) {
+  using Where = Rib::EngineModel::Difference::Where;
+  if (form == TextWriter::Form::numeric) return Rib::EngineModel::differenceText(d);
+  const U32 node = nodeTagOf(d.path);
+  const auto values = [&](const std::vector<Rib::TaggedValue>& side) {
+    std::string out = "{";
+    for (const Rib::TaggedValue& v : side) {
+      if (out.size() > 1) out += ' ';
+      out += readableValue(node, v);
+    }
+    return out + '}';
+  };
+  switch (d.where) {
+    case Where::onlyLeft:
+      return "only in left: " + readablePath(d.path);
+    case Where::onlyRight:
+      return "only in right: " + readablePath(d.path);
+    case Where::valuesDiffer:
+      return "values differ at " + readablePath(d.path) + ": " + values(d.left) + " vs " +
+             values(d.right);
+  }
+  return {};
+}
+
 }  // namespace ribpolicy

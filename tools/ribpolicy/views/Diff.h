@@ -54,4 +54,8 @@ std::string diffJson(const std::vector<NodeChange>& changes);
 void writeDiff(RibText::JsonWriter& w, const std::vector<NodeChange>& changes,
                RibText::Tags tags = RibText::Tags::numbers);
 
+// A difference from a fresh start as one line: with numeric tags as the engine model writes
+// it, or with the tags named ("only in right: policy/route-map=\"RM\"").
+std::string differenceLine(const Rib::EngineModel::Difference& d, TextWriter::Form form);
+
 }  // namespace ribpolicy
