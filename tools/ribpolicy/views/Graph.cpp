@@ -1,7 +1,8 @@
 #include "tools/ribpolicy/views/Graph.h"
 
+#include <cctype>
 #include <cstdio>
-#include <iterator>
+#include <map>
 #include <set>
 #include <string>
 
@@ -11,25 +12,27 @@ namespace ribpolicy {
 
 namespace {
 
-// Indexed by the ObjectKind ordinal: the prefix of a node's ID and the node's shape (route
-// maps and peer filters draw their own table).
-struct KindLook {
-  const char* id;
-  const char* shape;
-};
-constexpr KindLook kKindLooks[] = {
-    {"policy-map", "doubleoctagon"},    {"route-map", "plain"},    {"peer-filter", "plain"},
-    {"dynamic-prefix-list", "hexagon"}, {"prefix-list", "box"},    {"ipv6-prefix-list", "box"},
-    {"community-list", "component"},    {"access-list", "folder"}, {"as-path-list", "note"},
-};
-static_assert(std::size(kKindLooks) == static_cast<std::size_t>(ObjectKind::asPathList) + 1);
-
-const char* kindId(ObjectKind kind) {
-  return kKindLooks[static_cast<std::size_t>(kind)].id;
+// A node's ID begins with its kind: the label of its section, lower case, words joined by
+// hyphens ("ipv6-prefix-list").
+std::string kindId(ObjectKind kind) {
+  std::string id(sectionOf(kind).label);
+  for (char& c : id) {
+    c = c == ' ' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  }
+  return id;
 }
 
+// The shapes that tell kinds apart at a glance; any other kind is a box. Route maps and peer
+// filters draw their own table.
 const char* shapeOf(ObjectKind kind) {
-  return kKindLooks[static_cast<std::size_t>(kind)].shape;
+  static const std::map<ObjectKind, const char*> kShapes = {
+      {ObjectKind::policyMap, "doubleoctagon"}, {ObjectKind::routeMap, "plain"},
+      {ObjectKind::peerFilter, "plain"},        {ObjectKind::dynamicPrefixList, "hexagon"},
+      {ObjectKind::communityList, "component"}, {ObjectKind::accessList, "folder"},
+      {ObjectKind::asPathList, "note"},
+  };
+  const auto it = kShapes.find(kind);
+  return it == kShapes.end() ? "box" : it->second;
 }
 
 // A node's ID: the kind and the name, with every byte that could end the quoted ID or is not
@@ -153,22 +156,12 @@ void writePolicyGraph(const ScenarioConfig& config, std::ostream& out) {
   }
   for (const ObjectRef& o : a.objects) {
     const bool isUnused = unused.count(o) > 0;
-    switch (o.kind) {
-      case ObjectKind::routeMap:
-        writeMap(o, config.routeMaps.at(o.name), isUnused, out);
-        break;
-      case ObjectKind::peerFilter:
-        writeMap(o, config.peerFilters.at(o.name), isUnused, out);
-        break;
-      case ObjectKind::policyMap:
-      case ObjectKind::dynamicPrefixList:
-      case ObjectKind::prefixList:
-      case ObjectKind::ipv6PrefixList:
-      case ObjectKind::communityList:
-      case ObjectKind::accessList:
-      case ObjectKind::asPathList:
-        writeObject(o, true, isUnused, out);
-        break;
+    if (o.kind == ObjectKind::routeMap) {
+      writeMap(o, config.routeMaps.at(o.name), isUnused, out);
+    } else if (o.kind == ObjectKind::peerFilter) {
+      writeMap(o, config.peerFilters.at(o.name), isUnused, out);
+    } else {
+      writeObject(o, true, isUnused, out);
     }
   }
   for (const ObjectRef& o : missing) writeObject(o, false, false, out);
