@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <map>
 #include <random>
 #include <string>
+#include <type_traits>
+#include <variant>
 #include <vector>
 
 #include "tools/converge/Promises.h"
@@ -14,10 +17,8 @@ namespace converge {
 
 namespace {
 
-using ribpolicy::AccessListDef;
 using ribpolicy::AsPathListDef;
 using ribpolicy::CommunityEntryDef;
-using ribpolicy::CommunityListDef;
 using ribpolicy::DynamicPrefixListDef;
 using ribpolicy::InputSet;
 using ribpolicy::MapDef;
@@ -57,30 +58,41 @@ const std::vector<std::string> kInterfaces = {"Ethernet1/2",    "Port-Channel10"
 const std::vector<std::string> kTexts = {"alpha", "beta gamma", "x", "10"};
 const std::vector<U32> kAsPathOrigins = {0, 1, 2, 0xffffffffu, 7};
 
-// The pool of names of each kind of object.
+// The pool of names of each kind of object; a kind without a pool of its own draws from
+// X1 to X3.
 const std::vector<std::string>& poolOf(ObjectKind kind) {
-  static const std::vector<std::string> kNone;
-  switch (kind) {
-    case ObjectKind::routeMap:
-      return kRouteMaps;
-    case ObjectKind::peerFilter:
-      return kPeerFilters;
-    case ObjectKind::dynamicPrefixList:
-      return kDynamicPrefixLists;
-    case ObjectKind::prefixList:
-    case ObjectKind::ipv6PrefixList:
-      return kPrefixLists;
-    case ObjectKind::communityList:
-      return kCommunityLists;
-    case ObjectKind::accessList:
-      return kAccessLists;
-    case ObjectKind::asPathList:
-      return kAsPathLists;
-    case ObjectKind::policyMap:
-      break;
-  }
-  return kNone;
+  static const std::map<ObjectKind, const std::vector<std::string>*> kPools = {
+      {ObjectKind::routeMap, &kRouteMaps},
+      {ObjectKind::peerFilter, &kPeerFilters},
+      {ObjectKind::dynamicPrefixList, &kDynamicPrefixLists},
+      {ObjectKind::prefixList, &kPrefixLists},
+      {ObjectKind::ipv6PrefixList, &kPrefixLists},
+      {ObjectKind::communityList, &kCommunityLists},
+      {ObjectKind::accessList, &kAccessLists},
+      {ObjectKind::asPathList, &kAsPathLists},
+  };
+  static const std::vector<std::string> kOthers = {"X1", "X2", "X3"};
+  const auto it = kPools.find(kind);
+  return it == kPools.end() ? kOthers : *it->second;
 }
+
+// How often a change falls on each section, in parts of the hundred that the sections, the
+// policy map and the modes share (below); a section not listed takes the access lists' share.
+U32 shareOf(ObjectKind kind) {
+  static const std::map<ObjectKind, U32> kShares = {
+      {ObjectKind::routeMap, 25},      {ObjectKind::peerFilter, 8},
+      {ObjectKind::communityList, 10}, {ObjectKind::dynamicPrefixList, 8},
+      {ObjectKind::prefixList, 7},     {ObjectKind::ipv6PrefixList, 5},
+      {ObjectKind::asPathList, 10},    {ObjectKind::accessList, 5},
+  };
+  const auto it = kShares.find(kind);
+  return it == kShares.end() ? 5 : it->second;
+}
+constexpr U32 kPolicyMapShare = 10;
+constexpr U32 kOpModeShare = 3;
+constexpr U32 kRegexModeShare = 9;
+// Versions pinned or bumped by hand, only where promises are not kept.
+constexpr U32 kVersionsShare = 10;
 
 // The match options drawn from: every option the reader knows, and two it passes through.
 // The references met most often in practice, prefix lists, community lists and dynamic prefix
@@ -142,8 +154,13 @@ class Generator {
   Acl::CommunityValue communityValue(Acl::CommunityListType type);
 
   // --- One function per kind of object ---
-  Acl::PrefixEntry prefixEntry(U32 seq);
-  Acl::Ipv6PrefixEntry ipv6PrefixEntry(U32 seq);
+  // An entry of any kind of list: the kind's own function, or by its rows for a record.
+  template <class Entry>
+  Entry entry(U32 seq);
+  template <ribpolicy::RecordEntry Entry>
+  Entry recordEntry();
+  template <class Entry>
+  Entry prefixEntry(U32 seq);
   Acl::AsPathEntry asPathEntry(U32 seq);
   CommunityEntryDef communityEntry();
   Acl::RuleConfig accessRule();
@@ -160,6 +177,8 @@ class Generator {
                          Entries entriesOf, Make makeEntry);
   void changeAsPathLists(std::map<std::string, AsPathListDef>& lists);
   void changeDynamicPrefixLists(std::map<std::string, DynamicPrefixListDef>& lists);
+  template <class Def>
+  void changeSection(const ribpolicy::Section<Def>& section, ScenarioConfig& c);
   void changeMaps(std::map<std::string, MapDef>& maps, const std::vector<std::string>& pool);
   void changeMapEntry(MapEntryDef& e);
   void changePolicyMap(ribpolicy::PolicyMapDef& p);
@@ -200,26 +219,44 @@ Acl::CommunityValue Generator::communityValue(Acl::CommunityListType type) {
 
 // --- Objects ------------------------------------------------------------------------------
 
-Acl::PrefixEntry Generator::prefixEntry(U32 seq) {
-  Acl::PrefixEntry e;
-  e.seqno = seq;
-  e.permit = action();
-  const U32 length = between(8, 32);
-  e.prefix = Vela::Prefix(Vela::IpAddr(ipv4().value() & ~0u << (32 - length)), length);
-  // A range no prefix can meet is refused by the reader: le never below the length or ge.
-  if (chance(0.3)) e.ge = between(length, 32);
-  if (chance(0.3)) e.le = between(std::max(e.ge, length), 32);
+// A record entry, each field drawn by its form.
+template <ribpolicy::RecordEntry Entry>
+Entry Generator::recordEntry() {
+  Entry e;
+  for (const ribpolicy::EntryField<Entry>& field : ribpolicy::EntryFields<Entry>::kRows) {
+    std::visit(
+        [&](auto member) {
+          auto& value = e.*member;
+          using Value = std::decay_t<decltype(value)>;
+          if constexpr (std::is_same_v<Value, Acl::MatchPermit>) {
+            value = action();
+          } else if constexpr (std::is_same_v<Value, Vela::Prefix>) {
+            const U32 length = between(8, 32);
+            value = Vela::Prefix(Vela::IpAddr(ipv4().value() & ~0u << (32 - length)), length);
+          } else if constexpr (std::is_same_v<Value, Vela::Ip6Prefix>) {
+            const U32 length = between(32, 64);
+            value = Vela::Ip6Prefix(ipv6(length), length);
+          } else if constexpr (std::is_same_v<Value, U32>) {
+            if (!field.optional || chance(0.5)) value = smallOrAny();
+          } else {
+            if (!field.optional || chance(0.5)) value = pick(kTexts);
+          }
+        },
+        field.member);
+  }
   return e;
 }
 
-Acl::Ipv6PrefixEntry Generator::ipv6PrefixEntry(U32 seq) {
-  Acl::Ipv6PrefixEntry e;
+// A prefix entry by its rows, then with a length range the reader accepts: a bound drawn at
+// all lies within the prefix's family, le never below the length or ge.
+template <class Entry>
+Entry Generator::prefixEntry(U32 seq) {
+  constexpr U32 kMaxLength = std::is_same_v<Entry, Acl::PrefixEntry> ? 32 : 128;
+  Entry e = recordEntry<Entry>();
   e.seqno = seq;
-  e.permit = action();
-  const U32 length = between(32, 64);
-  e.prefix = Vela::Ip6Prefix(ipv6(length), length);
-  if (chance(0.3)) e.ge = between(length, 128);
-  if (chance(0.3)) e.le = between(std::max(e.ge, length), 128);
+  const U32 length = e.prefix.length();
+  if (e.ge != 0) e.ge = between(length, kMaxLength);
+  if (e.le != 0) e.le = between(std::max(e.ge, length), kMaxLength);
   return e;
 }
 
@@ -252,6 +289,22 @@ Acl::RuleConfig Generator::accessRule() {
   const U32 length = between(8, 32);
   r.filter = Acl::IpFilter(Vela::IpAddrWithFullMask(ipv4(), ~0u << (32 - length)));
   return r;
+}
+
+template <class Entry>
+Entry Generator::entry(U32 seq) {
+  if constexpr (std::is_same_v<Entry, Acl::PrefixEntry> ||
+                std::is_same_v<Entry, Acl::Ipv6PrefixEntry>) {
+    return prefixEntry<Entry>(seq);
+  } else if constexpr (std::is_same_v<Entry, Acl::AsPathEntry>) {
+    return asPathEntry(seq);
+  } else if constexpr (std::is_same_v<Entry, CommunityEntryDef>) {
+    return communityEntry();
+  } else if constexpr (std::is_same_v<Entry, Acl::RuleConfig>) {
+    return accessRule();
+  } else {
+    return recordEntry<Entry>();
+  }
 }
 
 DynamicPrefixListDef Generator::dynamicPrefixList() {
@@ -450,7 +503,23 @@ void Generator::changeAsPathLists(std::map<std::string, AsPathListDef>& lists) {
   }
   changeListSection(
       lists, kAsPathLists, [](AsPathListDef & d) -> auto& { return d.entries; },
-      [&](U32 seq) { return asPathEntry(seq); });
+      [&](U32 seq) { return entry<Acl::AsPathEntry>(seq); });
+}
+
+template <class Def>
+void Generator::changeSection(const ribpolicy::Section<Def>& section, ScenarioConfig& c) {
+  auto& objects = c.*section.member;
+  if constexpr (std::is_same_v<Def, MapDef>) {
+    changeMaps(objects, poolOf(section.kind));
+  } else if constexpr (std::is_same_v<Def, AsPathListDef>) {
+    changeAsPathLists(objects);
+  } else if constexpr (std::is_same_v<Def, DynamicPrefixListDef>) {
+    changeDynamicPrefixLists(objects);
+  } else {
+    changeListSection(
+        objects, poolOf(section.kind), [](Def & d) -> auto& { return d.entries; },
+        [&](U32 seq) { return entry<ribpolicy::EntryOf<Def>>(seq); });
+  }
 }
 
 void Generator::changeDynamicPrefixLists(std::map<std::string, DynamicPrefixListDef>& lists) {
@@ -615,36 +684,26 @@ void Generator::addChain(ScenarioConfig& c) {
 }
 
 void Generator::change(ScenarioConfig& c) {
-  const std::size_t what = below(options_.unpromised ? 110 : 100);
-  if (what < 25) {
-    changeMaps(c.routeMaps, kRouteMaps);
-  } else if (what < 33) {
-    changeMaps(c.peerFilters, kPeerFilters);
-  } else if (what < 43) {
-    changeListSection(
-        c.communityLists, kCommunityLists, [](CommunityListDef & d) -> auto& { return d.entries; },
-        [&](U32) { return communityEntry(); });
-  } else if (what < 51) {
-    changeDynamicPrefixLists(c.dynamicPrefixLists);
-  } else if (what < 61) {
+  U32 total = kPolicyMapShare + kOpModeShare + kRegexModeShare;
+  if (options_.unpromised) total += kVersionsShare;
+  ribpolicy::forEachSection([&](const auto& section) { total += shareOf(section.kind); });
+  U32 what = between(0, total - 1);
+  bool done = false;
+  ribpolicy::forEachSection([&](const auto& section) {
+    if (done) return;
+    if (what < shareOf(section.kind)) {
+      changeSection(section, c);
+      done = true;
+    } else {
+      what -= shareOf(section.kind);
+    }
+  });
+  if (done) return;
+  if (what < kPolicyMapShare) {
     changePolicyMap(c.policyMap);
-  } else if (what < 68) {
-    changeListSection(
-        c.prefixLists, kPrefixLists, [](auto& d) -> auto& { return d.entries; },
-        [&](U32 seq) { return prefixEntry(seq); });
-  } else if (what < 73) {
-    changeListSection(
-        c.ipv6PrefixLists, kPrefixLists, [](auto& d) -> auto& { return d.entries; },
-        [&](U32 seq) { return ipv6PrefixEntry(seq); });
-  } else if (what < 83) {
-    changeAsPathLists(c.asPathLists);
-  } else if (what < 88) {
-    changeListSection(
-        c.accessLists, kAccessLists, [](AccessListDef & d) -> auto& { return d.entries; },
-        [&](U32) { return accessRule(); });
-  } else if (what < 91) {
+  } else if (what < kPolicyMapShare + kOpModeShare) {
     c.routeMapOpMode = between(0, 3);
-  } else if (what < 100) {
+  } else if (what < kPolicyMapShare + kOpModeShare + kRegexModeShare) {
     // Mostly the two dialects; now and then one the library does not know.
     c.asPathRegexMode = chance(0.85) ? 1 - std::min<U32>(c.asPathRegexMode, 1) : 2;
   } else {

@@ -303,25 +303,35 @@ void setClause(Emitter& y, const SetClauseRow& row, const SetClauses& s) {
   }
 }
 
-// --- Entries, one writer per kind ---------------------------------------------------------
+// --- Entries ------------------------------------------------------------------------------
 
-template <class Entry>
-void prefixEntry(Emitter& y, U32 seq, const Entry& e) {
+// The fields of a record entry, by the form their member's type gives.
+void writeField(Emitter& y, std::string_view key, Acl::MatchPermit v, bool) {
+  y.textAt(key, actionText(v));
+}
+void writeField(Emitter& y, std::string_view key, const Vela::Prefix& v, bool) {
+  y.textAt(key, v.toString());
+}
+void writeField(Emitter& y, std::string_view key, const Vela::Ip6Prefix& v, bool) {
+  y.textAt(key, v.toString());
+}
+void writeField(Emitter& y, std::string_view key, U32 v, bool optional) {
+  if (v != 0 || !optional) y.numberAt(key, v);
+}
+void writeField(Emitter& y, std::string_view key, const std::string& v, bool optional) {
+  if (!v.empty() || !optional) y.textAt(key, v);
+}
+
+// An entry that is a plain record, by its rows; the other kinds each have a writer below.
+template <ribpolicy::RecordEntry Entry>
+void writeEntry(Emitter& y, U32 seq, const Entry& e) {
   y.mapStart(true);
   y.numberAt("seq", seq);
-  y.textAt("action", actionText(e.permit));
-  y.textAt("prefix", e.prefix.toString());
-  if (e.ge) y.numberAt("ge", e.ge);
-  if (e.le) y.numberAt("le", e.le);
+  for (const ribpolicy::EntryField<Entry>& field : ribpolicy::EntryFields<Entry>::kRows) {
+    std::visit([&](auto member) { writeField(y, field.key, e.*member, field.optional); },
+               field.member);
+  }
   y.mapEnd();
-}
-
-void writeEntry(Emitter& y, U32 seq, const Acl::PrefixEntry& e) {
-  prefixEntry(y, seq, e);
-}
-
-void writeEntry(Emitter& y, U32 seq, const Acl::Ipv6PrefixEntry& e) {
-  prefixEntry(y, seq, e);
 }
 
 void writeEntry(Emitter& y, U32 seq, const Acl::AsPathEntry& e) {

@@ -216,6 +216,54 @@ std::vector<std::string_view> definitionKeys() {
   return keys;
 }
 
+// --- Entry fields -------------------------------------------------------------------------
+
+// The fields of an entry that is a plain record, besides its `seq`: each a key and the member
+// that holds its value, whose type is the value's form (an action, an IPv4 or IPv6 prefix, a
+// number, a text). The writer writes such an entry by its rows and the generator draws one by
+// them, so that a new kind of such entries needs no code of its own there; the reader keeps a
+// function per kind for what ties fields together (a length range within its prefix).
+template <class Entry>
+struct EntryField {
+  using Member = std::variant<Acl::MatchPermit Entry::*, Vela::Prefix Entry::*,
+                              Vela::Ip6Prefix Entry::*, U32 Entry::*, std::string Entry::*>;
+  std::string_view key;
+  Member member;
+  bool optional;  // absent when zero (a number) or empty (a text), and then written out
+};
+
+// The rows of each kind of plain-record entry, specialized beside the kind.
+template <class Entry>
+struct EntryFields;
+
+template <class Entry>
+concept RecordEntry = requires {
+  EntryFields<Entry>::kRows;
+};
+
+// The keys of a record entry, `seq` first, in row order.
+template <RecordEntry Entry>
+constexpr auto entryKeys() {
+  constexpr auto& rows = EntryFields<Entry>::kRows;
+  std::array<std::string_view, std::size(rows) + 1> keys{"seq"};
+  for (std::size_t i = 0; i < std::size(rows); ++i) keys[i + 1] = rows[i].key;
+  return keys;
+}
+
+template <class Entry>
+struct PrefixEntryFields {
+  static constexpr EntryField<Entry> kRows[] = {
+      {"action", &Entry::permit, false},
+      {"prefix", &Entry::prefix, false},
+      {"ge", &Entry::ge, true},
+      {"le", &Entry::le, true},
+  };
+};
+template <>
+struct EntryFields<Acl::PrefixEntry> : PrefixEntryFields<Acl::PrefixEntry> {};
+template <>
+struct EntryFields<Acl::Ipv6PrefixEntry> : PrefixEntryFields<Acl::Ipv6PrefixEntry> {};
+
 // --- Match options ------------------------------------------------------------------------
 
 // How a match option takes its value.

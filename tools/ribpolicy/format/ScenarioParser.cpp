@@ -193,7 +193,7 @@ EntryReader<Entry> entryReader(const std::string& what);
 // The entries of an IPv4 (Acl::PrefixEntry) or IPv6 (Acl::Ipv6PrefixEntry) prefix list.
 template <class Entry>
 EntryReader<Entry> prefixEntries(const std::string& what) {
-  static constexpr std::string_view kKeys[] = {"seq", "action", "prefix", "ge", "le"};
+  static constexpr auto kKeys = entryKeys<Entry>();
   return EntryReader<Entry>(what, kKeys, [](const Fields& f, U32 seq) {
     constexpr bool kIpv4 = std::is_same_v<Entry, Acl::PrefixEntry>;
     constexpr U32 kMaxLength = kIpv4 ? 32 : 128;
