@@ -9,5 +9,6 @@ scripts/packages.sh
 cmake --preset asan >/dev/null
 cmake --build --preset asan
 # The tests on a live bgpd (label frr) mostly wait on the daemon; the release build runs them,
-# and the sanitizers see the same FRR code through the tests that need no daemon.
-ctest --preset asan --timeout 600 -LE frr -j2
+# and the sanitizers see the same FRR code through the tests that need no daemon. The checks of
+# the tree and its documents (label tree) run no code the other tests do not.
+ctest --preset asan --timeout 600 -LE 'frr|tree' -j2
