@@ -15,12 +15,6 @@
 
 namespace RibRouteMap {
 
-namespace {
-
-const Vox::String kExactPrefix = ".exact.";
-
-}  // namespace
-
 // --- List level -------------------------------------------------------------------------
 
 void AclListConfigSm::handleCommunityList(const std::string& name) {
@@ -32,12 +26,12 @@ void AclListConfigSm::handleCommunityList(const std::string& name) {
     RM_TRACE(traceHandler, "Add community-list " << name);
     mio->doAddCommunityList(name);
     mio->refreshCommListUsersOf(name);
-    mio->doAddCommunityList(kExactPrefix + name);
+    mio->doAddCommunityList(MioCommunity::kExactPrefix + name);
   } else {
     RM_TRACE(traceHandler, "Del community-list " << name);
     mio->doDelCommunityList(name);
     mio->refreshCommListUsersOf(name);
-    mio->doDelCommunityList(kExactPrefix + name);
+    mio->doDelCommunityList(MioCommunity::kExactPrefix + name);
   }
   mio->doCommit();
 }

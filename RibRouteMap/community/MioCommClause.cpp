@@ -18,8 +18,6 @@ namespace RibRouteMap {
 
 namespace {
 
-const Vox::String kExactPrefix = ".exact.";
-
 // The internal clause list has a single entry under this sequence number.
 constexpr U32 kInternalEntrySeqno = 10;
 
@@ -30,7 +28,7 @@ Vox::String exactNames(const Vox::String& names) {
   while (true) {
     const std::size_t space = names.find(' ', start);
     if (start != 0) out += ' ';
-    out += kExactPrefix;
+    out += MioCommunity::kExactPrefix;
     out += names.substr(start, space == Vox::String::npos ? Vox::String::npos : space - start);
     if (space == Vox::String::npos) break;
     start = space + 1;

@@ -21,8 +21,6 @@ namespace {
 const Vox::String kListPathPrefix = "/policy/commlist ";
 const Vox::String kEntryPathPrefix = "/commlist/entry ";
 const Vox::String kSetPathPrefix = "/policy/commset ";
-const Vox::String kExactPrefix = ".exact.";
-
 // The node tag and key tag of a community set of `kind`; nothing for an unknown kind.
 std::optional<std::pair<U32, U32>> commSetTags(Acl::CommunityType kind) {
   switch (kind) {

@@ -27,6 +27,8 @@ class MioCommunity : public virtual MioChannel {
   using AclListConfigPtr = Vox::Ptr<Acl::AclListConfig const>;
 
   // --- Names --------------------------------------------------------------------------------
+  // The prefix of a configured list's exact copy.
+  static inline const String kExactPrefix = ".exact.";
   // ".%s%d": the set of one configured list entry.
   static String getCommunitySetName(std::string_view listName, U32 seqno);
   // ".cs%s%d%s" / ".cl%s%d%s" with "del" for the delete flag, else "ar".

@@ -35,7 +35,7 @@ void appendNumber(std::string& out, std::size_t v) {
   ValueSet::appendNumber(out, v);
 }
 
-U32 readNumber(const char*& at) {
+U32 readOpNumber(const char*& at) {
   return static_cast<U32>(ValueSet::readNumber(at));
 }
 
@@ -72,15 +72,15 @@ void encodeOp(std::string& out, std::string_view name, const Path& path, const V
 }
 
 PathEntryView readEntry(const char*& at) {
-  const U32 tag = readNumber(at);
+  const U32 tag = readOpNumber(at);
   const auto kind = static_cast<PathEntry::Kind>(*at++);
   switch (kind) {
     case PathEntry::Kind::none:
       break;
     case PathEntry::Kind::u32:
-      return {tag, kind, readNumber(at), {}};
+      return {tag, kind, readOpNumber(at), {}};
     case PathEntry::Kind::string: {
-      const U32 size = readNumber(at);
+      const U32 size = readOpNumber(at);
       const std::string_view key(at, size);
       at += size;
       return {tag, kind, 0, key};
@@ -92,11 +92,11 @@ PathEntryView readEntry(const char*& at) {
 // Applies the encoded operation at `at` and returns the position after it.
 const char* applyEncoded(Node& root, const char* at) {
   const char flags = *at++;
-  const U32 depth = readNumber(at);
+  const U32 depth = readOpNumber(at);
   if (flags & kDelete) {
     if (depth == 0) {
       root = Node{};
-      readNumber(at);
+      readOpNumber(at);
       return at;
     }
     Node* parent = &root;
@@ -109,12 +109,12 @@ const char* applyEncoded(Node& root, const char* at) {
     }
     const PathEntryView last = readEntry(at);
     if (parent) parent->children.erase(last);
-    readNumber(at);
+    readOpNumber(at);
     return at;
   }
   Node* node = &root;
   for (U32 i = 0; i < depth; ++i) node = &node->children[readEntry(at)];
-  const U32 count = readNumber(at);
+  const U32 count = readOpNumber(at);
   const char* values = at;
   for (U32 i = 0; i < count; ++i) at += ValueSet::encodedSize(at);
   node->values.applyEncoded(std::string_view(values, static_cast<std::size_t>(at - values)), count,

@@ -54,6 +54,8 @@ namespace {
 constexpr std::size_t kMaxNesting = 100;
 constexpr std::uint64_t kMaxRepeatedNodes = 1'000'000;
 
+}  // namespace
+
 // Where the builder takes the text from: a piece at a time as the YAML parser asks for it,
 // and whole only to place an error that the parser names by a byte offset.
 class TextSource {
@@ -98,8 +100,6 @@ class StreamSource final : public TextSource {
   const std::function<std::string()>& reread_;
   std::optional<std::string> whole_;
 };
-
-}  // namespace
 
 class DocumentBuilder {
  public:

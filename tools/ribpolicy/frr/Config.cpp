@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::string_view kNotePrefix = "! no FRR form: ";
 
-bool isCall(const std::string& line) {
-  return line.starts_with("call ");
-}
-
 void appendNotes(std::string& out, const std::vector<Note>& notes, std::string_view indent) {
   for (const Note& n : notes) {
     out.append(indent);
@@ -180,6 +176,10 @@ std::vector<std::string> policyLines(const Config& config) {
     }
   }
   return out;
+}
+
+bool isCall(const std::string& line) {
+  return line.starts_with("call ");
 }
 
 std::vector<std::string> differences(const Config& left, const Config& right,

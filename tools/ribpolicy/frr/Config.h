@@ -105,6 +105,10 @@ std::vector<Note> notesInOrder(const Config& config);
 // line.
 std::vector<std::string> policyLines(const Config& config);
 
+// Whether a route-map entry's line is its call of another map (which FRR wants before the
+// entry's other lines go, and after they come).
+bool isCall(const std::string& line);
+
 // The lines on which two configurations differ, sorted, each prefixed by which side has it:
 // "only in LEFT: LINE" or "only in RIGHT: LINE".
 std::vector<std::string> differences(const Config& left, const Config& right,

@@ -6,10 +6,6 @@ namespace frr {
 
 namespace {
 
-bool isCall(const std::string& line) {
-  return line.starts_with("call ");
-}
-
 // The line that removes a route-map line: "no" and the line, but a prepend of several AS
 // numbers is removed without them (FRR takes `no set as-path prepend` alone there).
 std::string removal(const std::string& line) {

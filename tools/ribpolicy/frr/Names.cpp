@@ -62,7 +62,7 @@ std::optional<std::string> lineProblem(std::string_view text) {
   return std::nullopt;
 }
 
-std::string quoted(std::string_view s) {
+std::string inQuotes(std::string_view s) {
   std::string out;
   Rib::appendQuoted(out, s);
   return out;
@@ -103,7 +103,7 @@ std::optional<Refusal> refusal(const ribpolicy::Scenario& scenario) {
       if (o.name.empty()) continue;
       if (auto p = nameProblem(o.name)) {
         return refuse(std::string(ribpolicy::sectionOf(o.kind).key) + '/' + o.name,
-                      std::string(ribpolicy::sectionOf(o.kind).label) + " name " + quoted(o.name),
+                      std::string(ribpolicy::sectionOf(o.kind).label) + " name " + inQuotes(o.name),
                       *p);
       }
     }
@@ -112,7 +112,8 @@ std::optional<Refusal> refusal(const ribpolicy::Scenario& scenario) {
       if (auto p = nameProblem(r.to.name)) {
         return refuse(
             r.markPath,
-            std::string(ribpolicy::sectionOf(r.to.kind).label) + " name " + quoted(r.to.name), *p);
+            std::string(ribpolicy::sectionOf(r.to.kind).label) + " name " + inQuotes(r.to.name),
+            *p);
       }
     }
     // The expressions of AS-path and community lists, located at their list.
@@ -122,8 +123,8 @@ std::optional<Refusal> refusal(const ribpolicy::Scenario& scenario) {
         for (const auto& [seq, entry] : list.entries) {
           if (auto p = expressionProblem(entry.regex)) {
             return refuse(std::string(section) + '/' + name,
-                          std::string(kind) + ' ' + quoted(name) + " entry " + std::to_string(seq) +
-                              " expression " + quoted(entry.regex),
+                          std::string(kind) + ' ' + inQuotes(name) + " entry " +
+                              std::to_string(seq) + " expression " + inQuotes(entry.regex),
                           *p);
           }
         }

@@ -11,18 +11,16 @@ using RibText::nodeTagOf;
 using RibText::readablePath;
 using RibText::readableValue;
 
-using Node = Rib::EngineModel::Node;
+using TreeNode = Rib::EngineModel::Node;
 using Path = std::vector<Rib::PathEntry>;
 
-constexpr std::size_t kPathWidth = 60;
-
-std::size_t nodesWithValues(const Node& node) {
+std::size_t nodesWithValues(const TreeNode& node) {
   std::size_t n = node.values.empty() ? 0 : 1;
   for (const auto& [entry, child] : node.children) n += nodesWithValues(child);
   return n;
 }
 
-void added(const Node& node, Path& path, std::vector<NodeChange>& out) {
+void added(const TreeNode& node, Path& path, std::vector<NodeChange>& out) {
   if (!node.meaningful()) return;
   if (!node.values.empty()) {
     NodeChange c;
@@ -38,7 +36,7 @@ void added(const Node& node, Path& path, std::vector<NodeChange>& out) {
   }
 }
 
-void removed(const Node& node, const Path& path, std::vector<NodeChange>& out) {
+void removed(const TreeNode& node, const Path& path, std::vector<NodeChange>& out) {
   if (!node.meaningful()) return;
   NodeChange c;
   c.kind = NodeChange::Kind::removed;
@@ -47,7 +45,7 @@ void removed(const Node& node, const Path& path, std::vector<NodeChange>& out) {
   out.push_back(std::move(c));
 }
 
-void changedValues(const Node& before, const Node& after, const Path& path,
+void changedValues(const TreeNode& before, const TreeNode& after, const Path& path,
                    std::vector<NodeChange>& out) {
   NodeChange c;
   c.kind = NodeChange::Kind::changed;
@@ -64,7 +62,8 @@ void changedValues(const Node& before, const Node& after, const Path& path,
 }
 
 // Both nodes are meaningful.
-void compare(const Node& before, const Node& after, Path& path, std::vector<NodeChange>& out) {
+void compare(const TreeNode& before, const TreeNode& after, Path& path,
+             std::vector<NodeChange>& out) {
   changedValues(before, after, path, out);
   // A merge of the two ordered child maps, so that the changes come in tree order.
   auto b = before.children.begin();
@@ -120,7 +119,7 @@ void writeValues(RibText::JsonWriter& w, const std::map<U32, Rib::ValueData>& va
 
 }  // namespace
 
-std::vector<NodeChange> engineDiff(const Node& before, const Node& after) {
+std::vector<NodeChange> engineDiff(const TreeNode& before, const TreeNode& after) {
   std::vector<NodeChange> out;
   Path path;
   const bool wasThere = before.meaningful();
@@ -139,7 +138,9 @@ std::string diffLine(const NodeChange& change, TextWriter::Form form) {
   const bool numeric = form == TextWriter::Form::numeric;
   std::string path = numeric ? Rib::pathText(change.path) : readablePath(change.path);
   if (path.empty()) path = "(root)";
-  path += path.size() < kPathWidth ? std::string(kPathWidth - path.size(), ' ') : " ";
+  path += path.size() < TextWriter::kPathWidth
+              ? std::string(TextWriter::kPathWidth - path.size(), ' ')
+              : " ";
   const U32 node = nodeTagOf(change.path);
   switch (change.kind) {
     case NodeChange::Kind::added:

@@ -13,7 +13,6 @@ using RibText::readableValue;
 using Vox::U32;
 
 constexpr std::size_t kNameWidth = 28;
-constexpr std::size_t kPathWidth = 60;
 
 // `s` padded to `width`, or followed by one blank when it is wider.
 std::string column(const std::string& s, std::size_t width) {

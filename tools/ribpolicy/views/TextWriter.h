@@ -27,6 +27,8 @@ namespace ribpolicy {
 class TextWriter : public Rib::MioSink {
  public:
   enum class Form : std::uint8_t { readable, numeric };
+  // The column at which an operation's values (or a change's) begin, after its path.
+  static constexpr std::size_t kPathWidth = 60;
 
   explicit TextWriter(std::ostream& out, Form form = Form::readable) : out_(out), form_(form) {}
 

@@ -11,14 +11,12 @@ namespace ribpolicy {
 
 namespace {
 
-using Node = Rib::EngineModel::Node;
+using TreeNode = Rib::EngineModel::Node;
 using Path = std::vector<Rib::PathEntry>;
 
-constexpr std::size_t kPathWidth = 60;
-
 // The node at `path`, or null.
-const Node* find(const Node& root, const Path& path) {
-  const Node* at = &root;
+const TreeNode* find(const TreeNode& root, const Path& path) {
+  const TreeNode* at = &root;
   for (const Rib::PathEntry& entry : path) {
     const auto it = at->children.find(entry);
     if (it == at->children.end()) return nullptr;
@@ -27,11 +25,11 @@ const Node* find(const Node& root, const Path& path) {
   return at;
 }
 
-bool present(const Node* n) {
+bool present(const TreeNode* n) {
   return n && n->meaningful();
 }
 
-bool same(const Node* a, const Node* b) {
+bool same(const TreeNode* a, const TreeNode* b) {
   if (!present(a) || !present(b)) return present(a) == present(b);
   return Rib::EngineModel::equivalent(*a, *b);
 }
@@ -61,15 +59,15 @@ void TransientWatch::commit(Rib::CommitKind) {
   auto& copies = commits_.emplace_back();
   for (Path& path : touched_) {
     if (copies.count(path) || !before_ || !present(find(*before_, path))) continue;
-    const Node* now = find(model_.committed(), path);
-    copies.emplace(std::move(path), present(now) ? std::optional<Node>(*now) : std::nullopt);
+    const TreeNode* now = find(model_.committed(), path);
+    copies.emplace(std::move(path), present(now) ? std::optional<TreeNode>(*now) : std::nullopt);
   }
   touched_.clear();
 }
 
 std::vector<TransientObject> TransientWatch::stepDone() {
   if (!before_) return {};
-  const Node& before = *before_;
+  const TreeNode& before = *before_;
   before_ = nullptr;
   std::map<Path, TransientObject> found;
   const std::size_t of = commits_.size();
@@ -79,15 +77,15 @@ std::vector<TransientObject> TransientWatch::stepDone() {
     for (const auto& [path, copy] : commits_[i]) candidates.insert(path);
   }
   for (const Path& path : candidates) {
-    const Node* was = find(before, path);
-    const Node* is = find(model_.committed(), path);
+    const TreeNode* was = find(before, path);
+    const TreeNode* is = find(model_.committed(), path);
     if (!present(was) || !present(is)) continue;
     TransientObject o{path, false, {}, of};
     std::optional<std::size_t> opened;  // the commit after which it went wrong
     for (std::size_t i = 0; i < of; ++i) {
       const auto at = commits_[i].find(path);
       if (at == commits_[i].end()) continue;  // unchanged by this commit
-      const Node* then = at->second ? &*at->second : nullptr;
+      const TreeNode* then = at->second ? &*at->second : nullptr;
       const bool wrong = !same(then, was) && !same(then, is);
       if (wrong && !opened) opened = i + 1;
       if (!wrong && opened) {
@@ -110,7 +108,9 @@ std::vector<TransientObject> TransientWatch::stepDone() {
 std::string transientLine(const TransientObject& o, TextWriter::Form form) {
   std::string path =
       form == TextWriter::Form::numeric ? Rib::pathText(o.path) : RibText::readablePath(o.path);
-  path += path.size() < kPathWidth ? std::string(kPathWidth - path.size(), ' ') : " ";
+  path += path.size() < TextWriter::kPathWidth
+              ? std::string(TextWriter::kPathWidth - path.size(), ' ')
+              : " ";
   return "  !  " + path + commitsText(o);
 }
 
